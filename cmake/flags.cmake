@@ -1,0 +1,8 @@
+# Printed digits are part of the interface: no contraction of a*b+c and no other licence with
+# floating point, whatever the processor.
+add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion)
+
+if(MORVEL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -1,0 +1,48 @@
+#include "text/fields.h"
+
+namespace text {
+
+void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields)
+{
+    fields.clear();
+    if (delimiter.empty()) {
+        fields.push_back(line.substr(0, 0));
+        for (size_t i = 0; i < line.size(); ++i)
+            fields.push_back(line.substr(i, 1));
+        fields.push_back(line.substr(line.size()));
+        return;
+    }
+    size_t first = 0;
+    for (size_t end; (end = line.find(delimiter, first)) != line.npos; first = end + delimiter.size())
+        fields.push_back(line.substr(first, end - first));
+    fields.push_back(line.substr(first));
+}
+
+void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
+                         std::vector<std::string_view> &fields)
+{
+    splitFields(line, delimiter, fields);
+    std::erase_if(fields, [](std::string_view field) { return field.empty(); });
+}
+
+bool TokenReader::next(std::string_view &token)
+{
+    for (;;) {
+        size_t first = 0;
+        while (first < m_rest.size() && isWhiteSpace(m_rest[first]))
+            ++first;
+        m_rest.remove_prefix(first);
+        if (!m_rest.empty())
+            break;
+        if (!m_lines.next(m_rest))
+            return false;
+    }
+    size_t size = 0;
+    while (size < m_rest.size() && !isWhiteSpace(m_rest[size]))
+        ++size;
+    token = m_rest.substr(0, size);
+    m_rest.remove_prefix(size);
+    return true;
+}
+
+} // namespace text

@@ -1,0 +1,152 @@
+// Splitting a line into views of its fields.
+#pragma once
+
+#include "text/bytes.h"
+#include "text/lines.h"
+
+#include <bit>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace text {
+
+// All fields of the line, empty ones kept; `fields` is reused. An empty delimiter parts at every byte, with an
+// empty field at both ends.
+void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
+
+// The same without the empty fields.
+void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
+                         std::vector<std::string_view> &fields);
+
+// Words at white space, across line ends.
+class TokenReader {
+public:
+    explicit TokenReader(LineReader &lines)
+        : m_lines(lines)
+    {
+    }
+    // The next word, valid until the next call; false after the last one.
+    bool next(std::string_view &token);
+
+private:
+    LineReader &m_lines;
+    std::string_view m_rest;  // of the current line
+};
+
+enum class Separator {
+    Blank,      // each single blank
+    WhiteSpace  // each single white-space byte: several in a row make empty fields, to be passed over
+};
+
+// Walks the fields of a line a batch at a time, for loops too hot for a vector of all fields: the ends of the
+// fields are found 64 bytes at a step, and a line of any length costs the same small memory.
+template <Separator separator>
+class FieldWalker {
+public:
+    static constexpr size_t batchSize = 768;  // divisible by 3: whole genotype triplets
+
+    explicit FieldWalker(std::string_view line)
+        : m_next(line.data())
+        , m_block(line.data())
+        , m_end(line.data() + line.size())
+    {
+    }
+
+    // Finds the ends of at most `most` (up to batchSize) further fields; returns how many, which is fewer than
+    // `most` only at the end of the line.
+    size_t next(size_t most)
+    {
+        size_t count = 0;
+        m_first = m_next;
+        while (!m_isDone) {
+            while (m_separators) {
+                if (count == most)
+                    return count;
+                m_ends[count++] = m_next = m_base + std::countr_zero(m_separators);
+                ++m_next;
+                m_separators &= m_separators - 1;
+            }
+            if (m_block == m_end) {
+                if (count == most)
+                    return count;
+                m_ends[count++] = m_end;
+                m_isDone = true;
+            } else {
+                scanBlock();
+            }
+        }
+        return count;
+    }
+
+    // Field i of the batch is [begin(i), end(i)).
+    const char *begin(size_t i) const { return i == 0 ? m_first : m_ends[i - 1] + 1; }
+    const char *end(size_t i) const { return m_ends[i]; }
+    size_t size(size_t i) const { return size_t(end(i) - begin(i)); }
+    std::string_view field(size_t i) const { return {begin(i), size(i)}; }
+
+    // What follows the fields walked so far; a null view when the last field was among them.
+    std::string_view rest() const
+    {
+        return m_isDone ? std::string_view() : std::string_view(m_next, size_t(m_end - m_next));
+    }
+
+private:
+    void scanBlock();
+
+    const char *m_first = nullptr;  // of the batch
+    const char *m_next;             // first byte of the next field
+    const char *m_block;            // not scanned from here on
+    const char *m_end;
+    const char *m_base = nullptr;   // of the block scanned last
+    uint64_t m_separators = 0;      // of that block, bit i for byte i, without those walked
+    bool m_isDone = false;
+    const char *m_ends[batchSize];
+};
+
+// Bit i tells whether byte i of 64 separates.
+template <Separator separator>
+uint64_t separatorBits(const char *bytes)
+{
+    uint64_t bits = 0;
+#if defined(__SSE2__)
+    for (int part = 0; part < 4; ++part) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes + 16 * part));
+        __m128i found = _mm_cmpeq_epi8(chunk, _mm_set1_epi8(' '));
+        if constexpr (separator == Separator::WhiteSpace) {
+            const __m128i fromTab = _mm_sub_epi8(chunk, _mm_set1_epi8('\t'));
+            const __m128i upToReturn = _mm_min_epu8(fromTab, _mm_set1_epi8('\r' - '\t'));
+            found = _mm_or_si128(found, _mm_cmpeq_epi8(fromTab, upToReturn));
+        }
+        bits |= uint64_t(uint32_t(_mm_movemask_epi8(found))) << (16 * part);
+    }
+#else
+    for (int i = 0; i < 64; ++i) {
+        const bool found = separator == Separator::Blank ? bytes[i] == ' ' : isWhiteSpace(bytes[i]);
+        bits |= uint64_t(found) << i;
+    }
+#endif
+    return bits;
+}
+
+template <Separator separator>
+inline void FieldWalker<separator>::scanBlock()
+{
+    m_base = m_block;
+    const size_t left = size_t(m_end - m_block);
+    if (left >= 64) {
+        m_separators = separatorBits<separator>(m_block);
+        m_block += 64;
+    } else {
+        char last[64] = {};
+        std::memcpy(last, m_block, left);
+        m_separators = separatorBits<separator>(last);
+        m_block = m_end;
+    }
+}
+
+} // namespace text

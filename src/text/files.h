@@ -1,0 +1,18 @@
+// What readers and writers share: file identity, and how a failed transfer is reported.
+#pragma once
+
+#include <string>
+
+namespace text {
+
+// Called when reading or writing an open file fails, with "read" or "write" and the file's name. The program
+// installs one that reports the failure and ends the run, so that no mode can overlook it; this layer itself
+// never prints and never ends the process. Must not return.
+using FailureHandler = void (*)(const char *action, const std::string &name);
+extern FailureHandler onFailure;
+
+// True when both names lead to the same regular file: by the same name, through a hard link or through
+// symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
+bool isSameFile(const std::string &name1, const std::string &name2);
+
+} // namespace text

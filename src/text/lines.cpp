@@ -1,0 +1,87 @@
+#include "text/lines.h"
+#include "text/files.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace text {
+
+bool LineReader::open(const std::string &name, size_t block)
+{
+    close();
+    do {
+        m_file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    } while (m_file < 0 && errno == EINTR);
+    struct stat file;
+    if (m_file < 0 || fstat(m_file, &file) != 0 || S_ISDIR(file.st_mode)) {
+        close();
+        return false;
+    }
+    m_name = name;
+    m_buffer.reset(static_cast<char *>(std::calloc(block + slack, 1)));
+    if (!m_buffer)
+        throw std::bad_alloc();
+    m_size = block;
+    m_next = m_end = 0;
+    return true;
+}
+
+void LineReader::close()
+{
+    if (m_file >= 0)
+        ::close(m_file);
+    m_file = -1;
+}
+
+void LineReader::rewind()
+{
+    if (lseek(m_file, 0, SEEK_SET) != 0)
+        onFailure("read", m_name);
+    m_next = m_end = 0;
+}
+
+bool LineReader::nextAcrossBlocks(std::string_view &line)
+{
+    size_t scanned = m_end - m_next;  // without a line end; refilling keeps it at the front
+    while (refill()) {
+        const char *first = m_buffer.get() + m_next;
+        if (const void *end = std::memchr(first + scanned, '\n', m_end - m_next - scanned)) {
+            take(first, static_cast<const char *>(end), line);
+            return true;
+        }
+        scanned = m_end - m_next;
+    }
+    line = {m_buffer.get() + m_next, m_end - m_next};
+    m_next = m_end;
+    return !line.empty();
+}
+
+// Moves what is not handed out to the front and reads on behind it; false at the end of the file.
+bool LineReader::refill()
+{
+    std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
+    m_end -= m_next;
+    m_next = 0;
+    if (m_end == m_size) {
+        // Grown in place where the system can: a long line is held once, not twice.
+        char *grown = static_cast<char *>(std::realloc(m_buffer.get(), 2 * m_size + slack));
+        if (!grown)
+            throw std::bad_alloc();
+        static_cast<void>(m_buffer.release());
+        m_buffer.reset(grown);
+        m_size *= 2;
+    }
+    ssize_t bytes;
+    do {
+        bytes = ::read(m_file, m_buffer.get() + m_end, m_size - m_end);
+    } while (bytes < 0 && errno == EINTR);
+    if (bytes < 0)
+        onFailure("read", m_name);
+    m_end += size_t(bytes);
+    return bytes > 0;
+}
+
+} // namespace text

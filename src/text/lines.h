@@ -1,0 +1,78 @@
+// Reading a file line by line in blocks.
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace text {
+
+// A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts.
+// Holds one block, or the longest line met where that is longer. A failed read goes to onFailure.
+class LineReader {
+public:
+    // Bytes behind a line's end that may be read, though they mean nothing.
+    static constexpr size_t slack = 64;
+
+    LineReader() = default;
+    LineReader(const LineReader &) = delete;
+    LineReader &operator=(const LineReader &) = delete;
+    ~LineReader() { close(); }
+
+    // False when the file is missing, unreadable or a folder. A smaller block is for tests.
+    bool open(const std::string &name, size_t block = size_t(256) << 10);
+    void close();
+
+    // The next line without its end, valid until the next call; false after the last one.
+    bool next(std::string_view &line)
+    {
+        const char *first = m_buffer.get() + m_next;
+        if (const void *end = std::memchr(first, '\n', m_end - m_next)) {
+            take(first, static_cast<const char *>(end), line);
+            return true;
+        }
+        return nextAcrossBlocks(line);
+    }
+
+    // The same, passing over empty lines.
+    bool nextNonEmpty(std::string_view &line)
+    {
+        while (next(line)) {
+            if (!line.empty())
+                return true;
+        }
+        return false;
+    }
+
+    // True when no byte remains behind the line read last.
+    bool atEnd() { return m_next == m_end && !refill(); }
+
+    // Starts again at the first byte. A pipe cannot: that is a failed read.
+    void rewind();
+
+private:
+    struct Free {
+        void operator()(char *memory) const { std::free(memory); }
+    };
+
+    void take(const char *first, const char *end, std::string_view &line)
+    {
+        m_next = size_t(end - m_buffer.get()) + 1;
+        if (end != first && end[-1] == '\r')
+            --end;
+        line = {first, size_t(end - first)};
+    }
+    bool nextAcrossBlocks(std::string_view &line);
+    bool refill();
+
+    std::string m_name;
+    std::unique_ptr<char, Free> m_buffer;
+    size_t m_size = 0;  // of the buffer, without the slack
+    size_t m_next = 0;  // first byte not handed out
+    size_t m_end = 0;   // behind the last byte read
+    int m_file = -1;
+};
+
+} // namespace text

@@ -1,0 +1,19 @@
+// Number to text, independent of the locale.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace text {
+
+inline constexpr size_t maxRealSize = 16;     // "-1.23457e-300" and some room for wide stores
+inline constexpr size_t maxIntegerSize = 20;  // "-9223372036854775808"
+
+// Six significant digits, the shorter of fixed and exponent form: the characters of printf's "%.6g", but "nan"
+// has no sign and both zeros are "0". Writes at most maxRealSize bytes, no end mark; returns the end.
+char *writeReal(char *out, double value);
+
+// Decimal digits with a sign where negative, at most maxIntegerSize bytes, no end mark; returns the end.
+char *writeInteger(char *out, int64_t value);
+
+} // namespace text

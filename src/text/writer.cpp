@@ -1,0 +1,88 @@
+#include "text/writer.h"
+#include "text/files.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace text {
+
+static Writer *firstOpen = nullptr;
+
+bool Writer::open(const std::string &name)
+{
+    close();
+    do {
+        m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    } while (m_file < 0 && errno == EINTR);
+    if (m_file < 0)
+        return false;
+    m_name = name;
+    m_buffer = std::make_unique_for_overwrite<char[]>(capacity);
+    m_size = 0;
+    m_nextOpen = firstOpen;
+    firstOpen = this;
+    return true;
+}
+
+void Writer::close()
+{
+    if (m_file < 0)
+        return;
+    flush();
+    Writer **link = &firstOpen;
+    while (*link && *link != this)
+        link = &(*link)->m_nextOpen;
+    if (*link)
+        *link = m_nextOpen;
+    const int file = m_file;
+    m_file = -1;
+    // EINTR leaves the file closed on Linux, with everything handed over.
+    if (::close(file) != 0 && errno != EINTR)
+        onFailure("write", m_name);
+}
+
+void Writer::flush()
+{
+    const size_t size = m_size;
+    m_size = 0;  // first: the failure handler flushes again
+    write(m_buffer.get(), size);
+}
+
+void Writer::put(std::string_view bytes)
+{
+    if (bytes.size() > capacity) {
+        flush();
+        // All but the last byte pass by the buffer, so that replaceLast() can rely on finding it there.
+        write(bytes.data(), bytes.size() - 1);
+        bytes.remove_prefix(bytes.size() - 1);
+    }
+    char *out = reserve(bytes.size());
+    std::memcpy(out, bytes.data(), bytes.size());
+    m_size += bytes.size();
+}
+
+void Writer::write(const char *bytes, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = ::write(m_file, bytes, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            onFailure("write", m_name);
+        bytes += written;
+        size -= size_t(written);
+    }
+}
+
+void Writer::flushAll()
+{
+    // Taken off the list first: where a flush fails, the failure handler comes back here for the rest.
+    while (firstOpen) {
+        Writer *writer = firstOpen;
+        firstOpen = writer->m_nextOpen;
+        writer->flush();
+    }
+}
+
+} // namespace text

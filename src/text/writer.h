@@ -1,0 +1,63 @@
+// Buffered output files.
+#pragma once
+
+#include "text/writenumber.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace text {
+
+// A failed write, flush or close goes to onFailure.
+class Writer {
+public:
+    // The most that reserve() gives at a time.
+    static constexpr size_t capacity = size_t(128) << 10;
+
+    Writer() = default;
+    Writer(const Writer &) = delete;
+    Writer &operator=(const Writer &) = delete;
+    ~Writer() { close(); }
+
+    // Creates or empties the file; false when it cannot be opened.
+    bool open(const std::string &name);
+    void close();
+    void flush();
+
+    void put(char byte) { *reserve(1) = byte, ++m_size; }
+    void put(std::string_view bytes);
+    void put(const char *bytes) { put(std::string_view(bytes)); }
+    void put(double real) { commit(writeReal(reserve(maxRealSize), real)); }
+    void put(int64_t integer) { commit(writeInteger(reserve(maxIntegerSize), integer)); }
+    void put(int integer) { put(int64_t(integer)); }
+    void put(size_t integer) { put(int64_t(integer)); }
+
+    // For hot loops: room for at least `size` bytes; what was written there counts up to commit(end).
+    char *reserve(size_t size)
+    {
+        if (size > capacity - m_size)
+            flush();
+        return m_buffer.get() + m_size;
+    }
+    void commit(const char *end) { m_size = size_t(end - m_buffer.get()); }
+
+    // Changes the byte written last, which is always still in the buffer.
+    void replaceLast(char byte) { m_buffer.get()[m_size - 1] = byte; }
+
+    // Flushes every open writer, for a run that ends early.
+    static void flushAll();
+
+private:
+    void write(const char *bytes, size_t size);
+
+    std::string m_name;
+    std::unique_ptr<char[]> m_buffer;
+    size_t m_size = 0;
+    int m_file = -1;
+    Writer *m_nextOpen = nullptr;
+};
+
+} // namespace text
