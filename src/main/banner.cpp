@@ -1,0 +1,11 @@
+#include "main/banner.h"
+#include "main/console.h"
+
+void welcome()
+{
+    print("\n"
+          "MORVEL v. 1.3.7\n"
+          "User guide: docs/usage.md in the source, share/doc/morvel/usage.md where installed\n"
+          "E-mail: support@morvel.example\n"
+          "\n");
+}

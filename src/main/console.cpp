@@ -1,0 +1,115 @@
+#include "main/console.h"
+#include "text/files.h"
+#include "text/writer.h"
+
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+
+static bool isEnding = false;  // a second failure while the first one is reported adds no further line
+
+[[noreturn]] static void failConsole()
+{
+    static bool isReported = false;
+    if (!isReported) {
+        isReported = isEnding = true;
+        std::fputs("Cannot write 'standard output'\n", stderr);
+        text::Writer::flushAll();
+    }
+    std::_Exit(1);
+}
+
+[[noreturn]] static void failTransfer(const char *action, const std::string &name)
+{
+    if (isEnding)
+        quit();
+    isEnding = true;
+    fatal("Cannot %s '%s'\n", action, name.c_str());
+}
+
+void startConsole()
+{
+    // A closed standard stream must not become the number of a data file. Read-only: writing there still fails.
+    int file;
+    do {
+        file = open("/dev/null", O_RDONLY);
+    } while (file >= 0 && file <= 2);
+    if (file > 2)
+        close(file);
+    // A reader that has gone and a file-size limit are failed writes like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    text::onFailure = failTransfer;
+}
+
+void print(const char *format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (std::vprintf(format, arguments) < 0)
+        failConsole();
+    va_end(arguments);
+}
+
+void printBytes(std::string_view bytes)
+{
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size())
+        failConsole();
+}
+
+void flushConsole()
+{
+    if (std::fflush(stdout) != 0)
+        failConsole();
+}
+
+void finish(int status)
+{
+    text::Writer::flushAll();
+    flushConsole();
+    std::exit(status);
+}
+
+void fatal(const char *format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (std::vprintf(format, arguments) < 0)
+        failConsole();
+    va_end(arguments);
+    finish(1);
+}
+
+void quit()
+{
+    finish(1);
+}
+
+void copyBounded(char *buffer, size_t size, std::string_view bytes)
+{
+    if (bytes.size() >= size) {
+        text::Writer::flushAll();
+        flushConsole();
+        std::abort();
+    }
+    std::memcpy(buffer, bytes.data(), bytes.size());
+    buffer[bytes.size()] = '\0';
+}
+
+void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer_list<std::string> outputs)
+{
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        for (const std::string &input : inputs) {
+            if (text::isSameFile(*output, input))
+                fatal("Output file '%s' is also an input\n", output->c_str());
+        }
+        for (auto other = outputs.begin(); other != output; ++other) {
+            if (text::isSameFile(*output, *other))
+                fatal("Output file '%s' is also another output\n", output->c_str());
+        }
+    }
+    flushConsole();
+}

@@ -1,0 +1,77 @@
+// One run from start to end.
+#include "main/banner.h"
+#include "main/console.h"
+#include "main/modes.h"
+#include "main/options.h"
+#include "main/timing.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+static char argument[100];  // program path
+static char mode[50];
+
+// Copies the name after the first "-M" or "-m" to `mode`.
+static void findModeName(int argc, char **argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (i == argc - 1) {
+            print("You need to specify the mode '-M'\n\n");
+            quit();
+        }
+        if (std::strcmp(argv[i], "-M") == 0 || std::strcmp(argv[i], "-m") == 0) {
+            copyBounded(mode, argv[i + 1]);
+            return;
+        }
+    }
+}
+
+// On purpose a value is itself looked at as a possible option name.
+static void collectOptions(int argc, char **argv, const Mode &chosen)
+{
+    for (int i = 1; i < argc - 1; ++i) {
+        for (const std::string_view name : chosen.options) {
+            if (name == argv[i]) {
+                Switches.emplace_back(argv[i]);
+                Switches.emplace_back(argv[i + 1]);
+            }
+        }
+    }
+}
+
+int main(int argc, char **argv)
+{
+    startConsole();
+    // The application object takes over the process locale, and complains where it is not UTF-8. All text here is
+    // bytes and all numbers have a point, whatever the user's locale.
+    setenv("LC_ALL", "C.UTF-8", 1);
+    QCoreApplication application(argc, argv);
+
+    copyBounded(argument, argv[0]);
+    welcome();
+    for (int i = 1; i < argc; ++i)
+        print("%d  %s\n", i, argv[i]);
+    findModeName(argc, argv);
+    const Mode *chosen = findMode(mode);
+    if (chosen)
+        collectOptions(argc, argv, *chosen);
+
+    QElapsedTimer t;
+    t.start();
+    print("\nSTART TIME: %s", currentTime().c_str());
+    if (chosen) {
+        try {
+            runMode(*chosen);
+        } catch (const std::bad_alloc &) {
+            fatal("Out of memory\n");
+        }
+    }
+    print("END TIME: %s", currentTime().c_str());
+    print("%s", elapsedTime(t.elapsed()).c_str());
+    Switches.clear();
+    finish(0);
+}

@@ -1,0 +1,113 @@
+#include "main/modes.h"
+#include "main/console.h"
+#include "modes/modes.h"
+
+#include <algorithm>
+
+static const Mode *running = nullptr;  // set by runMode
+
+static void reportUnavailable()
+{
+    print("%s is not available in this version\n", running->name);
+}
+
+static constexpr const char *genoToAdOptions[]
+    = {"-file", "-out", "-beg", "-end", "-last-bef-geno", "-rs-loc", "-statistics", "-to-hard-call"};
+static constexpr const char *adToGenOptions[] = {"-file", "-out", "-beg", "-end", "-last-bef-geno", "-rs-loc"};
+static constexpr const char *averageOptions[]
+    = {"-file", "-out", "-beg", "-end", "-last-bef-geno", "-rs-loc", "-show"};
+static constexpr const char *genToLettersOptions[] = {
+    "-file", "-out", "-beg", "-end", "-last-bef-geno", "-rs-loc", "-gen1-loc", "-gen2-loc", "-flip", "-genodelim"};
+static constexpr const char *mixFitOptions[]
+    = {"-step",   "-plimit",    "-file",    "-out",   "-ref",     "-header",
+       "-refheader", "-missing", "-delim", "-refpops", "-combinatorics"};
+static constexpr const char *gwasOptions[]
+    = {"-pfile", "-gfile",   "-method", "-bintype", "-manualbins", "-autobins",  "-out",    "-missing",
+       "-delim", "-slope", "-r2",     "-statistic", "-statlimit", "-binfile", "-xmethod"};
+static constexpr const char *gwas2Options[]
+    = {"-pfile", "-gfile",   "-method", "-bintype", "-manualbins", "-autobins",  "-out",    "-missing",
+       "-delim", "-slope", "-r2",     "-statistic", "-statlimit", "-binfile", "-xmethod", "-format"};
+static constexpr const char *gwas3Options[]
+    = {"-pfile", "-gfile", "-out", "-missing", "-delim", "-slope", "-statistic", "-statlimit"};
+static constexpr const char *regscan1Options[]
+    = {"-pfile", "-gfile",   "-method", "-bintype",  "-manualbins", "-autobins", "-out",    "-missing",
+       "-delim", "-slope", "-statistic", "-statlimit", "-type",   "-binfile",  "-xmethod"};
+static constexpr const char *familyOptions[]
+    = {"-file", "-out", "-delim", "-threshold", "-familysize", "-showmatrix", "-header"};
+static constexpr const char *levinOptions[] = {"-file", "-out", "-delim", "-header", "-columns"};
+static constexpr const char *relout5Options[]
+    = {"-file", "-pfile", "-pdefault", "-out", "-limit", "-delim", "-mode", "-header", "-pidsize"};
+static constexpr const char *relout6Options[]
+    = {"-file", "-pfile", "-pdefault", "-out", "-limit", "-delim", "-mode", "-header"};
+static constexpr const char *popSelOptions[]
+    = {"-file1", "-file2", "-out", "-delim", "-header1", "-header2", "-headers",
+       "-missing", "-exact-rounds", "-exact-individuals", "-exact-order", "-group-match", "-hitnumber"};
+static constexpr const char *bgenOptions[] = {"-file", "-out", "-delim", "-log"};
+static constexpr const char *ldPruneOptions[]
+    = {"-file", "-map", "-out", "-delim", "-log", "-threshold", "-pcolumn", "-poscolumn", "-dataheader"};
+static constexpr const char *gwamaFilterOptions[] = {"-file", "-out", "-delim", "-column", "-header"};
+static constexpr const char *peakScan3Options[]
+    = {"-file",      "-out",            "-delim", "-lcolumn", "-pcolumn", "-chrcolumn", "-header", "-dots", "-gap",
+       "-window", "-frame", "-threshold", "-peak-threshold", "-id1", "-id2",     "-id3",     "-clip",      "-clip2"};
+
+static constexpr Mode modes[] = {
+    {"gentoAD", genoToAd, genoToAdOptions},
+    {"gentoad", genoToAd, genoToAdOptions},
+    {"ADtogen", reportUnavailable, adToGenOptions},
+    {"adtogen", reportUnavailable, adToGenOptions},
+    {"avgAD", reportUnavailable, averageOptions},
+    {"avgad", reportUnavailable, averageOptions},
+    {"avgGEN", reportUnavailable, averageOptions},
+    {"avggen", reportUnavailable, averageOptions},
+    {"gentoletters", reportUnavailable, genToLettersOptions},
+    {"gentoLETTERS", reportUnavailable, {}},  // on purpose: runs on its defaults
+    {"mixfit", reportUnavailable, mixFitOptions},
+    {"mf", reportUnavailable, mixFitOptions},
+    {"gwas", gwas, gwasOptions},
+    {"GWAS", gwas, gwasOptions},
+    {"gwas2", reportUnavailable, gwas2Options},
+    {"GWAS2", reportUnavailable, gwas2Options},
+    {"gwas3", reportUnavailable, gwas3Options},
+    {"GWAS3", reportUnavailable, gwas3Options},
+    {"regscan1", reportUnavailable, regscan1Options},
+    {"REGSCAN1", nullptr, regscan1Options},  // on purpose: collects, then nothing runs
+    {"family", reportUnavailable, familyOptions},
+    {"fam", reportUnavailable, familyOptions},
+    {"levin", reportUnavailable, levinOptions},
+    {"read1", reportUnavailable, {}},
+    {"read2", reportUnavailable, {}},
+    {"read3", reportUnavailable, {}},
+    {"read4", reportUnavailable, {}},
+    {"relout5", reportUnavailable, relout5Options},
+    {"RELOUT5", reportUnavailable, relout5Options},
+    {"relout6", reportUnavailable, relout6Options},
+    {"RELOUT6", reportUnavailable, relout6Options},
+    {"popsel", reportUnavailable, popSelOptions},
+    {"bgen", nullptr, bgenOptions},  // on purpose: collects, then nothing runs
+    {"ldprune", reportUnavailable, ldPruneOptions},
+    {"gwamafilter", reportUnavailable, gwamaFilterOptions},
+    {"peakscan3", reportUnavailable, peakScan3Options},
+};
+
+std::span<const Mode> allModes()
+{
+    return modes;
+}
+
+const Mode *findMode(std::string_view name)
+{
+    const auto mode = std::ranges::find(modes, name, &Mode::name);
+    return mode == std::end(modes) ? nullptr : mode;
+}
+
+bool isUnavailable(const Mode &mode)
+{
+    return mode.run == reportUnavailable;
+}
+
+void runMode(const Mode &mode)
+{
+    running = &mode;
+    if (mode.run)
+        mode.run();
+}

@@ -1,0 +1,5 @@
+// The mode functions. Each reads its options from Switches, does its work and returns, or ends the run.
+#pragma once
+
+void genoToAd();  // genotype probabilities to dosages
+void gwas();      // association scan over phenotype bins
