@@ -1,0 +1,241 @@
+// Genotype probabilities to dosages: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the leading
+// columns and one dosage P(AB) + 2 P(BB) per individual, or its hard call; on request with a summary row per
+// marker.
+#include "main/console.h"
+#include "main/options.h"
+#include "modes/modes.h"
+#include "text/fields.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/writer.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+using Walker = text::FieldWalker<text::Separator::Blank>;
+
+static std::string filename;
+static std::string outname;
+static std::string sumname;
+static int64_t lastbeforegeno;  // leading columns
+static int64_t rsnumber;        // 1-based column of the marker name
+static bool statistics;
+static bool hardCalls;
+
+static void readOptions()
+{
+    const auto file = option("-file");
+    if (!file)
+        fatal("You need to specify '-pfile'.\n\n");  // on purpose: not '-file'
+    filename = *file;
+    outname = textOption("-out", filename + ".out");
+    sumname = outname + ".stats";
+    // On purpose: the range is checked, but every line is converted.
+    const int beg = std::max(integerOption("-beg", 1), 1);
+    const int end = integerOption("-end", 999999999);
+    if (beg > end)
+        fatal("Invalid range selected: beg > end\n");
+    lastbeforegeno = std::max(integerOption("-last-bef-geno", 5), 0);
+    rsnumber = integerOption("-rs-loc", 2);
+    if (rsnumber < 1)
+        fatal("Invalid rs number location selected\n");
+    statistics = textOption("-statistics", "no") == "yes";
+    hardCalls = textOption("-to-hard-call", "no") == "yes";
+}
+
+// The text of every dosage of up to 3000 thousandths and the blank behind it, in bytes 0 to 6, and their number in
+// byte 7. Text of six digits is not touched by the rounding to single precision, so a dosage formed from numbers
+// of thousandths needs no arithmetic but theirs.
+static std::array<std::array<char, 8>, 3001> makeDosageTexts()
+{
+    std::array<std::array<char, 8>, 3001> texts;
+    for (size_t i = 0; i < texts.size(); ++i) {
+        char text[text::maxRealSize + 1];
+        char *end = text::writeReal(text, double(i) / 1000);
+        *end++ = ' ';
+        std::memcpy(texts[i].data(), text, 7);
+        texts[i][7] = char(end - text);
+    }
+    return texts;
+}
+
+// Rounded to the nearest whole number by a half added before; what does not fit an integer is 0.
+static int wholePart(float value)
+{
+    return value >= -2147483648.0f && value < 2147483648.0f ? int(value) : 0;
+}
+
+// Converts the triplets of a line, each value followed by a blank, the last one by a line break where at most one
+// field is left over. With a summary the dosages (plus a half for hard calls, on purpose) go to meanValues.
+template <bool isHardCall, bool hasSummary>
+static void convertTriplets(std::string_view genotypes, text::Writer &out, std::vector<float> &meanValues)
+{
+    static const auto dosageTexts = makeDosageTexts();
+    constexpr size_t batchTriplets = Walker::batchSize / 3;
+    Walker walker(genotypes);
+    bool hasTriplets = false;
+    for (;;) {
+        const size_t fields = walker.next(Walker::batchSize);
+        const size_t triplets = fields / 3;
+        char *end = out.reserve(batchTriplets * (text::maxRealSize + 1));
+        float *values = nullptr;
+        if constexpr (hasSummary) {
+            meanValues.resize(meanValues.size() + triplets);
+            values = meanValues.data() + meanValues.size() - triplets;
+        }
+        for (size_t i = 0; i < triplets; ++i) {
+            const size_t j = 3 * i;
+            const int heteroThousandths = text::readThousandths(walker.begin(j + 1), walker.size(j + 1));
+            const int homoThousandths = text::readThousandths(walker.begin(j + 2), walker.size(j + 2));
+            const int thousandths = 2 * homoThousandths + heteroThousandths;
+            const bool isShort = (heteroThousandths | homoThousandths) >= 0 && thousandths <= 3000;
+            if (!isHardCall && !hasSummary && isShort) [[likely]] {
+                std::memcpy(end, &dosageTexts[thousandths], 8);
+                end += dosageTexts[thousandths][7];
+                continue;
+            }
+            float hetero, homo;
+            if (isShort) {
+                hetero = float(heteroThousandths / 1000.0);
+                homo = float(homoThousandths / 1000.0);
+            } else {
+                hetero = text::readFloat(walker.field(j + 1));
+                homo = text::readFloat(walker.field(j + 2));
+            }
+            float ad = 2 * homo + hetero;
+            if constexpr (isHardCall) {
+                ad += 0.5f;
+                end = text::writeInteger(end, wholePart(ad));
+                *end++ = ' ';
+            } else if (isShort) {
+                std::memcpy(end, &dosageTexts[thousandths], 8);
+                end += dosageTexts[thousandths][7];
+            } else {
+                end = text::writeReal(end, ad);
+                *end++ = ' ';
+            }
+            if constexpr (hasSummary)
+                values[i] = ad;
+        }
+        out.commit(end);
+        hasTriplets |= triplets > 0;
+        if (fields < Walker::batchSize) {
+            if (hasTriplets && fields % 3 < 2)
+                out.replaceLast('\n');
+            return;
+        }
+    }
+}
+
+// Writes the summary row of the marker; returns the number of dosages outside 0 to 2.
+static int64_t writeSummary(std::string_view marker, const std::vector<float> &meanValues, text::Writer &out)
+{
+    const float tripletcount = float(meanValues.size());
+    float sumad = 0;
+    float max = -9.9f, min = 9.9f;
+    int64_t dose0 = 0, doseM = 0, dose1 = 0, dosePROBLEM = 0;
+    for (const float ad : meanValues) {
+        sumad += ad;
+        max = ad > max ? ad : max;
+        min = ad < min ? ad : min;
+        dose0 += ad == 0;
+        dose1 += ad == 2;
+        doseM += ad > 0 && ad < 2;
+        dosePROBLEM += !(ad >= 0 && ad <= 2);
+    }
+    const float mean = sumad / tripletcount;
+    float cumul_value1 = 0;
+    for (const float ad : meanValues)
+        cumul_value1 += (ad - mean) * (ad - mean);
+    const float standarddev = std::sqrt(cumul_value1 / tripletcount);
+
+    out.put(marker);
+    for (const float value : {mean, standarddev, standarddev / mean, min, max}) {
+        out.put('\t');
+        out.put(double(value));
+    }
+    for (const int64_t count : {dose0, doseM, dose1, dosePROBLEM}) {
+        out.put('\t');
+        out.put(count);
+    }
+    out.put('\n');
+    return dosePROBLEM;
+}
+
+// The field at a 0-based position; empty beyond the end of the line.
+static std::string_view fieldAt(std::string_view line, int64_t position)
+{
+    for (; position > 0; --position) {
+        const size_t blank = line.find(' ');
+        if (blank == line.npos)
+            return {};
+        line.remove_prefix(blank + 1);
+    }
+    return line.substr(0, line.find(' '));
+}
+
+// Writes the leading fields, each followed by a blank; returns what follows them in the line.
+static std::string_view copyLeadingColumns(std::string_view line, text::Writer &out)
+{
+    size_t size = 0;
+    for (int64_t column = 0; column < lastbeforegeno; ++column) {
+        const size_t blank = line.find(' ', size);
+        if (blank == line.npos) {
+            out.put(line);
+            out.put(' ');
+            return {};
+        }
+        size = blank + 1;
+    }
+    out.put(line.substr(0, size));
+    return line.substr(size);
+}
+
+// Converts all lines; returns the number of dosages outside 0 to 2, as far as the summary counts them.
+template <bool isHardCall, bool hasSummary>
+static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Writer &summary)
+{
+    int64_t SUMdosePROBLEM = 0;
+    std::vector<float> meanValues;
+    std::string_view line;
+    while (in.nextNonEmpty(line)) {
+        meanValues.clear();
+        convertTriplets<isHardCall, hasSummary>(copyLeadingColumns(line, out), out, meanValues);
+        if constexpr (hasSummary)
+            SUMdosePROBLEM += writeSummary(fieldAt(line, rsnumber - 1), meanValues, summary);
+    }
+    return SUMdosePROBLEM;
+}
+
+void genoToAd()
+{
+    readOptions();
+    print("running genToAd()\n");
+    refuseSameFiles({filename}, {outname, sumname});
+    text::LineReader in;
+    text::Writer out, summary;
+    if (!in.open(filename))
+        fatal("Input file not found\n");
+    if (!out.open(outname))
+        fatal("Output file not opened\n");
+    if (!summary.open(sumname))
+        fatal("Summary file not opened\n");
+
+    if (!statistics) {
+        print("Statistical summary not provided\n");
+        hardCalls ? convertLines<true, false>(in, out, summary) : convertLines<false, false>(in, out, summary);
+        out.close();
+        summary.close();
+        std::remove(sumname.c_str());
+        return;
+    }
+    summary.put("RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n");
+    print("Statistical summary is provided\n");
+    const int64_t SUMdosePROBLEM
+        = hardCalls ? convertLines<true, true>(in, out, summary) : convertLines<false, true>(in, out, summary);
+    out.close();
+    summary.close();
+    print("dose problems: %lld\n", static_cast<long long>(SUMdosePROBLEM));
+}

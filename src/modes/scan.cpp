@@ -1,0 +1,100 @@
+#include "modes/scan.h"
+#include "main/settings.h"
+#include "modes/df.h"
+
+#include <cmath>
+
+// R2 of the line over its points. Intercept and sums of squares in the order of the points.
+static double rSquared(std::span<const double> x, std::span<const double> y, double slope, double sumX,
+                       double sumY)
+{
+    const double n = double(x.size());
+    const double intercept = (sumY - slope * sumX) / n;
+    const double mean = sumY / n;
+    double SSres = 0, SStot = 0;
+    for (size_t k = 0; k < x.size(); ++k) {
+        const double residual = y[k] - (intercept + slope * x[k]);
+        const double deviation = y[k] - mean;
+        SSres += residual * residual;
+        SStot += deviation * deviation;
+    }
+    if (SStot == 0)
+        return 0;
+    const double r2 = 1 - SSres / SStot;
+    return r2 < 0 ? 0 : r2;
+}
+
+Fit fitLine(std::span<const double> x, std::span<const double> y)
+{
+    const double n = double(x.size());
+    double sumX = 0, sumY = 0, sumXY = 0, sumXX = 0;
+    for (size_t k = 0; k < x.size(); ++k) {
+        sumX += x[k];
+        sumY += y[k];
+        sumXY += x[k] * y[k];
+        sumXX += x[k] * x[k];
+    }
+    const double slope = (n * sumXY - sumX * sumY) / (n * sumXX - sumX * sumX);
+    Fit fit = {slope, std::fabs(slope), -1, -1, -1};
+    if (fit.absSlope < slope_lim || x.size() <= 2)
+        return fit;
+    fit.r2 = rSquared(x, y, slope, sumX, sumY);
+    const TTest test = lookUp(fit.r2, int(x.size()));
+    fit.t = test.t;
+    fit.p = test.p;
+    return fit;
+}
+
+static bool isPassing(const Fit &fit)
+{
+    switch (statistic) {
+    case 0:
+        return fit.r2 >= stat_lim;
+    case 1:
+        return fit.t >= stat_lim && fit.t != -1;
+    default:
+        return fit.p <= stat_lim && fit.p != -1;
+    }
+}
+
+bool isHit(const Fit &fit, HitCounts &counts)
+{
+    if (!isPassing(fit))
+        return false;
+    const bool hit = fit.absSlope >= slope_lim;
+    counts.hits += hit;
+    if (fit.absSlope < 0.25 * slope_lim)
+        ++counts.belowQuarter;
+    else if (fit.absSlope < 0.5 * slope_lim)
+        ++counts.belowHalf;
+    else if (fit.absSlope >= 2 * slope_lim)
+        ++counts.twofold;
+    return hit;
+}
+
+void writeHitHeader(text::Writer &out)
+{
+    out.put("Pheno\tSNPID\tSlope\tR2\tt-value\tp-value\t\n");  // on purpose with a tab at the end
+}
+
+void writeHit(std::string_view phenotype, std::string_view marker, const Fit &fit, text::Writer &out)
+{
+    out.put(phenotype);
+    out.put('\t');
+    out.put(marker);
+    out.put('\t');
+    out.put(fit.slope);
+    out.put('\t');
+    out.put(fit.r2);
+    out.put('\t');
+    if (fit.t <= 0)
+        out.put("NA");
+    else
+        out.put(fit.t);
+    out.put('\t');
+    if (fit.p <= 0)
+        out.put("NA");
+    else
+        out.put(fit.p);
+    out.put('\n');
+}

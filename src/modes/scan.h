@@ -1,0 +1,39 @@
+// What the association scans share: the fit over the bins' means, the decision, and the hit rows.
+#pragma once
+
+#include "text/writer.h"
+
+#include <span>
+#include <string_view>
+
+// The value of a missing phenotype.
+inline constexpr double missingValue = -999.999;
+
+// A marker's regression over the bins.
+struct Fit {
+    double slope;
+    double absSlope;
+    double r2;  // r2, t and p are -1 where there is no value
+    double t;
+    double p;
+};
+
+// Markers of one phenotype, or phenotypes of one marker, that passed the statistic.
+struct HitCounts {
+    int64_t hits = 0;
+    int64_t belowQuarter = 0;  // absolute slope below 0.25 slope_lim
+    int64_t belowHalf = 0;     // else below 0.5 slope_lim
+    int64_t twofold = 0;       // else at least 2 slope_lim
+};
+
+// Least squares over the points (x, y), in their order, with R2, t and p by the table in force. Where the slope is
+// below slope_lim, or there are fewer than 3 points, they are not formed.
+Fit fitLine(std::span<const double> x, std::span<const double> y);
+
+// True when the fit passes the chosen statistic against stat_lim and its absolute slope reaches slope_lim. Counts
+// it, and every fit that passes the statistic in its class of slopes.
+bool isHit(const Fit &fit, HitCounts &counts);
+
+// One row for hits: phenotype, marker, slope, R2, t and p.
+void writeHitHeader(text::Writer &out);
+void writeHit(std::string_view phenotype, std::string_view marker, const Fit &fit, text::Writer &out);
