@@ -1,0 +1,39 @@
+// Runs the real program in an empty folder of its own.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct Run {
+    int status = 0;            // exit status, or minus the signal that ended the run
+    std::string output;        // all of standard output
+    std::string messages;      // what the mode printed: without banner, arguments and time lines
+    std::string errors;        // standard error
+};
+
+// A folder that exists as long as the object. File names are relative to it.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder &) = delete;
+
+    std::string path(const std::string &name) const { return m_path + "/" + name; }
+    void write(const std::string &name, std::string_view bytes) const;
+    std::string read(const std::string &name) const;  // "(no file)" where there is none
+    std::map<std::string, std::string> files() const;
+
+    // Runs the program with these arguments. `shell` is put before it, as in "ulimit -f 1; ", and `redirection`
+    // behind it; both are for the shell.
+    Run run(const std::vector<std::string> &arguments, const std::string &shell = "",
+            const std::string &redirection = "") const;
+    // The same for "-M mode".
+    Run runMode(const std::string &mode, std::vector<std::string> options) const;
+
+private:
+    explicit Folder(const std::string &newPath);
+
+    std::string m_path;
+};
