@@ -3,6 +3,7 @@
 // marker.
 #include "main/console.h"
 #include "main/options.h"
+#include "modes/genotypes.h"
 #include "modes/modes.h"
 #include "text/fields.h"
 #include "text/lines.h"
@@ -164,35 +165,6 @@ static int64_t writeSummary(std::string_view marker, const std::vector<float> &m
     return dosePROBLEM;
 }
 
-// The field at a 0-based position; empty beyond the end of the line.
-static std::string_view fieldAt(std::string_view line, int64_t position)
-{
-    for (; position > 0; --position) {
-        const size_t blank = line.find(' ');
-        if (blank == line.npos)
-            return {};
-        line.remove_prefix(blank + 1);
-    }
-    return line.substr(0, line.find(' '));
-}
-
-// Writes the leading fields, each followed by a blank; returns what follows them in the line.
-static std::string_view copyLeadingColumns(std::string_view line, text::Writer &out)
-{
-    size_t size = 0;
-    for (int64_t column = 0; column < lastbeforegeno; ++column) {
-        const size_t blank = line.find(' ', size);
-        if (blank == line.npos) {
-            out.put(line);
-            out.put(' ');
-            return {};
-        }
-        size = blank + 1;
-    }
-    out.put(line.substr(0, size));
-    return line.substr(size);
-}
-
 // Converts all lines; returns the number of dosages outside 0 to 2, as far as the summary counts them.
 template <bool isHardCall, bool hasSummary>
 static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Writer &summary)
@@ -202,7 +174,7 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
     std::string_view line;
     while (in.nextNonEmpty(line)) {
         meanValues.clear();
-        convertTriplets<isHardCall, hasSummary>(copyLeadingColumns(line, out), out, meanValues);
+        convertTriplets<isHardCall, hasSummary>(copyLeadingColumns(line, lastbeforegeno, out), out, meanValues);
         if constexpr (hasSummary)
             SUMdosePROBLEM += writeSummary(fieldAt(line, rsnumber - 1), meanValues, summary);
     }

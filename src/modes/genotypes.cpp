@@ -1,0 +1,30 @@
+#include "modes/genotypes.h"
+
+std::string_view fieldAt(std::string_view line, int64_t position)
+{
+    if (position < 0)
+        return {};
+    for (; position > 0; --position) {
+        const size_t blank = line.find(' ');
+        if (blank == line.npos)
+            return {};
+        line.remove_prefix(blank + 1);
+    }
+    return line.substr(0, line.find(' '));
+}
+
+std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text::Writer &out)
+{
+    size_t size = 0;
+    for (int64_t column = 0; column < columns; ++column) {
+        const size_t blank = line.find(' ', size);
+        if (blank == line.npos) {
+            out.put(line);
+            out.put(' ');
+            return {};
+        }
+        size = blank + 1;
+    }
+    out.put(line.substr(0, size));
+    return line.substr(size);
+}
