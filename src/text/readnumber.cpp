@@ -97,7 +97,9 @@ Real readReal(std::string_view field)
     } else if (std::from_chars(first, end, value).ec != std::errc()) {
         value = digitCount + exponent > 0 ? std::numeric_limits<double>::infinity() : 0;
     }
-    return {isNegative ? -value : value, value != 0 && !std::isinf(value)};
+    if (value == 0)
+        return {0, false};
+    return {isNegative ? -value : value, !std::isinf(value)};
 }
 
 int readInteger(std::string_view field)

@@ -1,0 +1,177 @@
+#include "support/program.h"
+#include "text/fields.h"
+#include "text/files.h"
+#include "text/lines.h"
+#include "text/writer.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <random>
+#include <unistd.h>
+
+using Texts = std::vector<std::string>;
+
+// All lines, each with "|" behind it when the reader says that more follows.
+static Texts linesOf(const std::string &path, size_t block)
+{
+    text::LineReader in;
+    EXPECT_TRUE(in.open(path, block));
+    Texts lines;
+    std::string_view line;
+    while (in.next(line)) {
+        lines.emplace_back(line);
+        if (!in.atEnd())
+            lines.back() += '|';
+    }
+    EXPECT_FALSE(in.next(line));
+    return lines;
+}
+
+TEST(LineReader, EndsLinesAndTheFileWhateverTheBlock)
+{
+    const struct {
+        const char *name;
+        std::string bytes;
+        Texts lines;
+    } cases[] = {
+        {"empty file", "", {}},
+        {"no last line end", "a\nbc", {"a|", "bc"}},
+        {"last line end", "a\nbc\n", {"a|", "bc"}},
+        {"empty lines", "\n\na\n\n", {"|", "|", "a|", ""}},
+        {"carriage returns", "a\r\nb\rc\r\r\n\r\nd\r", {"a|", "b\rc\r|", "|", "d\r"}},
+        {"any byte", std::string("\0\xff\xef\xbb\xbf\n \t", 8), {std::string("\0\xff\xef\xbb\xbf|", 6), " \t"}},
+        {"long line", std::string(1000, 'x') + "\ny\n", {std::string(1000, 'x') + "|", "y"}},
+    };
+    const Folder folder;
+    for (const auto &row : cases) {
+        folder.write("in", row.bytes);
+        for (const size_t block : {1, 2, 7, 4096})
+            EXPECT_EQ(linesOf(folder.path("in"), block), row.lines) << row.name << ", block " << block;
+    }
+}
+
+TEST(LineReader, RewindsAndRefusesFolders)
+{
+    const Folder folder;
+    folder.write("in", "a\nb\n");
+    text::LineReader in;
+    std::string_view line;
+    ASSERT_TRUE(in.open(folder.path("in"), 2));
+    EXPECT_TRUE(in.next(line) && in.next(line));
+    in.rewind();
+    EXPECT_TRUE(in.next(line));
+    EXPECT_EQ(line, "a");
+    EXPECT_FALSE(in.open(folder.path(".")));
+    EXPECT_FALSE(in.open(folder.path("missing")));
+    EXPECT_FALSE(in.open(""));
+}
+
+TEST(TokenReader, FindsWordsAcrossLineEnds)
+{
+    const Folder folder;
+    folder.write("in", "  a b\n\n\tc\r\n  \nd\ve\f\n");
+    text::LineReader in;
+    ASSERT_TRUE(in.open(folder.path("in"), 3));
+    text::TokenReader tokens(in);
+    Texts words;
+    for (std::string_view token; tokens.next(token);)
+        words.emplace_back(token);
+    EXPECT_EQ(words, (Texts{"a", "b", "c", "d", "e"}));
+}
+
+static Texts split(std::string_view line, std::string_view delimiter, bool keepEmpty = true)
+{
+    std::vector<std::string_view> fields;
+    (keepEmpty ? text::splitFields : text::splitNonEmptyFields)(line, delimiter, fields);
+    return {fields.begin(), fields.end()};
+}
+
+TEST(SplitFields, KeepsOrDropsEmptyFields)
+{
+    EXPECT_EQ(split(" a  b ", " "), (Texts{"", "a", "", "b", ""}));
+    EXPECT_EQ(split(" a  b ", " ", false), (Texts{"a", "b"}));
+    EXPECT_EQ(split("a::b:::c", "::"), (Texts{"a", "b", ":c"}));
+    EXPECT_EQ(split("", ","), (Texts{""}));
+    EXPECT_EQ(split("ab", ""), (Texts{"", "a", "b", ""}));
+}
+
+// Walks in batches of random size and puts the fields together again.
+template <text::Separator separator>
+static Texts walk(std::string_view line, std::mt19937_64 &generator)
+{
+    text::FieldWalker<separator> walker(line);
+    Texts fields;
+    for (;;) {
+        const size_t most = 1 + generator() % walker.batchSize;
+        const size_t count = walker.next(most);
+        for (size_t i = 0; i < count; ++i)
+            fields.emplace_back(walker.field(i));
+        if (count < most)
+            return fields;
+    }
+}
+
+TEST(FieldWalker, FindsTheFieldsThatSplittingFinds)
+{
+    std::mt19937_64 generator(3);
+    for (int i = 0; i < 3000; ++i) {
+        std::string line(generator() % 2000, ' ');
+        const size_t blanks = 1 + generator() % 10;
+        for (char &byte : line)
+            byte = generator() % 10 < blanks ? ' ' : char(generator());
+        ASSERT_EQ(walk<text::Separator::Blank>(line, generator), split(line, " ")) << i;
+
+        const Texts fields = walk<text::Separator::WhiteSpace>(line, generator);
+        for (char &byte : line)
+            byte = text::isWhiteSpace(byte) ? ' ' : byte;
+        ASSERT_EQ(fields, split(line, " ")) << i;
+    }
+}
+
+TEST(Writer, KeepsOrderAcrossItsBuffer)
+{
+    const Folder folder;
+    std::string expected;
+    text::Writer out;
+    ASSERT_TRUE(out.open(folder.path("out")));
+    for (const size_t size : {size_t(1), text::Writer::capacity - 1, text::Writer::capacity,
+                              text::Writer::capacity + 1, size_t(3), 3 * text::Writer::capacity}) {
+        const std::string bytes(size, char('a' + size % 26));
+        out.put(bytes);
+        out.replaceLast('\n');
+        out.put(int64_t(size));
+        expected += bytes.substr(1) + "\n" + std::to_string(size);
+    }
+    out.close();
+    EXPECT_EQ(folder.read("out"), expected);
+    EXPECT_FALSE(out.open(folder.path(".")));
+}
+
+TEST(IsSameFile, SeesThroughLinksAndWhatIsYetToExist)
+{
+    const Folder folder;
+    folder.write("a", "");
+    folder.write("b", "");
+    namespace fs = std::filesystem;
+    fs::create_hard_link(folder.path("a"), folder.path("hard"));
+    fs::create_symlink("a", folder.path("soft"));
+    fs::create_symlink("new", folder.path("dangling"));
+    fs::create_directory(folder.path("sub"));
+    fs::create_symlink("dangling", folder.path("twice"));
+    fs::create_symlink("loop", folder.path("loop"));
+    const struct {
+        const char *name1, *name2;
+        bool isSame;
+    } cases[] = {
+        {"a", "a", true},          {"a", "./a", true},         {"a", "sub/../a", true},   {"a", "hard", true},
+        {"a", "soft", true},       {"a", "b", false},          {"a", "new", false},       {"new", "new", true},
+        {"new", "dangling", true}, {"new", "twice", true},     {"new", "sub/new", false}, {"sub", "sub", false},
+        {"new", "./new", true},    {"no/new", "no/new", true}, {"loop", "new", false},
+    };
+    for (const auto &row : cases) {
+        EXPECT_EQ(text::isSameFile(folder.path(row.name1), folder.path(row.name2)), row.isSame)
+            << row.name1 << " " << row.name2;
+    }
+    EXPECT_FALSE(text::isSameFile("", ""));
+    EXPECT_FALSE(text::isSameFile("/dev/null", "/dev/null"));
+}

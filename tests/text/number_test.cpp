@@ -1,0 +1,169 @@
+#include "text/readnumber.h"
+#include "text/writenumber.h"
+
+#include <QString>
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+
+static std::string written(double value)
+{
+    char text[text::maxRealSize];
+    return {text, text::writeReal(text, value)};
+}
+
+// The judge of the writer.
+static std::string printed(double value)
+{
+    if (std::isnan(value))
+        return "nan";
+    char text[40];
+    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0.0 : value);
+    return text;
+}
+
+static double randomBits(std::mt19937_64 &generator)
+{
+    return std::bit_cast<double>(generator());
+}
+
+// A number of up to nine decimals, in every magnitude that is written in fixed form and some beyond.
+static double randomDecimal(std::mt19937_64 &generator)
+{
+    const double digits = double(generator() % 10000000000);
+    return digits / std::pow(10.0, double(generator() % 15)) * (generator() % 8 ? 1 : -1);
+}
+
+// Halfway between two neighbours of six digits: an odd multiple of a power of two.
+static double randomTie(std::mt19937_64 &generator)
+{
+    static const double halves[] = {5e5, 5e4, 5e3, 500, 50, 5, 0.5, 0.25, 0.125, 0.0625, 0.03125, 0.015625};
+    const double half = halves[generator() % 12];
+    return (2 * double(100000 + generator() % 900000) + 1) * half;
+}
+
+TEST(WriteReal, GivesTheCharactersOfPrintf)
+{
+    std::mt19937_64 generator(1);
+    for (int i = 0; i < 1000000; ++i) {
+        const double decimal = randomDecimal(generator);
+        for (const double value : {randomBits(generator), decimal, double(float(decimal)), randomTie(generator),
+                                   std::nextafter(randomTie(generator), 0)})
+            ASSERT_EQ(written(value), printed(value)) << std::hexfloat << value;
+    }
+    for (int exponent = -1074; exponent < 1024; ++exponent) {
+        for (const double value : {std::ldexp(1.0, exponent), -std::ldexp(1.999, exponent)})
+            ASSERT_EQ(written(value), printed(value)) << std::hexfloat << value;
+    }
+    for (int exponent = -12; exponent < 12; ++exponent) {
+        const double power = std::pow(10.0, exponent);
+        for (const double value : {power, std::nextafter(power, 0), std::nextafter(power, 1e300),
+                                   0.9999995 * power, 0.99999949999 * power, 0.99999950001 * power})
+            ASSERT_EQ(written(value), printed(value)) << std::hexfloat << value;
+    }
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double value : {infinity, -infinity, 0.0, -0.0, std::nan(""), -std::nan("")})
+        EXPECT_EQ(written(value), printed(value));
+    EXPECT_EQ(written(1.015625), "1.01562");  // ties to even
+}
+
+TEST(WriteInteger, WritesAllDigits)
+{
+    char text[text::maxIntegerSize];
+    EXPECT_EQ(std::string(text, text::writeInteger(text, 0)), "0");
+    EXPECT_EQ(std::string(text, text::writeInteger(text, std::numeric_limits<int64_t>::min())),
+              "-9223372036854775808");
+}
+
+// The judge of the reader: the toolkit's own conversions.
+static void expectAsToolkit(const std::string &field)
+{
+    bool isNumber;
+    const double value = QString::fromLatin1(field.data(), qsizetype(field.size())).toDouble(&isNumber);
+    const text::Real real = text::readReal(field);
+    ASSERT_EQ(real.isNumber, isNumber) << "'" << field << "'";
+    ASSERT_EQ(std::bit_cast<uint64_t>(real.value), std::bit_cast<uint64_t>(value)) << "'" << field << "'";
+}
+
+TEST(ReadReal, GivesTheValuesOfTheToolkit)
+{
+    std::mt19937_64 generator(2);
+    const auto number = [&](int form) -> std::string {
+        char text[64];
+        const double value = generator() % 2 ? randomBits(generator) : randomDecimal(generator);
+        static const char *const forms[] = {"%.17g", "%.6g", "%.3f", "%.9f", "%.0f", "%e", "%+.2E", " %.1f\t"};
+        // What is not finite has other spellings in printf.
+        std::snprintf(text, sizeof text, forms[form], std::abs(value) < 1e40 || form < 2 ? value : 1.5);
+        return std::isfinite(value) ? text : "0";
+    };
+    for (int i = 0; i < 300000; ++i) {
+        for (int form = 0; form < 8; ++form)
+            expectAsToolkit(number(form));
+    }
+    // Random texts over the bytes of numbers: mostly no numbers, in all the ways there are.
+    for (int i = 0; i < 1000000; ++i) {
+        std::string field(generator() % 9, '0');
+        for (char &byte : field)
+            byte = "00112359..-+eE x"[generator() % 16];
+        expectAsToolkit(field);
+    }
+    for (const char *field : {"1.7976931348623159e308", "-1e309", "1e-400", "4.9e-324", "2.4e-324", "0e999999999999",
+                              "1e99999999999999999999", "1e-99999999999999999999", "9007199254740993", "1,5", "0x10",
+                              "123456789012345678901234567890", "0.00000000000000000000000000000000000000001e41"})
+        expectAsToolkit(field);
+    expectAsToolkit("1" + std::string(400, '0') + "e-400");
+    expectAsToolkit("0." + std::string(400, '0') + "123e400");
+}
+
+TEST(ReadReal, KnowsItsWordsInAnyCase)
+{
+    for (const char *field : {"inf", "INF", "+Inf", " inf "})
+        EXPECT_EQ(text::readReal(field).value, std::numeric_limits<double>::infinity()) << field;
+    EXPECT_EQ(text::readReal("-iNf").value, -std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(text::readReal("inf").isNumber);
+    for (const char *field : {"nan", "NaN"})
+        EXPECT_TRUE(std::isnan(text::readReal(field).value) && text::readReal(field).isNumber) << field;
+    for (const std::string_view field : {"-nan", "infinity", "nan(1)", "in", "", "+"}) {
+        EXPECT_EQ(text::readReal(field).value, 0) << field;
+        EXPECT_FALSE(text::readReal(field).isNumber) << field;
+    }
+}
+
+TEST(ReadThousandths, AgreesWithReadRealOrDeclines)
+{
+    const std::string bytes = "0159./:-e \xb0\x80";
+    size_t read = 0;
+    for (size_t size = 0; size <= 6; ++size) {
+        size_t combinations = 1;
+        for (size_t i = 0; i < size; ++i)
+            combinations *= bytes.size();
+        for (size_t n = 0; n < combinations; n += size < 6 ? 1 : 97) {
+            std::string field;
+            for (size_t rest = n; field.size() < size; rest /= bytes.size())
+                field += bytes[rest % bytes.size()];
+            const std::string behind = field + std::string(8, bytes[n % bytes.size()]);
+            const int thousandths = text::readThousandths(behind.data(), size);
+            if (thousandths < 0)
+                continue;
+            ++read;
+            ASSERT_EQ(thousandths / 1000.0, text::readReal(field).value) << field;
+            ASSERT_TRUE(field.empty() || text::readReal(field).isNumber) << field;
+        }
+    }
+    // Four digits each in place of d, d.d, d.dd and d.ddd, and the forms with nothing or only the point.
+    EXPECT_EQ(read, 1u + 4 + 4 + 16 + 64 + 256);
+}
+
+TEST(ReadInteger, TakesWholeFieldsOf32Bits)
+{
+    const struct {
+        const char *field;
+        int value;
+    } cases[] = {{"5", 5}, {"-17", -17}, {"+3", 3}, {" 8\t", 8}, {"007", 7}, {"2147483647", 2147483647},
+                 {"-2147483648", std::numeric_limits<int>::min()}, {"2147483648", 0}, {"99999999999999999999", 0},
+                 {"2.5", 0}, {"1e3", 0}, {"12abc", 0}, {"", 0}, {"-", 0}, {"+-1", 0}, {"0x1", 0}, {"1 2", 0}};
+    for (const auto &row : cases)
+        EXPECT_EQ(text::readInteger(row.field), row.value) << row.field;
+}
