@@ -61,25 +61,24 @@ public:
     // `most` only at the end of the line.
     size_t next(size_t most)
     {
-        size_t count = 0;
         m_first = m_next;
-        while (!m_isDone) {
-            while (m_separators) {
-                if (count == most)
-                    return count;
-                m_ends[count++] = m_next = m_base + std::countr_zero(m_separators);
-                ++m_next;
+        size_t count = 0;
+        // A whole block at a time while there is room for the most that it can hold.
+        while (count + 64 <= most && m_block != m_end)
+            count += takeBlock(m_ends + count);
+        while (count < most && !m_isDone) {
+            if (m_separators) {
+                m_ends[count++] = m_base + std::countr_zero(m_separators);
                 m_separators &= m_separators - 1;
-            }
-            if (m_block == m_end) {
-                if (count == most)
-                    return count;
+            } else if (m_block != m_end) {
+                scanBlock();
+            } else {
                 m_ends[count++] = m_end;
                 m_isDone = true;
-            } else {
-                scanBlock();
             }
         }
+        if (count > 0)
+            m_next = m_ends[count - 1] + 1;
         return count;
     }
 
@@ -98,6 +97,20 @@ public:
 private:
     void scanBlock();
 
+    // Adds the ends in what is left of the current block, and goes on to the next one.
+    size_t takeBlock(const char **ends)
+    {
+        const size_t count = size_t(std::popcount(m_separators));
+        uint64_t separators = m_separators;
+        for (size_t i = 0; i < count; i += 8) {
+            // Always eight: what is too many is overwritten, and costs less than leaving the loop at a guess.
+            for (size_t k = i; k < i + 8; ++k, separators &= separators - 1)
+                ends[k] = m_base + std::countr_zero(separators);
+        }
+        scanBlock();
+        return count;
+    }
+
     const char *m_first = nullptr;  // of the batch
     const char *m_next;             // first byte of the next field
     const char *m_block;            // not scanned from here on
@@ -105,7 +118,7 @@ private:
     const char *m_base = nullptr;   // of the block scanned last
     uint64_t m_separators = 0;      // of that block, bit i for byte i, without those walked
     bool m_isDone = false;
-    const char *m_ends[batchSize];
+    const char *m_ends[batchSize + 8];
 };
 
 // Bit i tells whether byte i of 64 separates.

@@ -27,26 +27,44 @@ inline float readFloat(std::string_view field) { return static_cast<float>(readR
 // not fit 32 bits, gives 0.
 int readInteger(std::string_view field);
 
-// The common short forms of probabilities and dosages, "1", "0.5" and "0.123", and the empty field, as a number
-// of thousandths from 0 to 9999; -1 for every other text, which is left to readReal().
+// A common short form of a probability or dosage, "1", "0.5" or "0.123", taken apart by a few operations on eight
+// bytes at once; the empty field counts as "0". Sums and small multiples of such numbers can be formed digit by
+// digit, as long as no digit exceeds 255.
+struct ShortNumber {
+    uint64_t digits;   // ones in byte 0, tenths in byte 2, hundredths in byte 3, thousandths in byte 4
+    uint64_t invalid;  // not 0 for every other text, which is left to readReal()
+};
+
 // Reads 8 bytes from `field`, whatever its size: inside a LineReader's line they are there.
-inline int readThousandths(const char *field, size_t size)
+inline ShortNumber readShortNumber(const char *field, size_t size)
 {
-    if constexpr (std::endian::native != std::endian::little)
-        return -1;
-    constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff};
-    if (size > 5)
-        return -1;
+    constexpr uint64_t all = ~uint64_t(0);
+    constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff, all, all};
+    if (std::endian::native != std::endian::little || size > 7) [[unlikely]]
+        return {0, 1};
     uint64_t bytes;
     std::memcpy(&bytes, field, sizeof bytes);
     // Against "0.000" every digit becomes its value, the point 0, and so does each digit that is not there.
     const uint64_t digits = (bytes ^ 0x3030302e30) & keep[size];
-    // The addition carries any digit above 9, and anything but the point in its place, into a byte's top bit.
-    if (((digits + 0x7676767f76) | digits) & 0x8080808080)
-        return -1;
-    const uint64_t units = digits & 0xff00ff00ff;  // ones, tenths, thousandths
+    // The addition carries any digit above 9, and anything where only a point or nothing may stand, into the top
+    // bit of its byte.
+    const uint64_t invalid = ((digits + 0x7f7f7f7676767f76) | digits) & 0x8080808080808080;
+    return {digits, invalid};
+}
+
+// The number that the digits make, in thousandths.
+inline int thousandthsOf(uint64_t digits)
+{
+    const uint64_t units = digits & 0xff00ff00ff;  // ones, tenths, thousandths: 16 bits for each
     const uint64_t sum = units * ((uint64_t(1000) << 32) + (100 << 16) + 1) >> 32;
     return int(sum & 0xffff) + 10 * int(digits >> 24 & 0xff);
+}
+
+// A short form as thousandths from 0 to 9999; -1 for every other text.
+inline int readThousandths(const char *field, size_t size)
+{
+    const ShortNumber number = readShortNumber(field, size);
+    return number.invalid ? -1 : thousandthsOf(number.digits);
 }
 
 } // namespace text
