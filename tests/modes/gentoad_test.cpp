@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 // Converts the bytes of "in" with these options.
-static Run convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
+static Result convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
 {
     folder.write("in", input);
     options.insert(options.begin(), {"-file", "in", "-out", "out"});

@@ -75,7 +75,7 @@ std::map<std::string, std::string> Folder::files() const
     return result;
 }
 
-Run Folder::run(const std::vector<std::string> &arguments, const std::string &shell,
+Result Folder::run(const std::vector<std::string> &arguments, const std::string &shell,
                 const std::string &redirection) const
 {
     const char *program = std::getenv("MORVEL_PROGRAM");
@@ -88,7 +88,7 @@ Run Folder::run(const std::vector<std::string> &arguments, const std::string &sh
     command += " " + redirection + "; } >" + quoted(streams.path("out")) + " 2>" + quoted(streams.path("err"));
 
     const int status = std::system(command.c_str());
-    Run run;
+    Result run;
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     if (run.status > 128)
         run.status = 128 - run.status;  // as the shell reports a signal
@@ -98,7 +98,7 @@ Run Folder::run(const std::vector<std::string> &arguments, const std::string &sh
     return run;
 }
 
-Run Folder::runMode(const std::string &mode, std::vector<std::string> options) const
+Result Folder::runMode(const std::string &mode, std::vector<std::string> options) const
 {
     options.insert(options.begin(), {"-M", mode});
     return run(options);

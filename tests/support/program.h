@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-struct Run {
+struct Result {
     int status = 0;            // exit status, or minus the signal that ended the run
     std::string output;        // all of standard output
     std::string messages;      // what the mode printed: without banner, arguments and time lines
@@ -27,10 +27,10 @@ public:
 
     // Runs the program with these arguments. `shell` is put before it, as in "ulimit -f 1; ", and `redirection`
     // behind it; both are for the shell.
-    Run run(const std::vector<std::string> &arguments, const std::string &shell = "",
+    Result run(const std::vector<std::string> &arguments, const std::string &shell = "",
             const std::string &redirection = "") const;
     // The same for "-M mode".
-    Run runMode(const std::string &mode, std::vector<std::string> options) const;
+    Result runMode(const std::string &mode, std::vector<std::string> options) const;
 
 private:
     explicit Folder(const std::string &newPath);
