@@ -1,8 +1,11 @@
 #include "support/program.h"
+#include "support/random.h"
+#include "text/fields.h"
+#include "text/readnumber.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
-// Converts the bytes of "in" with these options.
 static Result convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
 {
     folder.write("in", input);
@@ -14,14 +17,162 @@ TEST(GenToAd, WritesADosagePerTriplet)
 {
     const struct {
         const char *name, *input, *output;
+        std::vector<std::string> options;
     } cases[] = {
-        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", "1 rs1 10 A G 0 1 2\n"},
-        {"no genotypes", "1 rs1 10 A G\n1 rs2 11 A G 0 0 1\n", "1 rs1 10 A G 1 rs2 11 A G 2\n"},
+        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", "1 rs1 10 A G 0 1 2\n", {}},
+        {"probabilities", "1 rs1 10 A G 0.2 0.5 0.3 x 0.004 1e-3\n", "1 rs1 10 A G 1.1 0.006\n", {}},
+        {"no number is 0", "1 rs1 10 A G 0 B 1 0 1 0,5\n", "1 rs1 10 A G 2 1\n", {}},
+        {"single precision", "1 rs1 10 A G 0 0.1234567 0.7654321\n", "1 rs1 10 A G 1.65432\n", {}},
+        {"no genotypes", "1 rs1 10 A G\n1 rs2 11 A G 0 0 1\n", "1 rs1 10 A G 1 rs2 11 A G 2\n", {}},
+        {"fewer than the leading columns", "1 rs1\n1 rs2 11 A G 0 0 1\n", "1 rs1 1 rs2 11 A G 2\n", {}},
+        {"one field left over", "1 rs1 10 A G 0 0 1 \n", "1 rs1 10 A G 2\n", {}},
+        {"two fields left over", "1 rs1 10 A G 0 0 1 1 0\n", "1 rs1 10 A G 2 ", {}},
+        {"two blanks in a row", "1  10 A G 0 0 1\n", "1  10 A G 2\n", {}},
+        {"empty lines and line ends", "\n\n1 rs1 10 A G 0 0 1\r\n\r\n1 rs2 11 A G 0 1 0",
+         "1 rs1 10 A G 2\n1 rs2 11 A G 1\n", {}},
+        {"no leading columns", "0 0 1 0 1 0\n", "2 1\n", {"-last-bef-geno", "-3"}},
+        {"the range converts everything", "1 a 1 A G 0 0 1\n1 b 2 A G 0 1 0\n", "1 a 1 A G 2\n1 b 2 A G 1\n",
+         {"-beg", "5", "-end", "10"}},
+        {"hard calls", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 0 3e9 0 0 -1.6 0 0 nan 0\n", "1 rs1 10 A G 1 2 0 -1 0\n",
+         {"-to-hard-call", "yes"}},
+        {"only yes is yes", "1 rs1 10 A G 0 0.5 0\n", "1 rs1 10 A G 0.5\n", {"-to-hard-call", "YES"}},
     };
     for (const auto &row : cases) {
         const Folder folder;
-        EXPECT_EQ(convert(folder, row.input).messages,
+        EXPECT_EQ(convert(folder, row.input, row.options).messages,
                   "running genToAd()\nStatistical summary not provided\n") << row.name;
         EXPECT_EQ(folder.read("out"), row.output) << row.name;
+        EXPECT_EQ(folder.files().size(), 2u) << row.name;  // no summary remains
+    }
+}
+
+TEST(GenToAd, SummarisesEveryLine)
+{
+    const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n";
+    const struct {
+        const char *name, *input;
+        std::vector<std::string> options;
+        const char *row, *problems;
+    } cases[] = {
+        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", {}, "rs1\t1\t0.816497\t0.816497\t0\t2\t1\t1\t1\t0\n", "0"},
+        {"out of range", "1 rs1 10 A G 0 -1 0 0 0 1.5 0 0 0 0 nan 0\n", {}, "rs1\tnan\tnan\tnan\t-1\t3\t1\t0\t0\t3\n",
+         "3"},
+        {"hard calls are summarised plus a half", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 1 0 0 0 0 1\n",
+         {"-to-hard-call", "yes"}, "rs1\t1.7425\t0.747609\t0.429044\t0.5\t2.5\t0\t2\t1\t1\n", "1"},
+        {"no genotypes", "1 rs1 10 A G\n", {}, "rs1\tnan\tnan\tnan\t9.9\t-9.9\t0\t0\t0\t0\n", "0"},
+        {"name beyond the line", "1 rs1 10 A G 0 1 0\n", {"-rs-loc", "9"}, "\t1\t0\t0\t1\t1\t0\t1\t0\t0\n", "0"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        auto options = row.options;
+        options.insert(options.end(), {"-statistics", "yes"});
+        EXPECT_EQ(convert(folder, row.input, options).messages,
+                  std::string("running genToAd()\nStatistical summary is provided\ndose problems: ") + row.problems
+                      + "\n") << row.name;
+        EXPECT_EQ(folder.read("out.stats"), header + row.row) << row.name;
+    }
+}
+
+TEST(GenToAd, RefusesWrongOptions)
+{
+    const struct {
+        std::vector<std::string> options;
+        const char *message;
+    } cases[] = {
+        {{"-beg", "10", "-end", "5"}, "Invalid range selected: beg > end\n"},
+        {{"-end", "x"}, "Invalid range selected: beg > end\n"},
+        {{"-rs-loc", "0"}, "Invalid rs number location selected\n"},
+        {{"-rs-loc", "1.5"}, "Invalid rs number location selected\n"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        const Result result = convert(folder, "", row.options);
+        EXPECT_EQ(result.messages, row.message);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(folder.files().size(), 1u);
+    }
+}
+
+// The conversion as one would say it, a field at a time: the judge of the fast one.
+struct Conversion {
+    std::string output, summary;
+    int problems = 0;
+};
+
+static std::string printed(double value)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0.0 : value);
+    return std::isnan(value) ? "nan" : text;
+}
+
+static void convertLine(const std::vector<std::string_view> &fields, size_t leading, bool isHardCall, Conversion &result)
+{
+    std::vector<float> values;
+    for (size_t i = 0; i < std::min(leading, fields.size()); ++i)
+        result.output += std::string(fields[i]) + " ";
+    for (size_t j = leading; j + 2 < fields.size(); j += 3) {
+        float ad = 2 * text::readFloat(fields[j + 2]) + text::readFloat(fields[j + 1]);
+        if (isHardCall)
+            ad += 0.5f;
+        const double whole = std::trunc(double(ad));
+        const bool fits = whole >= -2147483648.0 && whole <= 2147483647.0;
+        result.output += isHardCall ? std::to_string(fits ? int(whole) : 0) : printed(ad);
+        result.output += j + 4 >= fields.size() ? "\n" : " ";
+        values.push_back(ad);
+    }
+    int classes[4] = {};
+    float sum = 0, squares = 0, min = 9.9f, max = -9.9f;
+    for (const float ad : values) {
+        sum += ad;
+        min = std::min(min, ad);
+        max = std::max(max, ad);
+        ++classes[ad == 0 ? 0 : ad == 2 ? 2 : ad > 0 && ad < 2 ? 1 : 3];
+    }
+    const float mean = sum / float(values.size());
+    for (const float ad : values)
+        squares += (ad - mean) * (ad - mean);
+    const float deviation = std::sqrt(squares / float(values.size()));
+    result.summary += fields.size() > 1 ? fields[1] : "";
+    for (const float value : {mean, deviation, deviation / mean, min, max})
+        result.summary += "\t" + printed(value);
+    for (const int count : classes)
+        result.summary += "\t" + std::to_string(count);
+    result.summary += "\n";
+    result.problems += classes[3];
+}
+
+TEST(GenToAd, AgreesWithAPlainConversionOnRandomFiles)
+{
+    for (uint64_t seed = 1; seed <= 200; ++seed) {
+        RandomText random(seed);
+        const size_t leading = random.below(8);
+        const bool isHardCall = random.oneIn(3);
+        const size_t odd = random.below(4);
+        Conversion expected;
+        std::string input;
+        std::vector<std::string_view> fields;
+        for (size_t line = random.below(20); line > 0; --line) {
+            std::string text;
+            for (size_t field = random.oneIn(5) ? random.below(3000) : random.below(30); field > 0; --field)
+                text += random.number(odd) + (field > 1 ? " " : "");
+            if (text.ends_with('\r'))
+                text.pop_back();
+            if (!text.empty()) {
+                text::splitFields(text, " ", fields);
+                convertLine(fields, leading, isHardCall, expected);
+            }
+            input += text + random.lineEnd();
+        }
+        const Folder folder;
+        const Result result = convert(folder, input, {"-last-bef-geno", std::to_string(leading), "-statistics", "yes",
+                                                      "-to-hard-call", isHardCall ? "yes" : "no"});
+        ASSERT_TRUE(result.messages.ends_with("problems: " + std::to_string(expected.problems) + "\n")) << seed;
+        ASSERT_EQ(folder.read("out"), expected.output) << seed;
+        const std::string summary = folder.read("out.stats");
+        ASSERT_EQ(summary.substr(summary.find('\n') + 1), expected.summary) << seed;
+        convert(folder, input,
+                {"-last-bef-geno", std::to_string(leading), "-to-hard-call", isHardCall ? "yes" : "no"});
+        ASSERT_EQ(folder.read("out"), expected.output) << seed << " without a summary";
     }
 }
