@@ -1,0 +1,90 @@
+#include "modes/df.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <random>
+
+static constexpr struct {
+    int freedom;
+    void (*load)();
+} tables[] = {{1, df1}, {2, df2}, {3, df3}, {5, df5}, {10, df10}};
+
+// P(|T| >= value) by the finite series of Abramowitz and Stegun, 26.7.3 and 26.7.4.
+static double tail(double value, int freedom)
+{
+    const long double theta = std::atan((long double)(value) / std::sqrt((long double)(freedom)));
+    const long double cosine = std::cos(theta), sine = std::sin(theta);
+    if (freedom == 1)
+        return double(1 - 2 * theta / std::numbers::pi_v<long double>);
+    long double term = freedom % 2 ? cosine : 1, sum = term;
+    for (int k = freedom % 2 ? 3 : 2; k < freedom; k += 2)
+        sum += term *= cosine * cosine * (k - 1) / k;
+    return double(1 - (freedom % 2 ? 2 / std::numbers::pi_v<long double> * (theta + sine * sum) : sine * sum));
+}
+
+TEST(TTables, HoldTheCriticalValuesToSevenDigits)
+{
+    for (const auto &table : tables) {
+        p.clear();
+        t.clear();
+        table.load();
+        ASSERT_EQ(p.size(), 351u);
+        ASSERT_EQ(t.size(), 351u);
+        EXPECT_EQ(p[1], 1.0);
+        EXPECT_EQ(t[1], 0.0);
+        for (size_t i = 2; i <= 350; ++i) {
+            // Whole numbers from ten million on, with an eighth and ninth digit.
+            const double half = 0.5 * std::pow(10, std::min(std::floor(std::log10(t[i])) - 6, 0.0));
+            const double noise = 1e-18 / p[i];
+            EXPECT_GE(tail(t[i] - half, table.freedom) * (1 + noise), p[i] * (1 - 1e-9)) << table.freedom << " " << i;
+            EXPECT_LE(tail(t[i] + half, table.freedom) * (1 - noise), p[i] * (1 + 1e-9)) << table.freedom << " " << i;
+            EXPECT_LT(p[i], p[i - 1]);
+        }
+    }
+    p.clear();
+    t.clear();
+}
+
+// From R2 to t and p by a scan from the top of the table.
+static TTest scan(double r2, int points)
+{
+    const double value = std::sqrt(r2) * std::sqrt((points - 2) / (1 - r2));
+    if (r2 >= 1 || std::isnan(value) || value <= 0)
+        return {-1, -1};
+    if (value >= t[350])
+        return {value, 5.1e-09};
+    size_t j = 1;
+    while (t[j] <= value)
+        ++j;
+    return {value, p[j - 1] - (value - t[j - 1]) / (t[j] - t[j - 1]) * (p[j - 1] - p[j])};
+}
+
+TEST(TTables, AreLookedUpAsByAScan)
+{
+    EXPECT_EQ(lookUp(0.5, 3).t, -1);  // no table
+    std::mt19937_64 generator(4);
+    for (const auto &table : tables) {
+        table.load();
+        for (int i = 0; i < 20000; ++i) {
+            const double r2 = 1 - std::pow(10, -double(generator() % 170000) / 10000);
+            const TTest expected = scan(r2, table.freedom + 2), found = lookUp(r2, table.freedom + 2);
+            ASSERT_EQ(found.t, expected.t) << r2;
+            ASSERT_EQ(found.p, expected.p) << r2;
+        }
+        for (const double r2 : {0.0, 1.0, 1.5, std::nan("")}) {
+            EXPECT_EQ(lookUp(r2, 3).t, -1) << r2;
+            EXPECT_EQ(lookUp(r2, 3).p, -1) << r2;
+        }
+        p.clear();
+        t.clear();
+    }
+    // A statistic equal to a row's gives the row's p: the square root of R2 / (1 - R2) is 1 for an R2 of a half.
+    df1();
+    const double row = p[101];
+    ASSERT_EQ(t[101], 1.0);
+    EXPECT_EQ(lookUp(0.5, 3).t, std::sqrt(0.5) * std::sqrt(1 / 0.5));
+    EXPECT_NEAR(lookUp(0.5, 3).p, row, 1e-15);
+    p.clear();
+    t.clear();
+}
