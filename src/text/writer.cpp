@@ -58,8 +58,7 @@ void Writer::put(std::string_view bytes)
         bytes.remove_prefix(bytes.size() - 1);
     }
     char *out = reserve(bytes.size());
-    std::memcpy(out, bytes.data(), bytes.size());
-    m_size += bytes.size();
+    commit(out + bytes.copy(out, bytes.size()));
 }
 
 void Writer::write(const char *bytes, size_t size)

@@ -1,0 +1,37 @@
+# To be sourced: building, and timing whole commands side by side. Wall seconds and peak memory by GNU time.
+. "$(dirname "${BASH_SOURCE[0]}")/../scripts/packages.sh"
+
+build_for_bench() {
+    install_packages g++ cmake make qt6-base-dev time
+    cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DMORVEL_BENCH=ON >/dev/null
+    cmake --build build --parallel "$(nproc)" >/dev/null
+    lscpu | sed -n 's/^Model name: */processor: /p'
+    c++ --version | sed -n '1s/^/compiler: /p'
+}
+
+# compare NAME REFERENCE COMMAND: runs the two in turn, 7 times after a warm-up, pinned to one core, and prints the
+# medians, their ratio and the command's peak memory.
+compare() {
+    local name=$1 reference=$2 command=$3 run ours theirs
+    ours=$(mktemp) theirs=$(mktemp)
+    for run in 0 1 2 3 4 5 6 7; do
+        taskset -c 1 env time -q -a -o "$theirs" -f '%e %M' bash -c "exec $reference" >/dev/null
+        taskset -c 1 env time -q -a -o "$ours" -f '%e %M' bash -c "exec $command" >/dev/null
+        [ "$run" -eq 0 ] && : >"$ours" && : >"$theirs"
+    done
+    paste "$ours" "$theirs" | awk -v name="$name" '
+        function median(values, n) { asort_(values, n); return values[int((n + 1) / 2)] }
+        function asort_(values, n,  i, j, v) {
+            for (i = 2; i <= n; ++i) {
+                v = values[i]
+                for (j = i - 1; j > 0 && values[j] > v; --j) values[j + 1] = values[j]
+                values[j + 1] = v
+            }
+        }
+        { ours[NR] = $1; memory = $2 > memory ? $2 : memory; theirs[NR] = $3; ratio[NR] = $1 / $3 }
+        END {
+            printf "%-34s %8.3f s %8.3f s   ratio %.2f (%.2f to %.2f)   peak %.1f MiB\n", name, median(ours, NR),
+                   median(theirs, NR), median(ratio, NR), ratio[1], ratio[NR], memory / 1024
+        }'
+    rm -f "$ours" "$theirs"
+}

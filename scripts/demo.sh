@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds MORVEL, turns the example genotypes into dosages and scans them for the trait.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+sed -n '2s/^# //p' "$0"
+. scripts/packages.sh
+install_packages g++ cmake make qt6-base-dev
+
+cmake -S . -B build
+cmake --build build --parallel "$(nproc)" --target morvel
+mkdir -p out
+build/morvel -M gentoAD -file examples/example.gen -out out/example.ad
+build/morvel -M gwas -pfile examples/example.pheno -gfile out/example.ad -out out/example.hits
+
+echo "Hits (out/example.hits):"
+head -n 10 out/example.hits
+echo
+echo "Statistics (out/example.hits.stats):"
+cat out/example.hits.stats
