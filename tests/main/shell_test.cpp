@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 
 TEST(Shell, PrintsBannerArgumentsAndTimes)
@@ -121,4 +122,20 @@ TEST(ElapsedTime, StartsAtTheLargestUnit)
     };
     for (const auto &row : cases)
         EXPECT_EQ(elapsedTime(row.milliseconds), row.line);
+}
+
+TEST(Guide, HasASectionForEveryModeThatRuns)
+{
+    std::ifstream file(MORVEL_SOURCE_FOLDER "/docs/usage.md");
+    const std::string guide((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    for (const Mode &mode : allModes()) {
+        if (!mode.run || isUnavailable(mode))
+            continue;
+        // By its spelling in a heading, or among the other spellings below one.
+        const std::string name = mode.name;
+        EXPECT_TRUE(guide.find("\n## " + name) != guide.npos || guide.find("lso spelled `" + name + "`") != guide.npos)
+            << name;
+        for (const std::string option : mode.options)
+            EXPECT_NE(guide.find("`" + option + "`"), guide.npos) << name << " " << option;
+    }
 }
