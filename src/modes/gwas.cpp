@@ -14,8 +14,6 @@
 #include "text/wide.h"
 #include "text/writer.h"
 
-#include <array>
-
 using Walker = text::FieldWalker<text::Separator::WhiteSpace>;
 
 static constexpr size_t leadingColumns = 5;
@@ -135,19 +133,6 @@ static std::vector<Bin> fillBins(const std::vector<double> &values)
     return bins;
 }
 
-// The number that the text of each number of thousandths is read as: the one rounding of two exact numbers. Looking
-// it up instead of dividing makes a pass 1.2 times as fast.
-struct ReadyDosages {
-    std::array<double, 10000> values;
-
-    ReadyDosages()
-    {
-        for (size_t i = 0; i < values.size(); ++i)
-            values[i] = double(i) / 1000;
-    }
-};
-static const ReadyDosages ready;
-
 // Reads a marker's line: its name, the second word, and its dosages. Returns the number of words, or wrongColumns
 // as soon as there are more than leadingColumns and the dosages.
 MORVEL_WIDE static size_t readMarker(std::string_view line, std::string_view &marker, std::vector<double> &dosages)
@@ -168,9 +153,7 @@ MORVEL_WIDE static size_t readMarker(std::string_view line, std::string_view &ma
                 continue;
             if (individual == dosages.size())
                 return wrongColumns;
-            const text::ShortNumber number = text::readShortNumber(walker.begin(i), walker.size(i));
-            dosages[individual++] = !number.invalid ? ready.values[size_t(text::thousandthsOf(number.digits))]
-                                                    : text::readDouble(walker.field(i));
+            dosages[individual++] = text::readMostlyShort(walker.field(i));
         }
     }
     return columns + individual;

@@ -102,6 +102,13 @@ Real readReal(std::string_view field)
     return {isNegative ? -value : value, !std::isinf(value)};
 }
 
+constinit const std::array<double, 10000> thousandthValues = [] {
+    std::array<double, 10000> values;
+    for (size_t i = 0; i < values.size(); ++i)
+        values[i] = double(i) / 1000;
+    return values;
+}();
+
 int readInteger(std::string_view field)
 {
     field = trimmed(field);

@@ -1,6 +1,7 @@
 // Text to number, independent of the locale.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -58,6 +59,17 @@ inline int thousandthsOf(uint64_t digits)
     const uint64_t units = digits & 0xff00ff00ff;  // ones, tenths, thousandths: 16 bits for each
     const uint64_t sum = units * ((uint64_t(1000) << 32) + (100 << 16) + 1) >> 32;
     return int(sum & 0xffff) + 10 * int(digits >> 24 & 0xff);
+}
+
+// What the text of each number of thousandths is read as: the one rounding of two exact numbers. In loops over short
+// numbers looking it up takes a fifth less time than dividing.
+extern const std::array<double, 10000> thousandthValues;
+
+// The same value as readDouble() gives, for fields that are mostly short numbers of a LineReader's line.
+inline double readMostlyShort(std::string_view field)
+{
+    const ShortNumber number = readShortNumber(field.data(), field.size());
+    return number.invalid ? readDouble(field) : thousandthValues[size_t(thousandthsOf(number.digits))];
 }
 
 // A short form as thousandths from 0 to 9999; -1 for every other text.
