@@ -119,9 +119,8 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, const Dosage
                 values[i] = ad;
         }
         out.commit(end);
-        if constexpr (hasSummary) {
+        if constexpr (hasSummary)
             meanValues.insert(meanValues.end(), values, values + triplets);
-        }
         hasTriplets |= triplets > 0;
         if (fields < Walker::batchSize) {
             if (hasTriplets && fields % 3 < 2)

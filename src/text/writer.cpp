@@ -18,7 +18,7 @@ bool Writer::open(const std::string &name)
     if (m_file < 0)
         return false;
     m_name = name;
-    m_buffer = std::make_unique_for_overwrite<char[]>(capacity);
+    m_buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
     m_size = 0;
     m_nextOpen = firstOpen;
     firstOpen = this;
@@ -49,11 +49,20 @@ void Writer::flush()
     write(m_buffer.get(), size);
 }
 
+void Writer::writeAllButLast()
+{
+    const size_t size = m_size - 1;
+    const char last = m_buffer[size];
+    m_size = 0;  // first: the failure handler flushes again
+    write(m_buffer.get(), size);
+    m_buffer[0] = last;
+    m_size = 1;
+}
+
 void Writer::put(std::string_view bytes)
 {
     if (bytes.size() > capacity) {
         flush();
-        // All but the last byte pass by the buffer, so that replaceLast() can rely on finding it there.
         write(bytes.data(), bytes.size() - 1);
         bytes.remove_prefix(bytes.size() - 1);
     }

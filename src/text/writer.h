@@ -38,19 +38,22 @@ public:
     // For hot loops: room for at least `size` bytes; what was written there counts up to commit(end).
     char *reserve(size_t size)
     {
-        if (size > capacity - m_size)
-            flush();
+        if (size > bufferSize - m_size)
+            writeAllButLast();
         return m_buffer.get() + m_size;
     }
     void commit(const char *end) { m_size = size_t(end - m_buffer.get()); }
 
-    // Changes the byte written last, which is always still in the buffer.
+    // Changes the byte written last, for line ends that are known late. Not right after flush().
     void replaceLast(char byte) { m_buffer.get()[m_size - 1] = byte; }
 
     // Flushes every open writer, for a run that ends early.
     static void flushAll();
 
 private:
+    static constexpr size_t bufferSize = capacity + 1;  // room for the last byte, which waits in the buffer
+
+    void writeAllButLast();
     void write(const char *bytes, size_t size);
 
     std::string m_name;

@@ -46,6 +46,25 @@ TEST(GenToAd, WritesADosagePerTriplet)
     }
 }
 
+TEST(GenToAd, EndsLinesOfWholeBatchesAcrossBuffers)
+{
+    // 256 individuals are one batch of fields; 600 lines fill the output buffer more than once.
+    std::string input, output;
+    for (int line = 0; line < 600; ++line) {
+        input += "1 rs1 10 A G";
+        output += "1 rs1 10 A G";
+        for (int i = 0; i < 256; ++i) {
+            input += " 0 0 1";
+            output += " 2";
+        }
+        input += '\n';
+        output += '\n';
+    }
+    const Folder folder;
+    convert(folder, input);
+    EXPECT_TRUE(folder.read("out") == output);
+}
+
 TEST(GenToAd, SummarisesEveryLine)
 {
     const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n";
