@@ -30,36 +30,13 @@ struct Phenotype {
     std::vector<double> values;  // [individual], missingValue where missing
 };
 
-static void refuseSameScanFiles(const std::string &binFile)
-{
-    refuseSameFiles({Phenoname, Genoname, binFile}, {Outname, Statsname});
-}
-
-static std::string requiredFile(std::string_view name)
-{
-    const auto value = option(name);
-    if (!value)
-        fatal("You need to specify '%s'.\n\n", std::string(name).c_str());
-    return *value;
-}
-
 static void readOptions()
 {
-    Phenoname = requiredFile("-pfile");
-    Outname = textOption("-out", Phenoname + ".out");
-    Statsname = Outname + ".stats";
-    Genoname = requiredFile("-gfile");
+    readScanOptions();
     const std::string delimiter = textOption("-delim", "space");
     Delim = text::delimiter(delimiter, delimiter);
     readBinOptions(refuseSameScanFiles);
-    Missing = textOption("-missing", "NA");
-    slope_lim = realOption("-slope", 0.1);
-    if (slope_lim < 0)
-        slope_lim = 0;
     r2_lim = realOption("-r2", 0.8);
-    stat_lim = realOption("-statlimit", 0.05);
-    const std::string decision = textOption("-statistic", "p");
-    statistic = decision == "r2" ? 0 : decision == "t" ? 1 : 2;
     xmethod = textOption("-xmethod", "integer") == "mean" ? 1 : 0;
 }
 
@@ -104,10 +81,10 @@ static void readPhenotype(std::string_view line, size_t individuals, Phenotype &
     phenotype.values.clear();
     p2List.clear();
     for (size_t i = 1; i < fields.size(); ++i) {
-        const bool isMissing = fields[i].empty() || fields[i] == Missing;
+        const bool isMissing = isMissingField(fields[i]);
         if (isMissing && i > individuals)
             continue;
-        phenotype.values.push_back(isMissing ? missingValue : text::readDouble(fields[i]));
+        phenotype.values.push_back(readPhenotypeValue(fields[i]));
         if (!isMissing)
             p2List.push_back(phenotype.values.back());
     }
@@ -205,11 +182,7 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
 static void writeStatisticsHeader(text::Writer &out)
 {
     out.put("Pheno\tPhenoID\tHits\tTotHits\t<0.25*slope\t<0.5*slope\t>2*slope\tAbsMaxSlope\tBestSNP\t");
-    for (int k = 1; k <= testgroups; ++k) {
-        out.put(k > 1 ? "\tgroup" : "group");
-        out.put(k);
-    }
-    out.put('\n');
+    writeGroupColumns(out);
 }
 
 static void writeStatistics(const std::string &phenotype, int64_t PhenoID, const Summary &summary,
@@ -232,13 +205,6 @@ static void writeStatistics(const std::string &phenotype, int64_t PhenoID, const
         out.put(bin.individuals.size());
     }
     out.put('\n');
-}
-
-static void printFileName(const char *format, const std::string &name)
-{
-    char show[100];
-    copyBounded(show, name);
-    print(format, show);
 }
 
 // Scans every phenotype against every marker.
@@ -280,11 +246,7 @@ static void universal()
         }
     }
 
-    print("Your files:\n");
-    printFileName("Phenotypes taken from '%s'\n", Phenoname);
-    printFileName("Genotypes taken from '%s'\n", Genoname);
-    printFileName("Top SNPs for each phenotype are in '%s'\n", Outname);
-    printFileName("Summary statistics by the phenotype are in '%s'\n\n", Statsname);
+    printFileNames("Top SNPs for each phenotype", "phenotype");
     p.clear();
     t.clear();
 }

@@ -1,8 +1,49 @@
 #include "modes/scan.h"
+#include "main/console.h"
+#include "main/options.h"
 #include "main/settings.h"
 #include "modes/df.h"
+#include "text/readnumber.h"
 
 #include <cmath>
+
+static std::string requiredFile(std::string_view name)
+{
+    const auto value = option(name);
+    if (!value)
+        fatal("You need to specify '%s'.\n\n", std::string(name).c_str());
+    return *value;
+}
+
+void readScanOptions()
+{
+    Phenoname = requiredFile("-pfile");
+    Outname = textOption("-out", Phenoname + ".out");
+    Statsname = Outname + ".stats";
+    Genoname = requiredFile("-gfile");
+    Missing = textOption("-missing", "NA");
+    slope_lim = realOption("-slope", 0.1);
+    if (slope_lim < 0)
+        slope_lim = 0;
+    stat_lim = realOption("-statlimit", 0.05);
+    const std::string decision = textOption("-statistic", "p");
+    statistic = decision == "r2" ? 0 : decision == "t" ? 1 : 2;
+}
+
+void refuseSameScanFiles(const std::string &binFile)
+{
+    refuseSameFiles({Phenoname, Genoname, binFile}, {Outname, Statsname});
+}
+
+bool isMissingField(std::string_view field)
+{
+    return field.empty() || field == Missing;
+}
+
+double readPhenotypeValue(std::string_view field)
+{
+    return isMissingField(field) ? missingValue : text::readDouble(field);
+}
 
 // R2 of the line over its points. Intercept and sums of squares in the order of the points.
 static double rSquared(std::span<const double> x, std::span<const double> y, double slope, double sumX,
@@ -97,4 +138,30 @@ void writeHit(std::string_view phenotype, std::string_view marker, const Fit &fi
     else
         out.put(fit.p);
     out.put('\n');
+}
+
+void writeGroupColumns(text::Writer &out)
+{
+    for (int k = 1; k <= testgroups; ++k) {
+        out.put(k > 1 ? "\tgroup" : "group");
+        out.put(k);
+    }
+    out.put('\n');
+}
+
+// The name goes through a buffer of 100 bytes, on purpose.
+static void printFileName(const char *what, const char *verb, const std::string &name, const char *end)
+{
+    char show[100];
+    copyBounded(show, name);
+    print("%s %s '%s'%s", what, verb, show, end);
+}
+
+void printFileNames(const char *best, const char *row)
+{
+    print("Your files:\n");
+    printFileName("Phenotypes", "taken from", Phenoname, "\n");
+    printFileName("Genotypes", "taken from", Genoname, "\n");
+    printFileName(best, "are in", Outname, "\n");
+    printFileName((std::string("Summary statistics by the ") + row).c_str(), "are in", Statsname, "\n\n");
 }

@@ -1,13 +1,24 @@
-// What the association scans share: the fit over the bins' means, the decision, and the hit rows.
+// What the association scans share: options, the fit over the bins' means, the decision, the hit rows.
 #pragma once
 
 #include "text/writer.h"
 
 #include <span>
+#include <string>
 #include <string_view>
 
 // The value of a missing phenotype.
 inline constexpr double missingValue = -999.999;
+
+// Reads "-pfile", "-out", "-gfile", "-missing", "-slope", "-statlimit" and "-statistic" into the settings. Ends
+// the run where one of the two inputs is not named.
+void readScanOptions();
+
+// To be called right before the first file is opened; `binFile` may be empty.
+void refuseSameScanFiles(const std::string &binFile);
+
+bool isMissingField(std::string_view field);        // empty, or the text of a missing value
+double readPhenotypeValue(std::string_view field);  // missingValue for a missing field
 
 // A marker's regression over the bins.
 struct Fit {
@@ -37,3 +48,9 @@ bool isHit(const Fit &fit, HitCounts &counts);
 // One row for hits: phenotype, marker, slope, R2, t and p.
 void writeHitHeader(text::Writer &out);
 void writeHit(std::string_view phenotype, std::string_view marker, const Fit &fit, text::Writer &out);
+
+// "group1", "group2", ... up to testgroups: the last columns of the statistics header, with its line break.
+void writeGroupColumns(text::Writer &out);
+
+// The closing lines that name the four files: `best` are in the hit file, the summary is by `row`.
+void printFileNames(const char *best, const char *row);
