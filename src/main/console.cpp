@@ -1,4 +1,5 @@
 #include "main/console.h"
+#include "main/progress.h"
 #include "text/files.h"
 #include "text/writer.h"
 
@@ -47,6 +48,7 @@ void startConsole()
 
 void print(const char *format, ...)
 {
+    Progress::hide();
     std::va_list arguments;
     va_start(arguments, format);
     if (std::vprintf(format, arguments) < 0)
@@ -56,6 +58,7 @@ void print(const char *format, ...)
 
 void printBytes(std::string_view bytes)
 {
+    Progress::hide();
     if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size())
         failConsole();
 }
@@ -68,6 +71,7 @@ void flushConsole()
 
 void finish(int status)
 {
+    Progress::hide();
     text::Writer::flushAll();
     flushConsole();
     std::exit(status);
@@ -75,6 +79,7 @@ void finish(int status)
 
 void fatal(const char *format, ...)
 {
+    Progress::hide();
     std::va_list arguments;
     va_start(arguments, format);
     if (std::vprintf(format, arguments) < 0)

@@ -3,6 +3,7 @@
 // marker.
 #include "main/console.h"
 #include "main/options.h"
+#include "main/progress.h"
 #include "modes/genotypes.h"
 #include "modes/modes.h"
 #include "text/fields.h"
@@ -176,8 +177,10 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
     const DosageTexts dosageTexts = makeDosageTexts();
     int64_t SUMdosePROBLEM = 0;
     std::vector<float> meanValues;
+    Progress progress(filename);
     std::string_view line;
     while (in.nextNonEmpty(line)) {
+        progress.advance(line.size());
         meanValues.clear();
         const std::string_view genotypes = copyLeadingColumns(line, lastbeforegeno, out);
         convertTriplets<isHardCall, hasSummary>(genotypes, dosageTexts, out, meanValues);

@@ -2,6 +2,7 @@
 // dosages of the bins are regressed over the bins. A row per hit, and a row of statistics per phenotype.
 #include "main/console.h"
 #include "main/options.h"
+#include "main/progress.h"
 #include "main/settings.h"
 #include "modes/bins.h"
 #include "modes/df.h"
@@ -155,7 +156,7 @@ struct Summary {
 
 // One pass over the dosage file for one phenotype.
 static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, size_t columns,
-                           text::LineReader &dosageFile, text::Writer &hitFile)
+                           text::LineReader &dosageFile, text::Writer &hitFile, Progress &progress)
 {
     std::vector<double> x, y(bins.size());
     for (size_t k = 0; k < bins.size(); ++k)
@@ -174,6 +175,7 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
         }
         if (isHit(fit, summary.counts))
             writeHit(phenotype, marker, fit, hitFile);
+        progress.advance(line.size());
     }
     dosageFile.rewind();
     return summary;
@@ -226,8 +228,10 @@ static void universal()
     const size_t individuals = columns > leadingColumns ? columns - leadingColumns : 0;
     Phenotype phenotype;
     int64_t PhenoID = 0;
+    Progress progress(Genoname, Phenoname);
     std::string_view line;
     while (phenotypeFile.nextNonEmpty(line)) {
+        progress.startPass(line.size());
         ++PhenoID;
         readPhenotype(line, individuals, phenotype);
         std::vector<Bin> bins(testgroups > 0 ? size_t(testgroups) : 0);
@@ -237,7 +241,7 @@ static void universal()
         } else {
             findBins();
             bins = fillBins(phenotype.values);
-            summary = scanMarkers(phenotype.name, bins, columns, dosageFile, hitFile);
+            summary = scanMarkers(phenotype.name, bins, columns, dosageFile, hitFile, progress);
         }
         writeStatistics(phenotype.name, PhenoID, summary, bins, statisticsFile);
         if (PhenoID % 1000 == 0) {

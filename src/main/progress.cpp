@@ -1,0 +1,84 @@
+#include "main/progress.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static constexpr double firstShow = 2, interval = 0.5;  // seconds
+static constexpr int64_t lookStep = 4096;  // bytes; a look at the clock takes as long as 20 of them
+
+static bool isShown = false;
+
+static double now()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+static double sizeOf(const std::string &name)
+{
+    struct stat file;
+    return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode) ? double(file.st_size) : 0;
+}
+
+Progress::Progress(const std::string &file, const std::string &outerFile)
+    : m_isTerminal(isatty(STDERR_FILENO) == 1)
+    , m_fileSize(sizeOf(file))
+    , m_outerSize(outerFile.empty() ? 1 : sizeOf(outerFile))
+    , m_outerLine(outerFile.empty() ? 1 : 0)
+    , m_start(now())
+    , m_nextShow(m_start + firstShow)
+{
+}
+
+Progress::~Progress()
+{
+    hide();
+}
+
+void Progress::hide()
+{
+    if (isShown)
+        std::fputs("\r\033[K", stderr);
+    isShown = false;
+}
+
+double Progress::partDone() const
+{
+    if (m_fileSize == 0 || m_outerSize == 0)
+        return 0;
+    const double part = (m_outerDone + m_outerLine * double(m_passBytes) / m_fileSize) / m_outerSize;
+    return std::min(part, 1.0);  // a last line may have no end
+}
+
+void Progress::look()
+{
+    m_nextLook = m_passBytes + lookStep;
+    const double time = now();
+    if (time < m_nextShow)
+        return;
+    m_nextShow = time + interval;
+    std::fprintf(stderr, "\r%s\033[K", progressLine(partDone(), m_markers, time - m_start).c_str());
+    isShown = true;
+}
+
+std::string progressLine(double partDone, int64_t markers, double seconds)
+{
+    char text[64];
+    std::string line;
+    if (partDone > 0) {
+        std::snprintf(text, sizeof text, "%d %% done, ", int(100 * partDone));
+        line = text;
+    }
+    std::snprintf(text, sizeof text, "%.0f markers/s", double(markers) / seconds);
+    line += text;
+    if (partDone > 0) {
+        const auto left
+            = static_cast<long long>(std::min(std::ceil(seconds / partDone * (1 - partDone)), 1e9));
+        std::snprintf(text, sizeof text, ", %lld:%02lld:%02lld left", left / 3600, left / 60 % 60, left % 60);
+        line += text;
+    }
+    return line;
+}
