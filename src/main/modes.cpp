@@ -67,8 +67,8 @@ static constexpr Mode modes[] = {
     {"GWAS", gwas, gwasOptions},
     {"gwas2", reportUnavailable, gwas2Options},
     {"GWAS2", reportUnavailable, gwas2Options},
-    {"gwas3", reportUnavailable, gwas3Options},
-    {"GWAS3", reportUnavailable, gwas3Options},
+    {"gwas3", gwas3, gwas3Options},
+    {"GWAS3", gwas3, gwas3Options},
     {"regscan1", reportUnavailable, regscan1Options},
     {"REGSCAN1", nullptr, regscan1Options},  // on purpose: collects, then nothing runs
     {"family", reportUnavailable, familyOptions},

@@ -3,3 +3,4 @@
 
 void genoToAd();  // genotype probabilities to dosages
 void gwas();      // association scan over phenotype bins
+void gwas3();     // fast association scan over genotype classes

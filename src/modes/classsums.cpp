@@ -1,0 +1,227 @@
+#include "modes/classsums.h"
+
+#include <algorithm>
+
+#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
+#define MORVEL_WIDE_KERNELS
+#endif
+
+// A register's worth of lanes. Loads and stores need no more alignment than a double.
+template <size_t bytes>
+struct Lanes;
+#define MORVEL_LANES(size)                                                                                   \
+    template <>                                                                                              \
+    struct Lanes<size> {                                                                                     \
+        typedef double Real __attribute__((vector_size(size), may_alias, aligned(8)));                       \
+        typedef uint64_t Bits __attribute__((vector_size(size), may_alias, aligned(8)));                     \
+    }
+MORVEL_LANES(16);
+MORVEL_LANES(32);
+MORVEL_LANES(64);
+
+// Everything below is inlined into the entry points at the end, each compiled for its processors.
+#define MORVEL_INLINE [[gnu::always_inline]] static inline
+
+// `registers` side by side keep the adders busy while each waits for its own last sum.
+template <size_t bytes, size_t registers>
+MORVEL_INLINE void addColumns(const double *rows, size_t width, const uint16_t *order, const uint16_t *counts,
+                              double *sums)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(double);
+    for (size_t k = 0; k < classCount; ++k, sums += width) {
+        Real sum[registers];
+        for (size_t i = 0; i < registers; ++i)
+            sum[i] = *reinterpret_cast<const Real *>(sums + i * lanes);
+        for (const uint16_t *const end = order + counts[k]; order != end; ++order) {
+            const double *row = rows + *order * width;
+            for (size_t i = 0; i < registers; ++i)
+                sum[i] += *reinterpret_cast<const Real *>(row + i * lanes);
+        }
+        for (size_t i = 0; i < registers; ++i)
+            *reinterpret_cast<Real *>(sums + i * lanes) = sum[i];
+    }
+}
+
+template <size_t bytes>
+MORVEL_INLINE void addRows(const double *rows, size_t groups, const uint16_t *order, const uint16_t *counts,
+                           double *sums)
+{
+    const size_t width = groups * groupLanes;
+    constexpr size_t lanes = bytes / sizeof(double);
+    for (size_t first = 0; first < width; first += 8 * lanes) {
+        const double *from = rows + first;
+        double *to = sums + first;
+        switch ((width - first) / lanes) {
+        case 1:
+            addColumns<bytes, 1>(from, width, order, counts, to);
+            break;
+        case 2:
+            addColumns<bytes, 2>(from, width, order, counts, to);
+            break;
+        case 3:
+            addColumns<bytes, 3>(from, width, order, counts, to);
+            break;
+        case 4:
+            addColumns<bytes, 4>(from, width, order, counts, to);
+            break;
+        case 5:
+            addColumns<bytes, 5>(from, width, order, counts, to);
+            break;
+        case 6:
+            addColumns<bytes, 6>(from, width, order, counts, to);
+            break;
+        case 7:
+            addColumns<bytes, 7>(from, width, order, counts, to);
+            break;
+        default:
+            addColumns<bytes, 8>(from, width, order, counts, to);
+        }
+    }
+}
+
+// Replaces every byte by the number of its bits.
+template <class Bits>
+MORVEL_INLINE void countBitsOfBytes(Bits &bits)
+{
+    bits -= (bits >> 1) & 0x5555555555555555;
+    bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
+    bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+}
+
+// Replaces every lane by the sum of its bytes, as a real number.
+template <class Bits, class Real>
+MORVEL_INLINE void sumBytes(Bits &bits, Real &sum)
+{
+    bits = (bits & 0x00ff00ff00ff00ff) + ((bits >> 8) & 0x00ff00ff00ff00ff);
+    bits = (bits & 0x0000ffff0000ffff) + ((bits >> 16) & 0x0000ffff0000ffff);
+    bits = (bits & 0xffffffff) + (bits >> 32);
+    // The bits of 2^52 and a number below it are those of their sum.
+    bits |= 0x4330000000000000;
+    sum += reinterpret_cast<Real &>(bits) - 0x1p52;
+}
+
+template <size_t bytes>
+MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCounts, const uint64_t *class1,
+                                const uint64_t *class2, size_t words, double *counts)
+{
+    using Real = typename Lanes<bytes>::Real;
+    using Bits = typename Lanes<bytes>::Bits;
+    constexpr size_t lanes = bytes / sizeof(double);
+    constexpr size_t wordsPerSum = 31;  // 31 times 8 bits fit a byte
+    for (size_t lane = 0; lane < groupLanes; lane += lanes) {
+        Real count1 = {}, count2 = {};
+        for (size_t first = 0; first < words; first += wordsPerSum) {
+            Bits sum1 = {}, sum2 = {};
+            const size_t end = std::min(words, first + wordsPerSum);
+            for (size_t word = first; word < end; ++word) {
+                const Bits values = *reinterpret_cast<const Bits *>(present + word * groupLanes + lane);
+                Bits bits1 = values & class1[word];
+                countBitsOfBytes(bits1);
+                sum1 += bits1;
+                Bits bits2 = values & class2[word];
+                countBitsOfBytes(bits2);
+                sum2 += bits2;
+            }
+            sumBytes(sum1, count1);
+            sumBytes(sum2, count2);
+        }
+        const Real all = *reinterpret_cast<const Real *>(presentCounts + lane);
+        *reinterpret_cast<Real *>(counts + lane) = all - count1 - count2;
+        *reinterpret_cast<Real *>(counts + groupLanes + lane) = count1;
+        *reinterpret_cast<Real *>(counts + 2 * groupLanes + lane) = count2;
+    }
+}
+
+// The steps of fitLine() for the points x = 1, 2, 3.
+template <size_t bytes>
+MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *counts, double r2Limit,
+                            double *slopes, double *r2s, LaneBests &bests)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(double);
+    constexpr double n = classCount, sumX = 6, sumXX = 14;
+    const Real zero = {};
+    for (size_t lane = 0; lane < groupLanes; lane += lanes) {
+        Real mean[classCount];
+        Real sumY = zero, sumXY = zero;
+        for (size_t k = 0; k < classCount; ++k) {
+            const Real sum = *reinterpret_cast<const Real *>(sums + k * width + lane);
+            const Real count = *reinterpret_cast<const Real *>(counts + k * groupLanes + lane);
+            // On purpose an empty class takes part with a mean of 0.
+            mean[k] = count > 0 ? sum / count : zero;
+            sumY += mean[k];
+            sumXY += double(k + 1) * mean[k];
+        }
+        const Real slope = (n * sumXY - sumX * sumY) / (n * sumXX - sumX * sumX);
+        const Real intercept = (sumY - slope * sumX) / n;
+        const Real meanY = sumY / n;
+        Real SSres = zero, SStot = zero;
+        for (size_t k = 0; k < classCount; ++k) {
+            const Real residual = mean[k] - (intercept + slope * double(k + 1));
+            const Real deviation = mean[k] - meanY;
+            SSres += residual * residual;
+            SStot += deviation * deviation;
+        }
+        Real r2 = 1 - SSres / SStot;
+        r2 = r2 < 0 ? zero : r2;
+        r2 = SStot == 0 ? zero : r2;
+        *reinterpret_cast<Real *>(slopes + lane) = slope;
+        *reinterpret_cast<Real *>(r2s + lane) = r2;
+
+        const Real absSlope = slope < 0 ? -slope : slope;
+        Real &bestSlope = *reinterpret_cast<Real *>(bests.absSlope + lane);
+        bestSlope = absSlope > bestSlope ? absSlope : bestSlope;
+        Real &bestR2 = *reinterpret_cast<Real *>(bests.r2 + lane);
+        const Real counted = r2 < r2Limit ? r2 : zero;
+        bestR2 = counted > bestR2 ? counted : bestR2;
+    }
+}
+
+#define MORVEL_KERNELS(name, bytes, target)                                                                  \
+    target static void addRows##name(const double *rows, size_t groups, const uint16_t *order,               \
+                                     const uint16_t *counts, double *sums)                                   \
+    {                                                                                                        \
+        addRows<bytes>(rows, groups, order, counts, sums);                                                   \
+    }                                                                                                        \
+    target static void countPresent##name(const uint64_t *present, const double *presentCounts,              \
+                                          const uint64_t *class1, const uint64_t *class2, size_t words,      \
+                                          double *counts)                                                    \
+    {                                                                                                        \
+        countPresent<bytes>(present, presentCounts, class1, class2, words, counts);                          \
+    }                                                                                                        \
+    target static void fitGroup##name(const double *sums, size_t width, const double *counts,                \
+                                      double r2Limit, double *slope, double *r2, LaneBests &bests)           \
+    {                                                                                                        \
+        fitGroup<bytes>(sums, width, counts, r2Limit, slope, r2, bests);                                     \
+    }
+
+MORVEL_KERNELS(Plain, 16, )
+#if defined(MORVEL_WIDE_KERNELS)
+MORVEL_KERNELS(Avx2, 32, __attribute__((target("avx2"))))
+MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
+#endif
+
+static const ScanKernels kernels[] = {
+    {"plain", [] { return true; }, addRowsPlain, countPresentPlain, fitGroupPlain},
+#if defined(MORVEL_WIDE_KERNELS)
+    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, addRowsAvx2, countPresentAvx2, fitGroupAvx2},
+    {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, addRowsAvx512, countPresentAvx512,
+     fitGroupAvx512},
+#endif
+};
+
+std::span<const ScanKernels> allScanKernels()
+{
+    return kernels;
+}
+
+const ScanKernels &scanKernels()
+{
+    const ScanKernels *widest = kernels;
+    for (const ScanKernels &each : kernels) {
+        if (each.isSupported())
+            widest = &each;
+    }
+    return *widest;
+}

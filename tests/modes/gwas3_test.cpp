@@ -1,0 +1,391 @@
+#include "modes/classsums.h"
+#include "modes/gwas3_literal.h"
+#include "support/program.h"
+#include "support/random.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+
+static const std::string hitHeader = "Pheno\tSNPID\tSlope\tR2\tt-value\tp-value\t\n";
+
+static std::string statisticsHeader(const std::string &statistic)
+{
+    return "Marker\tMarkerID\tHits\tTotHits\t<0.25*slope\t<0.5*slope\t>2*slope\tAbsMaxSlope\t" + statistic
+        + "\tBestPheno\tgroup1\tgroup2\tgroup3\n";
+}
+
+static Result scan(const Folder &folder, std::string_view phenotypes, std::string_view genotypes,
+                std::vector<std::string> options = {})
+{
+    folder.write("p", phenotypes);
+    folder.write("g", genotypes);
+    options.insert(options.begin(), {"-pfile", "p", "-gfile", "g", "-out", "o"});
+    return folder.runMode("gwas3", options);
+}
+
+// Three individuals, one of each class.
+static const std::string eachClass = "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n";
+
+TEST(Gwas3, RegressesClassMeans)
+{
+    const struct {
+        const char *name;
+        std::string phenotypes, genotypes;
+        std::vector<std::string> options;
+        std::string hits, statistics;  // without their headers
+    } cases[] = {
+        {"hit", "a 1 2 4\n", eachClass, {"-statlimit", "0.2"}, "a\trs1\t1.5\t0.964286\t5.19615\t0.121071\n",
+         "rs1\t1\t1\t1\t0\t0\t1\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"p above its limit", "a 1 2 4\n", eachClass, {}, "",
+         "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"flat slopes pass without being hits", "a 1 2 4\nb 8 16 32\n", eachClass,
+         {"-statlimit", "0.2", "-slope", "6"}, "b\trs1\t12\t0.964286\t5.19615\t0.121071\n",
+         "rs1\t1\t1\t1\t0\t1\t1\t12\t0.121071\ta\t1\t1\t1\n"},
+        {"perfect fit has no t and p", "a 3 2 1\n", eachClass, {"-statistic", "r2"},
+         "a\trs1\t-1\t1\tNA\tNA\n", "rs1\t1\t1\t1\t0\t0\t1\t1\t1\ta\t1\t1\t1\n"},
+        {"perfect fit fails t", "a 3 2 1\n", eachClass, {"-statistic", "t"}, "",
+         "rs1\t1\t0\t0\t0\t0\t0\t1\t-1\tNA\t1\t1\t1\n"},
+        {"any positive t passes", "a 1 2 4\nb 1 -2 1\n", eachClass, {"-statistic", "t", "-statlimit", "-3"},
+         "a\trs1\t1.5\t0.964286\t5.19615\t0.121071\n", "rs1\t1\t1\t1\t0\t0\t1\t1.5\t5.19615\ta\t1\t1\t1\n"},
+        {"running total of hits", "a 1 2 4\n", eachClass + eachClass, {"-statlimit", "0.2"},
+         "a\trs1\t1.5\t0.964286\t5.19615\t0.121071\na\trs1\t1.5\t0.964286\t5.19615\t0.121071\n",
+         "rs1\t1\t1\t1\t0\t0\t1\t1.5\t0.121071\ta\t1\t1\t1\n"
+         "rs1\t2\t1\t2\t0\t0\t1\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"first of equal phenotypes is the best", "a 5 5 5\nb 1 2 4\nc 1 2 4\n", eachClass, {},
+         "", "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\tb\t1\t1\t1\n"},
+        {"nearest class", "a 1 2 4 2 1\n", "1 rs1 10 A G 0 0.2 0.1 0 0.5 0.25 0 0 1 0 2 -0.5 0 -1 -0.2\n", {},
+         "", "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t2\t2\t1\n"},
+        {"empty class counts as mean 0", "a 2 4 4 4\n", "1 rs1 10 A G 0 0 1 0 1 0 0 1 0 0 1 0\n", {},
+         "", "rs1\t1\t0\t0\t0\t0\t0\t1\t0.666672\ta\t0\t3\t1\n"},
+        {"missing values take no part", "a 1 NA 2 4\nb 1 2 -999.999 4\nc NA  NA -999.999\n",
+         "1 rs1 10 A G 1 0 0 0 1 0 0 1 0 0 0 1\n", {},
+         "", "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"counts of the last phenotype where none is best", "a 5 5 5\nb 6 NA 6\n",
+         "1 rs1 10 A G 0 1 0 0 1 0 0 1 0\n", {"-statistic", "t", "-missing", "6"},
+         "", "rs1\t1\t0\t0\t0\t0\t0\t0\t-1\tNA\t0\t1\t0\n"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        const Result run = scan(folder, row.phenotypes, row.genotypes, row.options);
+        EXPECT_EQ(run.status, 0) << row.name;
+        EXPECT_EQ(folder.read("o"), hitHeader + row.hits) << row.name;
+        const std::string statistics = folder.read("o.stats");
+        EXPECT_EQ(statistics.substr(statistics.find('\n') + 1), row.statistics) << row.name;
+    }
+}
+
+TEST(Gwas3, EndsWithItsMessage)
+{
+    const std::string phenotypes = "a 1 2 4\nb 1 2 3\n";
+    const std::string start = "Phenotype file contains 4 columns and 2 rows\n";
+    const struct {
+        const char *name;
+        std::string phenotypes, genotypes, messages, hits, statistics;
+    } cases[] = {
+        {"uneven phenotype lines", "a 1 2 4\nb 1 2\n", eachClass,
+         start + "Inconsistent number of columns in pheno file\n", "(no file)", "(no file)"},
+        {"another number of individuals", phenotypes, "1 rs1 10 A G 1 0 0 0 1 0\n",
+         start + "Pheno file and geno file contain different number of individuals\n", "(no file)",
+         "(no file)"},
+        {"short marker line", phenotypes, eachClass + "1 rs2 10 A G 1 0 0 0 1 0 0 0\n" + eachClass,
+         start + "Inconsistent number of columns in geno file\n", hitHeader,
+         statisticsHeader("p-value") + "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"long marker line", phenotypes, eachClass + "1 rs2 10 A G 1 0 0 0 1 0 0 0 1 0\n",
+         start + "Inconsistent number of columns in geno file\n", hitHeader,
+         statisticsHeader("p-value") + "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"no class", "a 1 2 NA\nb 1 2 3\n", "1 rs1 10 A G 1 0 0 0 1 0 0 1 1\n", start + "gValue error\n",
+         hitHeader, statisticsHeader("p-value")},
+        {"no class, but no value either", "a 1 2 4 NA\n", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1 0 nan inf\n",
+         "Phenotype file contains 5 columns and 1 rows\nGenotype file contains 17 columns and 0 rows\n"
+         "Your files:\nPhenotypes taken from 'p'\nGenotypes taken from 'g'\nTop phenotypes for each SNP are in 'o'\n"
+         "Summary statistics by the SNP are in 'o.stats'\n\n",
+         hitHeader, statisticsHeader("p-value") + "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
+        {"no data at all", "", "", "Phenotype file contains 0 columns and 0 rows\n"
+         "Genotype file contains 0 columns and -1 rows\nYour files:\nPhenotypes taken from 'p'\n"
+         "Genotypes taken from 'g'\nTop phenotypes for each SNP are in 'o'\n"
+         "Summary statistics by the SNP are in 'o.stats'\n\n", hitHeader, statisticsHeader("p-value")},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        EXPECT_EQ(scan(folder, row.phenotypes, row.genotypes).messages, row.messages) << row.name;
+        EXPECT_EQ(folder.read("o"), row.hits) << row.name;
+        EXPECT_EQ(folder.read("o.stats"), row.statistics) << row.name;
+    }
+}
+
+TEST(Gwas3, KeepsHitsFoundBeforeAnErrorOfAClass)
+{
+    const Folder folder;
+    const Result run = scan(folder, "a 1 2 4 NA\nb 1 2 4 5\n", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1 0 1 1\n",
+                         {"-statlimit", "0.2"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(folder.read("o"), hitHeader + "a\trs1\t1.5\t0.964286\t5.19615\t0.121071\n");
+    EXPECT_EQ(folder.read("o.stats"), statisticsHeader("p-value"));
+}
+
+TEST(Gwas3, NeedsItsFiles)
+{
+    const Folder folder;
+    folder.write("p", "a 1 2 4\n");
+    folder.write("g", eachClass);
+    const struct {
+        std::vector<std::string> options;
+        const char *messages;
+    } cases[] = {
+        {{"-gfile", "g"}, "You need to specify '-pfile'.\n\n"},
+        {{"-pfile", "p"}, "You need to specify '-gfile'.\n\n"},
+        {{"-pfile", "p", "-gfile", "g", "-out", "g"}, "Output file 'g' is also an input\n"},
+        {{"-pfile", "none", "-gfile", "g"}, ""},
+        {{"-pfile", "p", "-gfile", "none"}, "Phenotype file contains 4 columns and 1 rows\n"},
+        {{"-pfile", "p", "-gfile", "g", "-out", "."}, "Phenotype file contains 4 columns and 1 rows\n"},
+    };
+    for (const auto &row : cases) {
+        const Result run = folder.runMode("gwas3", row.options);
+        EXPECT_EQ(run.status, 1) << row.messages;
+        EXPECT_EQ(run.messages, row.messages);
+    }
+    EXPECT_EQ(folder.files().size(), 2u);
+}
+
+TEST(Gwas3, ResultsAreCompleteWhenANameIsTooLong)
+{
+    const Folder folder;
+    const std::string name(100, 'x');
+    folder.write(name, "a 1 2 4\n");
+    folder.write("g", eachClass);
+    const Result stopped = folder.runMode("gwas3", {"-pfile", name, "-gfile", "g", "-out", "o"});
+    EXPECT_EQ(stopped.status, -6);
+    EXPECT_NE(stopped.output.find("Your files:\n"), std::string::npos);
+    EXPECT_EQ(folder.read("o.stats"),
+              statisticsHeader("p-value") + "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n");
+}
+
+// Random files with much of what users and accidents put into them.
+class Hostile : RandomText {
+public:
+    explicit Hostile(unsigned seed)
+        : RandomText(seed)
+    {
+        const bool isWide = oneIn(4);
+        m_individuals = 1 + below(isWide ? 300 : 12);
+        m_phenotypes = oneIn(6) ? 60 + below(90) : 1 + below(12);
+        m_markers = oneIn(4) ? 30 + below(50) : below(6);
+        m_missingPart = oneIn(3) ? 0 : below(100);
+        m_isTame = !oneIn(4);
+        static const double limits[] = {0.05, 0.05, 0.2, 0.5, 1, 0, -1, -2, 6e-9, 5e-9, 0.9, 3.3, 1e-4, NAN};
+        statisticLimit = limits[below(std::size(limits))];
+        static const double slopes[] = {0.1, 0, 0.5, 2, 1e-12};
+        slopeLimit = slopes[below(std::size(slopes))];
+        statistic = int(below(3));
+        delimiter = std::string(1, oneIn(8) ? '\t' : ' ');
+    }
+
+    std::string phenotypes()
+    {
+        std::string text;
+        for (size_t j = 0; j < m_phenotypes; ++j) {
+            text.append(1, 'f').append(std::to_string(j));
+            const bool isComplete = oneIn(2), isEmpty = !isComplete && oneIn(8);
+            const bool isCoarse = oneIn(2);
+            for (size_t i = 0; i < m_individuals; ++i) {
+                text += delimiter;
+                if (isEmpty || (!isComplete && below(100) < m_missingPart))
+                    text += oneOf({"NA", "", "NA", "-999.999"});
+                else if (!m_isTame && oneIn(40))
+                    text += oneOf({"nan", "inf", "-inf", "1e308", "-1e308", "abc", "-0", "1e-310", "0x10",
+                                  "1e999"});
+                else if (isCoarse)
+                    text += std::to_string(below(3));
+                else
+                    text += std::to_string(double(below(200000)) / 1000 - 100);
+            }
+            if (!m_isTame && oneIn(300))
+                text += delimiter + "7";
+            text += lineEnd();
+        }
+        return text;
+    }
+
+    std::string genotypes()
+    {
+        std::string text;
+        for (size_t marker = 0; marker < m_markers; ++marker) {
+            text += '1';
+            for (const std::string &word : {std::to_string(marker), std::string("7"), std::string("A"),
+                                            std::string("G")})
+                text.append(delimiter).append(word);
+            const size_t classes = 1 + below(3);
+            for (size_t word = 0; word < 3 * m_individuals; word += 3) {
+                if (!m_isTame && oneIn(10)) {
+                    for (int i = 0; i < 3; ++i)
+                        text += separator() + oneOf({"0.5", "0.25", ".5", "1e-1", "abc", "-1", "-0.4",
+                                                    "0.4999999", "00001", "1.", "0.123", "+1", "-0", "0.2\t0.1 0", "0"});
+                } else if (!m_isTame && oneIn(400)) {
+                    text += delimiter + "0" + delimiter + "1" + delimiter;
+                    text += oneOf({"1", "nan", "3", "-3", "1e30"});
+                } else {
+                    const size_t group = below(classes);
+                    for (size_t i = 0; i < 3; ++i) {
+                        text += separator();
+                        text += i == group ? oneOf({"1", "0.8", "0.951"}) : oneOf({"0", "0.1", "0.024"});
+                    }
+                }
+            }
+            if (oneIn(8))
+                text += delimiter;
+            if (!m_isTame && oneIn(100))
+                text += delimiter + "7";
+            text += lineEnd();
+        }
+        return text;
+    }
+
+    std::string delimiter;
+    double statisticLimit;
+    double slopeLimit;
+    int statistic;
+
+private:
+    std::string separator() { return !m_isTame && oneIn(200) ? oneOf({"  ", "\t", "\v"}) : delimiter; }
+
+    size_t m_individuals, m_phenotypes, m_markers, m_missingPart;
+    bool m_isTame;
+};
+
+TEST(Gwas3, GivesTheBytesOfThePlainLoop)
+{
+    int hitRuns = 0, errorRuns = 0, completeRuns = 0;
+    for (unsigned seed = 1; seed <= 400; ++seed) {
+        Hostile input(seed);
+        const std::string phenotypes = input.phenotypes(), genotypes = input.genotypes();
+        LiteralScan plain;
+        plain.delimiter = input.delimiter;
+        plain.statisticLimit = input.statisticLimit;
+        plain.slopeLimit = input.slopeLimit;
+        plain.statistic = input.statistic;
+        plain.run(phenotypes, genotypes);
+
+        const Folder folder;
+        char limit[32], slope[32];
+        std::snprintf(limit, sizeof limit, "%.17g", input.statisticLimit);
+        std::snprintf(slope, sizeof slope, "%.17g", input.slopeLimit);
+        const Result run = scan(folder, phenotypes, genotypes,
+                             {"-statlimit", limit, "-slope", slope, "-statistic",
+                              input.statistic == 0 ? "r2" : input.statistic == 1 ? "t" : "p", "-delim",
+                              input.delimiter == "\t" ? "tab" : "space"});
+        const bool isSame = run.status == plain.status && run.messages == plain.messages
+            && folder.read("o") == plain.hits && folder.read("o.stats") == plain.statistics;
+        EXPECT_TRUE(isSame) << "seed " << seed << ", statistic " << input.statistic << ", limit " << limit
+                            << ", slope " << slope;
+        if (!isSame && phenotypes.size() + genotypes.size() < 2000)
+            FAIL() << phenotypes << genotypes << run.messages << folder.read("o") << folder.read("o.stats");
+        hitRuns += plain.hits.size() > hitHeader.size() + 9;
+        errorRuns += plain.messages.find("gValue") != std::string::npos;
+        completeRuns += plain.status == 0;
+    }
+    EXPECT_GT(hitRuns, 100);
+    EXPECT_GT(errorRuns, 10);
+    EXPECT_GT(completeRuns, 200);
+}
+
+// Behind the last line lie the rests of earlier ones, which must not be taken for its end.
+TEST(Gwas3, EndsALastLineWithoutALineEnd)
+{
+    std::string phenotypes = "f";
+    for (int i = 0; i < 100; ++i)
+        phenotypes.append(1, ' ').append(std::to_string(i * i % 17));
+    for (int shift = 0; shift < 3; ++shift) {
+        std::string genotypes;
+        for (int marker = 0; marker < 450; ++marker) {
+            genotypes += std::string(marker == 0 ? size_t(shift) + 1 : 1, '1') + " rs 10 A G";
+            for (int i = 0; i < 100; ++i)
+                genotypes += (i * i + marker) % 3 == 1 ? " 0 0 1" : " 0 1 0";
+            genotypes += '\n';
+        }
+        for (const size_t cut : {1, 2, 7}) {
+            LiteralScan plain;
+            const std::string input = genotypes.substr(0, genotypes.size() - cut);
+            plain.run(phenotypes, input);
+            const Folder folder;
+            EXPECT_EQ(scan(folder, phenotypes, input).messages, plain.messages) << shift << " " << cut;
+            EXPECT_EQ(folder.read("o.stats"), plain.statistics) << shift << " " << cut;
+        }
+    }
+}
+
+// The same real numbers, whatever the sign or the payload of what is no number.
+static bool areSame(const std::vector<double> &left, const std::vector<double> &right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](double a, double b) {
+        return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof a) == 0;
+    });
+}
+
+// Everything that the kernels compute for a random tile, one after the other.
+static std::vector<double> kernelResults(const ScanKernels &kernels, unsigned seed)
+{
+    std::mt19937_64 random(seed);
+    const size_t groups = 1 + random() % blockGroups, width = groups * groupLanes;
+    const size_t rows = random() % 200, words = random() % 80;
+    std::vector<double> values(rows * width + width);
+    for (double &value : values)
+        value = random() % 50 == 0 ? std::ldexp(1.0, 1020) : double(random() % 2000) / 7 - 100;
+    std::vector<uint16_t> order, counts;
+    for (size_t k = 0; k < classCount; ++k) {
+        const size_t first = order.size();
+        for (size_t i = 0; i < rows; ++i) {
+            if (random() % 3 == 0)
+                order.push_back(uint16_t(i));
+        }
+        counts.push_back(uint16_t(order.size() - first));
+    }
+    std::vector<double> results(classCount * width);
+    kernels.addRows(values.data(), groups, order.data(), counts.data(), results.data());
+
+    std::vector<uint64_t> present(words * groupLanes), class1(words), class2(words);
+    for (uint64_t &bits : present)
+        bits = random() | random();
+    for (size_t i = 0; i < words; ++i) {
+        class1[i] = random() % 5 == 0 ? ~uint64_t(0) : random();
+        class2[i] = ~class1[i] & random();
+    }
+    const std::vector<double> presentCounts(groupLanes, 10000);
+    std::vector<double> classCounts(classCount * groupLanes);
+    kernels.countPresent(present.data(), presentCounts.data(), class1.data(), class2.data(), words,
+                         classCounts.data());
+    for (size_t lane = 0; lane < groupLanes; ++lane) {
+        double plain1 = 0;
+        for (size_t word = 0; word < words; ++word)
+            plain1 += std::popcount(present[word * groupLanes + lane] & class1[word]);
+        EXPECT_EQ(classCounts[groupLanes + lane], plain1) << kernels.name << ", seed " << seed;
+    }
+    results.insert(results.end(), classCounts.begin(), classCounts.end());
+
+    LaneBests bests = {};
+    const std::vector<double> sums = results;
+    for (size_t group = 0; group < groups; ++group) {
+        std::vector<double> slopes(groupLanes), r2s(groupLanes);
+        kernels.fitGroup(sums.data() + group * groupLanes, width, classCounts.data(), 1, slopes.data(),
+                         r2s.data(), bests);
+        results.insert(results.end(), slopes.begin(), slopes.end());
+        results.insert(results.end(), r2s.begin(), r2s.end());
+    }
+    results.insert(results.end(), bests.absSlope, std::end(bests.absSlope));
+    results.insert(results.end(), bests.r2, std::end(bests.r2));
+    return results;
+}
+
+TEST(ClassSums, AreTheSameWithAnyInstructions)
+{
+    for (unsigned seed = 1; seed <= 500; ++seed) {
+        const std::vector<double> plain = kernelResults(allScanKernels()[0], seed);
+        for (const ScanKernels &kernels : allScanKernels().subspan(1)) {
+            if (kernels.isSupported()) {
+                EXPECT_TRUE(areSame(kernelResults(kernels, seed), plain))
+                    << kernels.name << ", seed " << seed;
+            }
+        }
+    }
+}
