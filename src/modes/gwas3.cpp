@@ -30,9 +30,10 @@ static constexpr int64_t leadingColumns = 5;
 static constexpr size_t batchSize = 32;
 static constexpr size_t tileBytes = size_t(24) << 10;
 
+static const ScanKernels *kernels;  // set by doFastGwas
 static Matrix matrix;
 static std::vector<std::string> PhenoID;  // names of the phenotypes
-static size_t individuals;                // with a value in every line of the phenotype file
+static size_t individuals;                // of the phenotype file
 static size_t tileRows;                   // individuals of a tile
 
 struct Marker {
@@ -243,10 +244,21 @@ static void packMembers(Marker &marker)
     }
 }
 
+// The individuals with a value in every class, [class][lane], for the phenotypes of a group.
+static void countClasses(const Marker &marker, size_t group, double *counts)
+{
+    if (group >= matrix.firstGappyGroup()) {
+        kernels->countPresent(matrix.present(group), matrix.presentCounts(group), marker.members1.data(),
+                              marker.members2.data(), marker.members1.size(), counts);
+        return;
+    }
+    for (size_t k = 0; k < classCount; ++k)
+        std::fill_n(counts + k * groupLanes, groupLanes, marker.classCounts[k]);
+}
+
 // Forms slope and R2 of all phenotypes for the markers of the batch.
 static void fitBatch()
 {
-    static const ScanKernels &kernels = scanKernels();
     const double r2Limit = statistic == 0 ? std::numeric_limits<double>::infinity() : 1;
     for (size_t m = 0; m < markerCount; ++m) {
         markers[m].slopes.resize(matrix.groupCount() * groupLanes);
@@ -262,24 +274,19 @@ static void fitBatch()
             const double *rows = matrix.block(block) + tile * tileRows * width;
             for (size_t m = 0; m < markerCount; ++m) {
                 Marker &marker = markers[m];
-                kernels.addRows(rows, groupCount, &marker.order[tile * tileRows],
-                                marker.orderCounts[tile].data(), marker.sums);
+                kernels->addRows(rows, groupCount, &marker.order[tile * tileRows],
+                                 marker.orderCounts[tile].data(), marker.sums);
             }
         }
         for (size_t m = 0; m < markerCount; ++m) {
             Marker &marker = markers[m];
-            alignas(64) double counts[classCount * groupLanes];
-            for (size_t k = 0; k < classCount; ++k)
-                std::fill_n(counts + k * groupLanes, groupLanes, marker.classCounts[k]);
             for (size_t i = 0; i < groupCount; ++i) {
                 const size_t group = block * blockGroups + i;
-                if (group >= matrix.firstGappyGroup())
-                    kernels.countPresent(matrix.present(group), matrix.presentCounts(group),
-                                         marker.members1.data(), marker.members2.data(),
-                                         marker.members1.size(), counts);
-                kernels.fitGroup(marker.sums + i * groupLanes, width, counts, r2Limit,
-                                 &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes],
-                                 marker.bests);
+                double counts[classCount * groupLanes];
+                countClasses(marker, group, counts);
+                kernels->fitGroup(marker.sums + i * groupLanes, width, counts, r2Limit,
+                                  &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes],
+                                  marker.bests);
             }
         }
     }
@@ -371,14 +378,16 @@ static Best decide(const Marker &marker, double passingR2, HitCounts &counts, te
 // Writes the number of individuals with a value of the phenotype in every class.
 static void writeClassCounts(const Marker &marker, size_t phenotype, text::Writer &out)
 {
-    double counts[classCount] = {};
-    for (size_t i = 0; i < marker.classes.size() && phenotype < PhenoID.size(); ++i) {
-        if (marker.classes[i] < classCount && matrix.isPresent(phenotype, i))
-            ++counts[marker.classes[i]];
+    double counts[classCount * groupLanes] = {};
+    size_t lane = 0;
+    if (phenotype < PhenoID.size()) {
+        const size_t position = matrix.positionOf(phenotype);
+        countClasses(marker, position / groupLanes, counts);
+        lane = position % groupLanes;
     }
-    for (const double count : counts) {
+    for (size_t k = 0; k < classCount; ++k) {
         out.put('\t');
-        out.put(count);
+        out.put(counts[k * groupLanes + lane]);
     }
 }
 
@@ -450,6 +459,7 @@ static void doFastGwas()
     const size_t rowBytes = std::min(matrix.groupCount(), blockGroups) * groupLanes * sizeof(double);
     tileRows = tileBytes / std::max(rowBytes, groupLanes * sizeof(double));
     markers.resize(batchSize);
+    kernels = &scanKernels();
     Progress progress(Genoname);
     int64_t rows = 0;
     for (; hasLine; hasLine = genotypeFile.nextNonEmpty(line)) {
