@@ -10,8 +10,8 @@
 // The value of a missing phenotype.
 inline constexpr double missingValue = -999.999;
 
-// Reads "-pfile", "-out", "-gfile", "-missing", "-slope", "-statlimit" and "-statistic" into the settings. Ends
-// the run where one of the two inputs is not named.
+// Reads "-pfile", "-out", "-gfile", "-missing", "-slope", "-statlimit" and "-statistic" into the settings.
+// Ends the run where one of the two inputs is not named.
 void readScanOptions();
 
 // To be called right before the first file is opened; `binFile` may be empty.

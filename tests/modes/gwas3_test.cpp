@@ -99,7 +99,8 @@ TEST(Gwas3, EndsWithItsMessage)
          hitHeader, statisticsHeader("p-value")},
         {"no class, but no value either", "a 1 2 4 NA\n", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1 0 nan inf\n",
          "Phenotype file contains 5 columns and 1 rows\nGenotype file contains 17 columns and 0 rows\n"
-         "Your files:\nPhenotypes taken from 'p'\nGenotypes taken from 'g'\nTop phenotypes for each SNP are in 'o'\n"
+         "Your files:\nPhenotypes taken from 'p'\nGenotypes taken from 'g'\n"
+         "Top phenotypes for each SNP are in 'o'\n"
          "Summary statistics by the SNP are in 'o.stats'\n\n",
          hitHeader, statisticsHeader("p-value") + "rs1\t1\t0\t0\t0\t0\t0\t1.5\t0.121071\ta\t1\t1\t1\n"},
         {"no data at all", "", "", "Phenotype file contains 0 columns and 0 rows\n"
@@ -221,7 +222,8 @@ public:
                 if (!m_isTame && oneIn(10)) {
                     for (int i = 0; i < 3; ++i)
                         text += separator() + oneOf({"0.5", "0.25", ".5", "1e-1", "abc", "-1", "-0.4",
-                                                    "0.4999999", "00001", "1.", "0.123", "+1", "-0", "0.2\t0.1 0", "0"});
+                                                    "0.4999999", "00001", "1.", "0.123", "+1", "-0",
+                                                     "0.2\t0.1 0", "0"});
                 } else if (!m_isTame && oneIn(400)) {
                     text += delimiter + "0" + delimiter + "1" + delimiter;
                     text += oneOf({"1", "nan", "3", "-3", "1e30"});
