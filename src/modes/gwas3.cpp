@@ -57,7 +57,8 @@ static size_t markerCount;  // in the batch
 static void readOptions()
 {
     readScanOptions();
-    Delim = text::delimiter(textOption("-delim", "space"), " ");
+    const std::string word = textOption("-delim", "space");
+    Delim = word == "colon" ? " " : text::delimiter(word, " ");  // on purpose: no colon here
 }
 
 // The fields of a line; none for no line.
