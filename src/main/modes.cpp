@@ -53,8 +53,8 @@ static constexpr const char *peakScan3Options[]
 static constexpr Mode modes[] = {
     {"gentoAD", genoToAd, genoToAdOptions},
     {"gentoad", genoToAd, genoToAdOptions},
-    {"ADtogen", reportUnavailable, adToGenOptions},
-    {"adtogen", reportUnavailable, adToGenOptions},
+    {"ADtogen", adToGen, adToGenOptions},
+    {"adtogen", adToGen, adToGenOptions},
     {"avgAD", reportUnavailable, averageOptions},
     {"avgad", reportUnavailable, averageOptions},
     {"avgGEN", reportUnavailable, averageOptions},

@@ -1,16 +1,70 @@
 #include "modes/genotypes.h"
+#include "main/console.h"
+#include "main/options.h"
+#include "text/readnumber.h"
+#include "text/wide.h"
 
-std::string_view fieldAt(std::string_view line, int64_t position)
+#include <algorithm>
+#include <array>
+
+std::string wordOption(std::string_view name)
 {
-    if (position < 0)
-        return {};
+    char word[20];
+    copyBounded(word, textOption(name, ""));
+    return word;
+}
+
+int64_t numberOption(std::string_view name, int64_t absent)
+{
+    const std::string word = wordOption(name);
+    return word.empty() ? absent : text::readInteger(word);
+}
+
+std::string boundedName(const std::string &name)
+{
+    char buffer[200];
+    copyBounded(buffer, name);
+    return buffer;
+}
+
+FormatOptions readFormatOptions()
+{
+    FormatOptions options;
+    options.filename = boundedName(textOption("-file", ""));
+    if (options.filename.empty())
+        fatal("You need to specify '-file'.\n\n");
+    const std::string outname = textOption("-out", "");
+    options.outname = boundedName(outname.empty() ? options.filename + ".out" : outname);
+    options.beg = numberOption("-beg", 1);
+    options.end = numberOption("-end", 99999999);  // on purpose a nine less than in gentoAD
+    options.lastbeforegeno = numberOption("-last-bef-geno", 5);
+    wordOption("-rs-loc");  // not used, but its length counts
+    return options;
+}
+
+int showOption()
+{
+    const std::string showverdict = wordOption("-show");
+    return showverdict == "no-stdev" ? 1 : showverdict == "only-values" ? 2 : 0;
+}
+
+std::string_view fieldsFrom(std::string_view line, int64_t position)
+{
     for (; position > 0; --position) {
         const size_t blank = line.find(' ');
         if (blank == line.npos)
             return {};
         line.remove_prefix(blank + 1);
     }
-    return line.substr(0, line.find(' '));
+    return line;
+}
+
+std::string_view fieldAt(std::string_view line, int64_t position)
+{
+    if (position < 0)
+        return {};
+    const std::string_view fields = fieldsFrom(line, position);
+    return fields.substr(0, fields.find(' '));
 }
 
 std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text::Writer &out)
@@ -27,4 +81,52 @@ std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text
     }
     out.put(line.substr(0, size));
     return line.substr(size);
+}
+
+void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out)
+{
+    for (int64_t column = 0; column < columns; ++column) {
+        const size_t blank = std::min(line.find(' '), line.size());
+        out.put(line.substr(0, blank));
+        out.put(' ');
+        line.remove_prefix(std::min(blank + 1, line.size()));
+    }
+}
+
+FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividual)
+{
+    int64_t first = options.lastbeforegeno + fieldsPerIndividual * (options.beg - 1);
+    int64_t individuals = options.end - options.beg + 1;
+    if (first < 0) {
+        const int64_t leftOut = (fieldsPerIndividual - 1 - first) / fieldsPerIndividual;
+        first += fieldsPerIndividual * leftOut;
+        individuals -= leftOut;
+    }
+    return {first, fieldsPerIndividual * individuals};
+}
+
+// The number that the text of each number of thousandths is read as: the one rounding of two exact numbers.
+static constexpr std::array<double, 10000> thousandths = [] {
+    std::array<double, 10000> values{};
+    for (size_t i = 0; i < values.size(); ++i)
+        values[i] = double(i) / 1000;
+    return values;
+}();
+
+NumberReader::NumberReader(std::string_view line, FieldRange range)
+    : m_walker(range.count > 0 ? fieldsFrom(line, range.first) : std::string_view())
+    , m_left(range.count > 0 && fieldsFrom(line, range.first).data() ? size_t(range.count) : 0)
+{
+}
+
+MORVEL_WIDE size_t NumberReader::next()
+{
+    const size_t fields = m_walker.next(std::min(batchSize, m_left));
+    m_left -= fields;
+    for (size_t i = 0; i < fields; ++i) {
+        const text::ShortNumber number = text::readShortNumber(m_walker.begin(i), m_walker.size(i));
+        m_values[i] = !number.invalid ? thousandths[size_t(text::thousandthsOf(number.digits))]
+                                      : text::readDouble(m_walker.field(i));
+    }
+    return fields;
 }

@@ -4,3 +4,6 @@
 void genoToAd();  // genotype probabilities to dosages
 void gwas();      // association scan over phenotype bins
 void gwas3();     // fast association scan over genotype classes
+void genoToAd();      // genotype probabilities to dosages
+void adToGen();       // dosages to genotype triplets
+void gwas();          // association scan over phenotype bins

@@ -44,8 +44,9 @@ public:
     }
     void commit(const char *end) { m_size = size_t(end - m_buffer.get()); }
 
-    // Changes the byte written last, for line ends that are known late. Not right after flush().
+    // Change or take back the byte written last, for line ends that are known late. Not right after flush().
     void replaceLast(char byte) { m_buffer.get()[m_size - 1] = byte; }
+    void removeLast() { --m_size; }
 
     // Flushes every open writer, for a run that ends early.
     static void flushAll();

@@ -1,0 +1,142 @@
+#include "support/genotypemodel.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+static Result convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
+{
+    folder.write("in", input);
+    options.insert(options.begin(), {"-file", "in", "-out", "out"});
+    return folder.runMode("ADtogen", options);
+}
+
+static std::string messages(const std::string &times, const std::string &sum)
+{
+    return "running adToGen()\n\nGenotypes that deviate: " + times + "\nTotal absolute deviation: " + sum + "\n";
+}
+
+TEST(AdToGen, RoundsEveryDosage)
+{
+    const struct {
+        const char *name, *input, *out, *stats, *times, *sum;
+    } cases[] = {
+        {"whole", "1 r 7 A G 0 1 2\n", "1 r 7 A G 1 0 0 0 1 0 0 0 1\n", "1 r 7 A G 0 0 0\n", "0", "0"},
+        {"between", "1 r 7 A G 1.5 0.49 2.5\n", "1 r 7 A G 0 0 1 1 0 0 ? ? ?\n", "1 r 7 A G -0.5 0.49 ?\n", "3",
+         "1.49"},
+        {"negative", "1 r 7 A G -0.7 -1.6\n", "1 r 7 A G 1 0 0 ? ? ?\n", "1 r 7 A G -0.7 ?\n", "2", "1.3"},
+        {"near a border", "1 r 7 A G 0.4999999 1.499 2.4999999\n", "1 r 7 A G 1 0 0 0 1 0 0 0 1\n",
+         "1 r 7 A G 0.5 0.499 0.5\n", "3", "1.499"},
+        {"no numbers", "1 r 7 A G x  0\n", "1 r 7 A G 1 0 0 1 0 0 1 0 0\n", "1 r 7 A G 0 0 0\n", "0", "0"},
+        {"too large for a class", "1 r 7 A G 3e9\n", "1 r 7 A G ? ? ?\n", "1 r 7 A G ?\n", "0", "0"},
+        {"nan", "1 r 7 A G nan 1.5\n", "1 r 7 A G ? ? ? 0 0 1\n", "1 r 7 A G ? -0.5\n", "2", "nan"},
+        {"no dosages, blank at the end, short", "1 r 7 A G\n1 r 7 A G \na b\n",
+         "1 r 7 A G\n1 r 7 A G 1 0 0\na b\n", "1 r 7 A G\n1 r 7 A G 0\na b\n", "0", "0"},
+        {"no last line break", "1 r 7 A G 2", "1 r 7 A G 0 0 1\n", "1 r 7 A G 0\n", "0", "0"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        EXPECT_EQ(convert(folder, row.input).messages, messages(row.times, row.sum)) << row.name;
+        EXPECT_EQ(folder.read("out"), row.out) << row.name;
+        EXPECT_EQ(folder.read("out.stats"), row.stats) << row.name;
+    }
+}
+
+TEST(AdToGen, ConvertsTheChosenLines)
+{
+    const struct {
+        std::vector<std::string> options;
+        const char *out;
+    } cases[] = {
+        {{"-beg", "3"}, "c 0 0 1\nd 0 1 0\n"},
+        {{"-end", "3"}, "a 1 0 0\nc 0 0 1\n"},  // the empty line counts
+        {{"-beg", "4", "-end", "3"}, ""},
+        {{"-beg", "", "-end", ""}, "a 1 0 0\nc 0 0 1\nd 0 1 0\n"},
+        {{"-end", "3.0"}, ""},  // no integer: 0
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        std::vector<std::string> options = row.options;
+        options.insert(options.end(), {"-last-bef-geno", "1"});
+        EXPECT_EQ(convert(folder, "a 0\n\nc 2\nd 1\n", options).status, 0);
+        EXPECT_EQ(folder.read("out"), row.out);
+    }
+}
+
+TEST(AdToGen, GivesBackTheTripletsOfHardCalls)
+{
+    const Folder folder;
+    std::string triplets;
+    for (int marker = 0; marker < 3; ++marker) {
+        triplets += "1 rs" + std::to_string(marker) + " 10 A G";
+        for (int i = 0; i < 600; ++i)
+            triplets += (i * i + marker) % 3 == 0 ? " 1 0 0" : (i * i + marker) % 5 == 1 ? " 0 1 0" : " 0 0 1";
+        triplets += '\n';
+    }
+    folder.write("triplets", triplets);
+    folder.runMode("gentoAD", {"-file", "triplets", "-out", "dosages", "-to-hard-call", "yes"});
+    EXPECT_EQ(folder.runMode("ADtogen", {"-file", "dosages", "-out", "again"}).messages, messages("0", "0"));
+    EXPECT_EQ(folder.read("again"), triplets);
+}
+
+TEST(AdToGen, OpensOutputThenInputThenDeviations)
+{
+    using Names = std::vector<std::string>;
+    const struct {
+        const char *name, *shell;
+        Names names;  // of the files and folders afterwards
+    } cases[] = {
+        {"no output", "mkdir out;", {"out"}},
+        {"no input", "", {"out"}},
+        {"no deviations", "echo >in; mkdir out.stats;", {"in", "out", "out.stats"}},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        const auto run = folder.run({"-M", "adtogen", "-file", "in", "-out", "out"}, row.shell);
+        EXPECT_EQ(run.status, 1) << row.name;
+        EXPECT_EQ(run.messages, "running adToGen()\n\n") << row.name;
+        Names names;
+        for (const auto &[name, content] : folder.files())
+            names.push_back(name);
+        EXPECT_EQ(names, row.names) << row.name;
+    }
+}
+
+TEST(AdToGen, AgreesWithAPlainVersion)
+{
+    const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {
+        const long beg = modelInteger(options, "-beg", 1), end = modelInteger(options, "-end", 99999999);
+        const long lastbeforegeno = modelInteger(options, "-last-bef-geno", 5);
+        ModelResult result;
+        long counter = 0, times = 0;
+        double sum = 0;
+        for (const ModelLine &line : lines) {
+            ++counter;
+            if (counter < beg || counter > end)
+                continue;
+            for (long i = 0; i < line.size(); ++i) {
+                const std::string separator = i + 1 < line.size() ? " " : "\n";
+                if (i < lastbeforegeno) {
+                    result.out += line.at(i) + separator;
+                    result.stats += line.at(i) + separator;
+                    continue;
+                }
+                const double digvalue = std::trunc(line.number(i) + 0.5);
+                const double deviation = line.number(i) - digvalue;
+                times += deviation != 0;
+                sum += std::abs(deviation);
+                const bool hasClass = digvalue == 0 || digvalue == 1 || digvalue == 2;
+                result.out += digvalue == 0 ? "1 0 0" : digvalue == 1 ? "0 1 0" : digvalue == 2 ? "0 0 1" : "? ? ?";
+                result.out += separator;
+                result.stats += (hasClass ? modelText(deviation) : "?") + separator;
+            }
+        }
+        result.messages = messages(std::to_string(times), modelText(sum));
+        return result;
+    };
+    compareWithModel("ADtogen",
+                     {{"-beg", {"2", "3", "0", "-1", "x", ""}},
+                      {"-end", {"1", "3", "0", "-2", "99999999999"}},
+                      {"-last-bef-geno", {"0", "-3", "2", "800", "12abc"}}},
+                     model);
+}

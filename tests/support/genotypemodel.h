@@ -1,0 +1,40 @@
+// Slow and obvious versions of what the modes over genotype files do, and hostile input to hold them against.
+#pragma once
+
+#include "support/program.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+using OptionMap = std::map<std::string, std::string>;
+
+// A line of the input as the modes see it.
+struct ModelLine {
+    std::vector<std::string> fields;  // parted at every blank; none for an empty line
+    bool isLast;                      // no byte follows
+
+    std::string at(long i) const;     // "" outside the line
+    double number(long i) const;      // 0 for no number
+    long size() const { return long(fields.size()); }
+};
+std::vector<ModelLine> modelLines(const std::string &input);
+
+std::string modelText(double value);  // six significant digits
+long modelInteger(const OptionMap &options, const std::string &name, long absent);
+
+// The fields before `columns`, each with a blank, empty ones beyond the end of the line.
+std::string modelColumns(const ModelLine &line, long columns);
+
+// What a run prints and writes.
+struct ModelResult {
+    std::string messages, out, stats;  // "(no file)" where none is written
+    bool operator==(const ModelResult &) const = default;
+};
+using Model = std::function<ModelResult(const std::vector<ModelLine> &, const OptionMap &)>;
+
+// Compares the program with the model on random files and on random values of these options. A failure shows
+// the seed and the input without the lines that the failure does not need.
+void compareWithModel(const std::string &mode, const std::vector<std::pair<std::string, std::vector<std::string>>> &,
+                      const Model &model);
