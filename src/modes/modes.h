@@ -6,4 +6,6 @@ void gwas();      // association scan over phenotype bins
 void gwas3();     // fast association scan over genotype classes
 void genoToAd();      // genotype probabilities to dosages
 void adToGen();       // dosages to genotype triplets
+void avgAd();         // average dosage per marker
+void avgGen();        // average genotype probabilities per marker
 void gwas();          // association scan over phenotype bins

@@ -1,0 +1,73 @@
+// Average dosage per marker: a line of leading columns and one dosage per individual becomes the leading columns,
+// the mean dosage of the chosen individuals and its standard deviation.
+#include "main/console.h"
+#include "modes/genotypes.h"
+#include "modes/modes.h"
+
+#include <cmath>
+#include <vector>
+
+static FormatOptions options;  // beg and end count individuals
+static int show;               // 0 all, 1 without the deviation, 2 without the leading columns too
+static FieldRange range;       // of the dosages
+static std::vector<double> Values;  // dosages of the line, for the deviation
+
+static void readOptions()
+{
+    options = readFormatOptions();
+    show = showOption();
+    range = chosenFields(options, 1);
+}
+
+// The sum of the squared differences from the mean, over all dosages of the line.
+static double sumSquares(std::string_view line, double mean)
+{
+    if (line.size() <= keptLineSize)
+        return addSquares(0, Values.data(), Values.size(), mean);
+    double sum = 0;
+    NumberReader dosages(line, range);
+    while (const size_t fields = dosages.next())
+        sum = addSquares(sum, dosages.values(), fields, mean);
+    return sum;
+}
+
+static void averageDosages(std::string_view line, text::Writer &out)
+{
+    const bool keepsValues = show == 0 && line.size() <= keptLineSize;
+    Values.clear();
+    double cumvalue = 0;
+    double count = 0;
+    NumberReader dosages(line, range);
+    while (const size_t fields = dosages.next()) {
+        for (size_t i = 0; i < fields; ++i)
+            cumvalue += dosages.values()[i];
+        count += double(fields);
+        if (keepsValues)
+            Values.insert(Values.end(), dosages.values(), dosages.values() + fields);
+    }
+    const double avgvalue = cumvalue / count;  // of no dosages: not a number
+    out.put(avgvalue);
+    if (show == 0) {
+        out.put(' ');
+        out.put(std::sqrt(sumSquares(line, avgvalue) / count));
+    }
+}
+
+void avgAd()
+{
+    readOptions();
+    print("running avgAd()\n\n");
+    refuseSameFiles({options.filename}, {options.outname});
+    text::LineReader in;
+    text::Writer out;
+    if (!out.open(options.outname) || !in.open(options.filename))
+        quit();  // silent by design
+    std::string_view line;
+    while (in.nextNonEmpty(line)) {
+        if (show < 2)
+            copyPaddedColumns(line, options.lastbeforegeno, out);
+        averageDosages(line, out);
+        endRow(in, out);
+    }
+    out.close();
+}
