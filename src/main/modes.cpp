@@ -59,8 +59,8 @@ static constexpr Mode modes[] = {
     {"avgad", avgAd, averageOptions},
     {"avgGEN", avgGen, averageOptions},
     {"avggen", avgGen, averageOptions},
-    {"gentoletters", reportUnavailable, genToLettersOptions},
-    {"gentoLETTERS", reportUnavailable, {}},  // on purpose: runs on its defaults
+    {"gentoletters", genToLetters, genToLettersOptions},
+    {"gentoLETTERS", genToLetters, {}},  // on purpose: runs on its defaults
     {"mixfit", reportUnavailable, mixFitOptions},
     {"mf", reportUnavailable, mixFitOptions},
     {"gwas", gwas, gwasOptions},

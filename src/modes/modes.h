@@ -8,4 +8,5 @@ void genoToAd();      // genotype probabilities to dosages
 void adToGen();       // dosages to genotype triplets
 void avgAd();         // average dosage per marker
 void avgGen();        // average genotype probabilities per marker
+void genToLetters();  // genotype probabilities to letters
 void gwas();          // association scan over phenotype bins

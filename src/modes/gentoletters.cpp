@@ -1,0 +1,135 @@
+// Genotype probabilities to letters: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the leading
+// columns and, for every chosen individual, the most probable genotype in the marker's own letters, such as AG.
+#include "main/console.h"
+#include "main/options.h"
+#include "modes/genotypes.h"
+#include "modes/modes.h"
+#include "text/delimiters.h"
+
+#include <algorithm>
+
+static FormatOptions options;  // beg and end count individuals
+static FieldRange range;       // of the triplets
+static int64_t gen1loc;        // 1-based columns of the letters
+static int64_t gen2loc;
+static bool flip;              // to the opposite strand
+static std::string Delim;      // between the letters of a genotype
+
+static void readOptions()
+{
+    options = readFormatOptions();
+    range = chosenFields(options, 3);
+    gen1loc = numberOption("-gen1-loc", 4);
+    gen2loc = numberOption("-gen2-loc", 5);
+    flip = wordOption("-flip") == "yes";
+    print(flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n");
+    Delim = text::delimiter(textOption("-genodelim", "none"), "");
+}
+
+// Lower case as well comes out as the upper-case complement, on purpose. Other bytes stay.
+static char complement(char letter)
+{
+    switch (letter) {
+    case 'A': case 'a': return 'T';
+    case 'T': case 't': return 'A';
+    case 'G': case 'g': return 'C';
+    case 'C': case 'c': return 'G';
+    default: return letter;
+    }
+}
+
+// The letters in a 1-based column of the line.
+static std::string lettersAt(std::string_view line, int64_t column)
+{
+    std::string letters(fieldAt(line, column - 1));
+    if (flip)
+        std::ranges::transform(letters, letters.begin(), complement);
+    return letters;
+}
+
+// The three genotypes of a marker in letters, each with a blank behind it.
+struct Genotypes {
+    std::string texts[3];  // AA, AB, BB
+
+    Genotypes(const std::string &GEN1, const std::string &GEN2)
+        : texts{GEN1 + Delim + GEN1 + ' ', GEN1 + Delim + GEN2 + ' ', GEN2 + Delim + GEN2 + ' '}
+    {
+    }
+    // True when every text fits 8 bytes, with which writing is 3 times as fast.
+    bool areShort() const
+    {
+        return std::ranges::all_of(texts, [](const std::string &text) { return text.size() <= 8; });
+    }
+};
+
+// Finds the most probable genotypes: 0 AA, 1 AB, 2 BB. On purpose every tie gives BB.
+static void classify(const double *numbers, size_t triplets, uint8_t *classes)
+{
+    for (size_t i = 0; i < triplets; ++i) {
+        const double loc1 = numbers[3 * i], loc2 = numbers[3 * i + 1], loc3 = numbers[3 * i + 2];
+        const bool isFirst = (loc1 > loc2) & (loc1 > loc3);
+        const bool isSecond = (loc2 > loc1) & (loc2 > loc3);
+        classes[i] = uint8_t(2 - isSecond - 2 * isFirst);
+    }
+}
+
+static void putShort(const Genotypes &genotypes, const uint8_t *classes, size_t count, text::Writer &out)
+{
+    struct {
+        char bytes[8];
+        size_t size;
+    } texts[3] = {};
+    for (size_t k = 0; k < 3; ++k) {
+        texts[k].size = genotypes.texts[k].size();
+        std::memcpy(texts[k].bytes, genotypes.texts[k].data(), texts[k].size);
+    }
+    char *end = out.reserve(8 * count);
+    for (size_t i = 0; i < count; ++i) {
+        const auto &text = texts[classes[i]];
+        std::memcpy(end, text.bytes, 8);
+        end += text.size;
+    }
+    out.commit(end);
+}
+
+static void putLong(const Genotypes &genotypes, const uint8_t *classes, size_t count, text::Writer &out)
+{
+    for (size_t i = 0; i < count; ++i)
+        out.put(genotypes.texts[classes[i]]);
+}
+
+// Writes the genotypes of a line, single blanks between them.
+static void writeGenotypes(std::string_view line, text::Writer &out)
+{
+    const Genotypes genotypes(lettersAt(line, gen1loc), lettersAt(line, gen2loc));
+    const auto putGenotypes = genotypes.areShort() ? putShort : putLong;
+    uint8_t classes[NumberReader::batchSize / 3];
+    NumberReader numbers(line, range);
+    bool isFirst = true;
+    while (const size_t triplets = numbers.next() / 3) {
+        classify(numbers.values(), triplets, classes);
+        if (!isFirst)
+            out.put(' ');
+        putGenotypes(genotypes, classes, triplets, out);
+        out.removeLast();  // the blank behind the last genotype
+        isFirst = false;
+    }
+}
+
+void genToLetters()
+{
+    readOptions();
+    print("running genToLetters()\n\n");
+    refuseSameFiles({options.filename}, {options.outname});
+    text::LineReader in;
+    text::Writer out;
+    if (!out.open(options.outname) || !in.open(options.filename))
+        quit();  // silent by design
+    std::string_view line;
+    while (in.nextNonEmpty(line)) {
+        copyPaddedColumns(line, options.lastbeforegeno, out);
+        writeGenotypes(line, out);
+        endRow(in, out);
+    }
+    out.close();
+}

@@ -1,0 +1,103 @@
+#include "support/genotypemodel.h"
+
+#include <gtest/gtest.h>
+
+static Result spell(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
+{
+    folder.write("in", input);
+    options.insert(options.begin(), {"-file", "in", "-out", "out"});
+    return folder.runMode("gentoletters", options);
+}
+
+TEST(GenToLetters, SpellsTheMostProbableGenotype)
+{
+    const std::string marker = "1 r 7 A G ";
+    const struct {
+        const char *name;
+        std::string input;
+        std::vector<std::string> options;
+        std::string out;
+    } cases[] = {
+        {"each class", marker + "0.9 0.1 0 0.1 0.8 0.1 0 0 1\n", {}, marker + "AA AG GG"},
+        {"ties", marker + "0.5 0.5 0 0 0.5 0.5 0.5 0 0.5 0 0 0 x  nan\n", {}, marker + "GG GG GG GG GG"},
+        {"long numbers", marker + "0.50001 0.5 0 0.5 0.50001 0 nan 1 0\n", {}, marker + "AA AG GG"},
+        {"delimiter", marker + "0 1 0\n", {"-genodelim", "comma"}, marker + "A,G"},
+        {"other delimiters", marker + "0 1 0\n", {"-genodelim", "slash, a word of more than 20 bytes"}, marker + "AG"},
+        {"flip", "1 r 7 aTGcAx C 1 0 0 0 1 0\n", {"-flip", "yes", "-genodelim", "tab"},
+         "1 r 7 aTGcAx C TACGTx\tTACGTx TACGTx\tG"},
+        {"flip, other words", marker + "1 0 0\n", {"-flip", "YES"}, marker + "AA"},
+        {"other columns", marker + "1 0 0 0 1 0\n", {"-gen1-loc", "2", "-gen2-loc", "1"}, marker + "rr r1"},
+        {"no such columns", marker + "1 0 0 0 1 0\n", {"-gen1-loc", "0", "-gen2-loc", "12"}, marker + " "},
+        {"some", marker + "1 0 0 0 1 0 0 0 1 1 0 0\n", {"-beg", "2", "-end", "3"}, marker + "AG GG"},
+        {"fields left over", marker + "1 0 0 0 1 0 0 0\n", {}, marker + "AA AG"},
+        {"no individuals", marker + "1 0 0\n", {"-beg", "2"}, marker},
+        {"short line", "a b\n1 r 7 A G 0 0 1\r\n", {}, "a b    \n" + marker + "GG"},
+        {"lines follow", "\n1 r 7 A G 0 0 1\n\n", {}, marker + "GG\n"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        EXPECT_EQ(spell(folder, row.input, row.options).status, 0) << row.name;
+        EXPECT_EQ(folder.read("out"), row.out) << row.name;
+    }
+}
+
+TEST(GenToLetters, CollectsNoOptionsInCapitals)
+{
+    const Folder folder;
+    folder.write("in", "1 r 7 A G 0 0 1\n");
+    const auto run = folder.runMode("gentoLETTERS", {"-file", "in"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.messages, "You need to specify '-file'.\n\n");
+}
+
+TEST(GenToLetters, AgreesWithAPlainVersion)
+{
+    const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {
+        const bool flip = options.contains("-flip") && options.at("-flip") == "yes";
+        const std::string Delim = options.contains("-genodelim") ? ":" : "";
+        ModelResult result = {flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n", "", "(no file)"};
+        result.messages += "running genToLetters()\n\n";
+        for (const ModelLine &line : lines) {
+            if (line.size() == 0)
+                continue;
+            const long lastbeforegeno = modelInteger(options, "-last-bef-geno", 5);
+            result.out += modelColumns(line, lastbeforegeno);
+            std::string GEN1 = line.at(modelInteger(options, "-gen1-loc", 4) - 1);
+            std::string GEN2 = line.at(modelInteger(options, "-gen2-loc", 5) - 1);
+            for (const char *pair : {"Aa", "Tt", "Gg", "Cc", "aT", "tA", "gC", "cG"}) {
+                if (flip) {
+                    std::replace(GEN1.begin(), GEN1.end(), pair[0], pair[1]);
+                    std::replace(GEN2.begin(), GEN2.end(), pair[0], pair[1]);
+                }
+            }
+            const long start = lastbeforegeno + 3 * modelInteger(options, "-beg", 1) - 3;
+            long stop = lastbeforegeno + 3 * modelInteger(options, "-end", 99999999) - 3;
+            stop = stop < line.size() - 2 ? stop : line.size() - 3;
+            for (long j = start; j <= stop; j += 3) {
+                if (j < 0)
+                    continue;
+                const double loc1 = line.number(j), loc2 = line.number(j + 1), loc3 = line.number(j + 2);
+                if (loc1 > loc2 && loc1 > loc3)
+                    result.out += GEN1 + Delim + GEN1;
+                else if (loc2 > loc1 && loc2 > loc3)
+                    result.out += GEN1 + Delim + GEN2;
+                else
+                    result.out += GEN2 + Delim + GEN2;
+                if (j < stop - 2)
+                    result.out += " ";
+            }
+            if (!line.isLast)
+                result.out += "\n";
+        }
+        return result;
+    };
+    compareWithModel("gentoletters",
+                     {{"-beg", {"2", "3", "0", "-1", "-7", "250", "x", ""}},
+                      {"-end", {"1", "3", "0", "256", "257", "700", "99999999999"}},
+                      {"-last-bef-geno", {"0", "-1", "-2", "2", "3", "800"}},
+                      {"-gen1-loc", {"1", "3", "0", "900"}},
+                      {"-gen2-loc", {"2", "-1"}},
+                      {"-flip", {"yes", "no"}},
+                      {"-genodelim", {"colon"}}},
+                     model);
+}
