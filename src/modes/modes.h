@@ -9,4 +9,8 @@ void adToGen();       // dosages to genotype triplets
 void avgAd();         // average dosage per marker
 void avgGen();        // average genotype probabilities per marker
 void genToLetters();  // genotype probabilities to letters
+void readTest1();     // reading a large file: words
+void readTest2();     //   lines of a text stream, split
+void readTest3();     //   a line buffer, walked by hand
+void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins

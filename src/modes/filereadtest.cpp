@@ -1,0 +1,190 @@
+// Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the run. What
+// is read is thrown away; what comes out is a few marker lines.
+#include "main/console.h"
+#include "modes/modes.h"
+#include "text/fields.h"
+#include "text/files.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/writer.h"
+
+#include <QFile>
+#include <QString>
+#include <QStringTokenizer>
+#include <QTextStream>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <sys/stat.h>
+
+static char inputfile[26] = "FULLSET_750_165000.impute";
+static char ctext2[6];                // characters of the number at hand
+static constexpr int leadingColumns = 5;
+static constexpr int numbersPerLine = 3 * 750;
+
+void readTest1()
+{
+    refuseSameFiles({inputfile}, {"OUTPUT.txt"});
+    text::Writer out;
+    if (!out.open("OUTPUT.txt"))
+        quit();  // silent by design
+    out.put("start\n");
+    text::LineReader in;
+    if (!in.open(inputfile))
+        quit();
+    out.put("file opened\n");
+
+    text::TokenReader words(in);
+    std::string_view word;
+    [[maybe_unused]] volatile float number;
+    while (words.next(word)) {
+        for (int i = 1; i < leadingColumns; ++i)
+            words.next(word);
+        for (int i = 0; i < numbersPerLine && words.next(word); ++i)
+            number = text::readFloat(word);
+    }
+    in.close();
+    out.put("file closed\n");
+    out.close();
+}
+
+void readTest2()
+{
+    refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
+    QFile in(inputfile);
+    if (!in.open(QIODevice::ReadOnly | QIODevice::Text))
+        fatal("Input file not found\n");
+    text::Writer out;
+    if (!out.open("OUTPUT2.txt"))
+        fatal("Output file not opened\n");
+    out.put("before\n");
+
+    QTextStream stream(&in);
+    QString line;
+    [[maybe_unused]] volatile qsizetype size;
+    while (stream.readLineInto(&line)) {
+        if (line.isEmpty())
+            continue;
+        // Field by field: a list of all fields would be many times the size of a long line.
+        for (const QStringView field : qTokenize(line, u' '))
+            size = field.size();
+    }
+    if (in.error() != QFileDevice::NoError)
+        text::onFailure("read", inputfile);
+    in.close();
+    out.put("after\n");
+    out.close();
+}
+
+struct CloseFile {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
+
+// Null with the reason in errno; fopen() alone would open a folder.
+static StandardFile openInput()
+{
+    StandardFile file(std::fopen(inputfile, "rb"));
+    struct stat status;
+    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
+        file.reset();
+        errno = EISDIR;
+    }
+    return file;
+}
+
+static void checkRead(std::FILE *file)
+{
+    if (std::ferror(file))
+        text::onFailure("read", inputfile);
+}
+
+void readTest3()
+{
+    refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
+    text::Writer out;
+    const bool hasOutput = out.open("OUTPUT2.txt");  // on purpose: the run goes on without
+    if (hasOutput)
+        out.put("before\n");
+    const StandardFile in = openInput();
+    if (!in) {
+        std::perror("Error opening file");
+        quit();
+    }
+
+    char line[50000];
+    QString word;
+    [[maybe_unused]] volatile double number;
+    while (std::fgets(line, sizeof line, in.get())) {
+        int wordCount = 0;
+        for (const char *at = line;; ++at) {
+            if (*at != ' ' && *at != '\0') {
+                word += QLatin1Char(*at);
+                continue;
+            }
+            if (wordCount >= leadingColumns)
+                number = word.toDouble();
+            word.resize(0);
+            ++wordCount;
+            if (*at == '\0')
+                break;
+        }
+    }
+    checkRead(in.get());
+    if (hasOutput)
+        out.put("after\n");
+    out.close();
+}
+
+void readTest4()
+{
+    constexpr size_t blockSize = 3200000;
+    constexpr size_t workSize = 24;
+    flushConsole();
+    const StandardFile in = openInput();
+    if (!in) {
+        std::fputs("File error", stderr);
+        quit();
+    }
+    const std::unique_ptr<char[]> block(new (std::nothrow) char[blockSize]);
+    if (!block) {
+        std::fputs("Memory error1", stderr);
+        quit();
+    }
+    const std::unique_ptr<char[]> work(new (std::nothrow) char[workSize]);
+    if (!work) {
+        std::fputs("Memory error2", stderr);
+        quit();
+    }
+    const bool isSeekable = std::fseek(in.get(), 0, SEEK_END) == 0;
+    const long size = std::ftell(in.get());
+    if (!isSeekable || size < 0)
+        text::onFailure("read", inputfile);
+    print("c=%li result=%i size = %li entries=%i\n\n", 0L, 0, size, 0);
+
+    QString word;
+    size_t position = 0;  // in ctext2
+    int wordCount = 0;    // ended in this line
+    for (long offset = 0; offset != size;) {
+        std::fseek(in.get(), offset, SEEK_SET);
+        const size_t bytes = std::fread(block.get(), 1, blockSize, in.get());
+        if (bytes == 0)
+            break;
+        for (size_t i = 0; i < bytes; ++i) {
+            const char byte = block[i];
+            if (byte == ' ' || byte == '\n') {
+                wordCount = byte == '\n' ? 0 : wordCount + 1;
+                word.resize(0);
+                position = 0;
+            } else if (wordCount < leadingColumns) {
+                word += QLatin1Char(byte);
+            } else if (position < sizeof ctext2) {  // the rest of a longer number is left out
+                ctext2[position++] = byte;
+            }
+        }
+        offset += long(bytes);
+    }
+    checkRead(in.get());
+}
