@@ -40,7 +40,7 @@ struct ShortNumber {
 inline ShortNumber readShortNumber(const char *field, size_t size)
 {
     constexpr uint64_t all = ~uint64_t(0);
-    constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff, all, all};
+    static constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff, all, all};
     if (std::endian::native != std::endian::little || size > 7) [[unlikely]]
         return {0, 1};
     uint64_t bytes;
