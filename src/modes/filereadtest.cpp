@@ -125,7 +125,7 @@ void readTest3()
                 continue;
             }
             if (wordCount >= leadingColumns)
-                number = word.toDouble();
+                number = text::readDouble(word.toStdString());
             word.resize(0);
             ++wordCount;
             if (*at == '\0')

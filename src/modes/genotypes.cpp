@@ -5,7 +5,6 @@
 #include "text/wide.h"
 
 #include <algorithm>
-#include <array>
 
 std::string wordOption(std::string_view name)
 {
@@ -105,14 +104,6 @@ FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividua
     return {first, fieldsPerIndividual * individuals};
 }
 
-// The number that the text of each number of thousandths is read as: the one rounding of two exact numbers.
-static constexpr std::array<double, 10000> thousandths = [] {
-    std::array<double, 10000> values{};
-    for (size_t i = 0; i < values.size(); ++i)
-        values[i] = double(i) / 1000;
-    return values;
-}();
-
 NumberReader::NumberReader(std::string_view line, FieldRange range)
     : m_walker(range.count > 0 ? fieldsFrom(line, range.first) : std::string_view())
     , m_left(range.count > 0 && fieldsFrom(line, range.first).data() ? size_t(range.count) : 0)
@@ -123,10 +114,7 @@ MORVEL_WIDE size_t NumberReader::next()
 {
     const size_t fields = m_walker.next(std::min(batchSize, m_left));
     m_left -= fields;
-    for (size_t i = 0; i < fields; ++i) {
-        const text::ShortNumber number = text::readShortNumber(m_walker.begin(i), m_walker.size(i));
-        m_values[i] = !number.invalid ? thousandths[size_t(text::thousandthsOf(number.digits))]
-                                      : text::readDouble(m_walker.field(i));
-    }
+    for (size_t i = 0; i < fields; ++i)
+        m_values[i] = text::readMostlyShort(m_walker.field(i));
     return fields;
 }

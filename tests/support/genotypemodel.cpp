@@ -1,9 +1,9 @@
 #include "support/genotypemodel.h"
+#include "support/random.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <regex>
 
 std::string ModelLine::at(long i) const
@@ -70,25 +70,20 @@ std::string modelColumns(const ModelLine &line, long columns)
     return text;
 }
 
-static std::string randomInput(std::mt19937 &generator)
+// Up to six lines; some are longer than a batch of 768 fields.
+static std::string randomInput(RandomText &random)
 {
-    const auto below = [&](unsigned limit) { return unsigned(generator() % limit); };
-    static const char *const plain[] = {"0", "1", "2", "0.5", "0.123", "1.5", "0.49", "1.877", "0.1", "2.499"};
-    static const char *const odd[] = {"",    "x",   "-0.7", "2.5",  "1e1",   "0.1234567",  "1e-3", "+1",     ".5",
-                                      "5.",  "001", "0x1",  "1,5",  "9.999", "0.50000001", "-0",   "1.0000", "1.",
-                                      "nan", "inf", "-inf", "-nan", "\t1",   "1e999",      "1e-400", "3e9",  "-1.6"};
     std::string input;
-    for (unsigned line = below(6); line < 6; ++line) {
-        const unsigned fields = below(6) == 0 ? 700 + below(1700) : below(30);
-        const unsigned oddShare = below(3) == 0 ? 30 : 0;  // in 100
-        for (unsigned i = 0; i < fields; ++i) {
-            input += below(100) < oddShare ? odd[below(std::size(odd))] : plain[below(std::size(plain))];
-            if (i + 1 < fields || below(4) == 0)
-                input += below(100) < oddShare / 6 ? "  " : " ";
+    for (size_t lines = random.below(7); lines > 0; --lines) {
+        const size_t fields = random.oneIn(6) ? 700 + random.below(1700) : random.below(30);
+        const size_t odd = random.oneIn(3) ? 3 : 0;
+        for (size_t i = 0; i < fields; ++i) {
+            input += random.number(odd);
+            input += i + 1 < fields || random.oneIn(4) ? " " : "";
         }
-        input += below(4) == 0 ? "\r\n" : "\n";
+        input += random.lineEnd();
     }
-    if (below(2) == 0 && !input.empty())
+    if (random.oneIn(2) && !input.empty())
         input.pop_back();
     return input;
 }
@@ -100,7 +95,7 @@ static ModelResult runProgram(const std::string &mode, const std::string &input,
     std::vector<std::string> words = {"-file", "in", "-out", "out"};
     for (const auto &[name, value] : options)
         words.insert(words.end(), {name, value});
-    const Run run = folder.runMode(mode, words);
+    const auto run = folder.runMode(mode, words);
     return {run.messages, folder.read("out"), folder.read("out.stats")};
 }
 
@@ -108,12 +103,12 @@ void compareWithModel(const std::string &mode,
                       const std::vector<std::pair<std::string, std::vector<std::string>>> &choices, const Model &model)
 {
     for (unsigned seed = 1; seed <= 80; ++seed) {
-        std::mt19937 generator(seed);
-        std::string input = randomInput(generator);
+        RandomText random(seed);
+        std::string input = randomInput(random);
         OptionMap options;
         for (const auto &[name, values] : choices) {
-            if (generator() % 2)
-                options[name] = values[generator() % values.size()];
+            if (random.oneIn(2))
+                options[name] = values[random.below(values.size())];
         }
         const auto fails = [&](const std::string &text) {
             return runProgram(mode, text, options) != model(modelLines(text), options);
