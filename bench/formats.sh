@@ -15,10 +15,10 @@ cd "$data"
 [ -s FULLSET_750_165000.impute ] || "$makedata" triplets 750 42000 >FULLSET_750_165000.impute
 ls -l triplets dosages FULLSET_750_165000.impute | awk '{ printf "%s: %.0f MB\n", $NF, $5 / 1e6 }'
 
+fresh='result result.stats'
 words='env LC_ALL=C wc -w'
 echo "                                     morvel       wc -w"
 compare "ADtogen" "$words dosages" "$morvel -M ADtogen -file dosages -out result"
-rm result result.stats
 compare "avgAD" "$words dosages" "$morvel -M avgAD -file dosages -out result"
 compare "avgAD -show no-stdev" "$words dosages" "$morvel -M avgAD -file dosages -out result -show no-stdev"
 compare "avgGEN" "$words triplets" "$morvel -M avgGEN -file triplets -out result"

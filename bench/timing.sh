@@ -10,12 +10,14 @@ build_for_bench() {
 }
 
 # compare NAME REFERENCE COMMAND: runs the two in turn, 7 times after a warm-up, pinned to one core, and prints the
-# medians, their ratio and the command's peak memory.
+# medians, their ratio and the command's peak memory. The files named in `fresh` are removed before each run: to write
+# over a file that the disk has not yet taken in full means to wait for the disk.
 compare() {
     local name=$1 reference=$2 command=$3 run ours theirs
     ours=$(mktemp) theirs=$(mktemp)
     for run in 0 1 2 3 4 5 6 7; do
         taskset -c 1 env time -q -a -o "$theirs" -f '%e %M' bash -c "exec $reference" >/dev/null
+        [ -z "${fresh:-}" ] || rm -f $fresh
         taskset -c 1 env time -q -a -o "$ours" -f '%e %M' bash -c "exec $command" >/dev/null
         [ "$run" -eq 0 ] && : >"$ours" && : >"$theirs"
     done

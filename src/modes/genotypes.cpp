@@ -104,16 +104,15 @@ FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividua
     return {first, fieldsPerIndividual * individuals};
 }
 
-NumberReader::NumberReader(std::string_view line, FieldRange range)
-    : m_walker(range.count > 0 ? fieldsFrom(line, range.first) : std::string_view())
-    , m_left(range.count > 0 && fieldsFrom(line, range.first).data() ? size_t(range.count) : 0)
+RangeWalker::RangeWalker(std::string_view line, FieldRange range)
+    : FieldWalker(range.count > 0 ? fieldsFrom(line, range.first) : std::string_view())
+    , m_left(rest().data() ? size_t(range.count) : 0)
 {
 }
 
 MORVEL_WIDE size_t NumberReader::next()
 {
-    const size_t fields = m_walker.next(std::min(batchSize, m_left));
-    m_left -= fields;
+    const size_t fields = m_walker.next();
     for (size_t i = 0; i < fields; ++i)
         m_values[i] = text::readMostlyShort(m_walker.field(i));
     return fields;

@@ -64,22 +64,37 @@ inline void endRow(text::LineReader &in, text::Writer &out)
         out.put('\n');
 }
 
-// Reads the fields of a range as numbers, a batch at a time.
+// Walks the fields of a range, a batch at a time.
+class RangeWalker : public text::FieldWalker<text::Separator::Blank> {
+public:
+    RangeWalker(std::string_view line, FieldRange range);
+
+    // Finds up to batchSize further fields; returns how many, a multiple of 3 unless the line or the range ends.
+    size_t next()
+    {
+        const size_t fields = FieldWalker::next(m_left < batchSize ? m_left : batchSize);
+        m_left -= fields;
+        return fields;
+    }
+
+private:
+    size_t m_left;
+};
+
+// The same, reading the fields as numbers; what is no number is 0.
 class NumberReader {
 public:
-    static constexpr size_t batchSize = text::FieldWalker<text::Separator::Blank>::batchSize;
+    static constexpr size_t batchSize = RangeWalker::batchSize;
 
-    NumberReader(std::string_view line, FieldRange range);
-
-    // Reads up to batchSize further numbers; returns how many, a multiple of 3 unless the line or the range ends.
-    // A field that is no number is 0.
+    NumberReader(std::string_view line, FieldRange range)
+        : m_walker(line, range)
+    {
+    }
     size_t next();
-
     const double *values() const { return m_values; }
 
 private:
-    text::FieldWalker<text::Separator::Blank> m_walker;
-    size_t m_left;
+    RangeWalker m_walker;
     double m_values[batchSize];
 };
 

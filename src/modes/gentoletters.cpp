@@ -5,6 +5,8 @@
 #include "modes/genotypes.h"
 #include "modes/modes.h"
 #include "text/delimiters.h"
+#include "text/readnumber.h"
+#include "text/wide.h"
 
 #include <algorithm>
 
@@ -62,15 +64,38 @@ struct Genotypes {
     }
 };
 
-// Finds the most probable genotypes: 0 AA, 1 AB, 2 BB. On purpose every tie gives BB.
-static void classify(const double *numbers, size_t triplets, uint8_t *classes)
+// The most probable genotype: 0 AA, 1 AB, 2 BB. On purpose every tie, and what is not a number, gives BB.
+template <typename Number>
+static uint8_t classOf(Number loc1, Number loc2, Number loc3)
 {
+    const bool isFirst = (loc1 > loc2) & (loc1 > loc3);
+    const bool isSecond = (loc2 > loc1) & (loc2 > loc3);
+    return uint8_t(2 - isSecond - 2 * isFirst);
+}
+
+// Orders short numbers as their values do: the ones go from the lowest byte to the highest. With it a run takes 0.7 of
+// the time that it takes to convert every number.
+static uint64_t orderOf(text::ShortNumber number)
+{
+    return __builtin_bswap64(number.digits);
+}
+
+// Finds the genotypes of the next triplets; returns how many.
+MORVEL_WIDE static size_t nextClasses(RangeWalker &walker, uint8_t *classes)
+{
+    const size_t triplets = walker.next() / 3;
     for (size_t i = 0; i < triplets; ++i) {
-        const double loc1 = numbers[3 * i], loc2 = numbers[3 * i + 1], loc3 = numbers[3 * i + 2];
-        const bool isFirst = (loc1 > loc2) & (loc1 > loc3);
-        const bool isSecond = (loc2 > loc1) & (loc2 > loc3);
-        classes[i] = uint8_t(2 - isSecond - 2 * isFirst);
+        const size_t j = 3 * i;
+        const text::ShortNumber first = text::readShortNumber(walker.begin(j), walker.size(j));
+        const text::ShortNumber second = text::readShortNumber(walker.begin(j + 1), walker.size(j + 1));
+        const text::ShortNumber third = text::readShortNumber(walker.begin(j + 2), walker.size(j + 2));
+        if (!(first.invalid | second.invalid | third.invalid)) [[likely]]
+            classes[i] = classOf(orderOf(first), orderOf(second), orderOf(third));
+        else
+            classes[i] = classOf(text::readDouble(walker.field(j)), text::readDouble(walker.field(j + 1)),
+                                 text::readDouble(walker.field(j + 2)));
     }
+    return triplets;
 }
 
 static void putShort(const Genotypes &genotypes, const uint8_t *classes, size_t count, text::Writer &out)
@@ -103,11 +128,10 @@ static void writeGenotypes(std::string_view line, text::Writer &out)
 {
     const Genotypes genotypes(lettersAt(line, gen1loc), lettersAt(line, gen2loc));
     const auto putGenotypes = genotypes.areShort() ? putShort : putLong;
-    uint8_t classes[NumberReader::batchSize / 3];
-    NumberReader numbers(line, range);
+    uint8_t classes[RangeWalker::batchSize / 3];
+    RangeWalker walker(line, range);
     bool isFirst = true;
-    while (const size_t triplets = numbers.next() / 3) {
-        classify(numbers.values(), triplets, classes);
+    while (const size_t triplets = nextClasses(walker, classes)) {
         if (!isFirst)
             out.put(' ');
         putGenotypes(genotypes, classes, triplets, out);
