@@ -1,5 +1,5 @@
-// Average dosage per marker: a line of leading columns and one dosage per individual becomes the leading columns,
-// the mean dosage of the chosen individuals and its standard deviation.
+// Average dosage per marker: a line of leading columns and one dosage per individual becomes the leading
+// columns, the mean dosage of the chosen individuals and its standard deviation.
 #include "main/console.h"
 #include "modes/genotypes.h"
 #include "modes/modes.h"

@@ -1,6 +1,6 @@
-// Average genotype probabilities per marker: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the
-// leading columns, the three mean probabilities of the chosen individuals, their mean dosage P(AB) + 2 P(BB) and its
-// standard deviation.
+// Average genotype probabilities per marker: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes
+// the leading columns, the three mean probabilities of the chosen individuals, their mean dosage P(AB) + 2
+// P(BB) and its standard deviation.
 #include "main/console.h"
 #include "modes/genotypes.h"
 #include "modes/modes.h"

@@ -1,5 +1,5 @@
-// Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the run. What
-// is read is thrown away; what comes out is a few marker lines.
+// Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the
+// run. What is read is thrown away; what comes out is a few marker lines.
 #include "main/console.h"
 #include "modes/modes.h"
 #include "text/fields.h"

@@ -1,5 +1,6 @@
-// What the modes over genotype-triplet and dosage files share: lines of blank-separated fields, of which the first
-// ones describe the marker and are copied as they are, and the rest are numbers, one or three per individual.
+// What the modes over genotype-triplet and dosage files share: lines of blank-separated fields, of which the
+// first ones describe the marker and are copied as they are, and the rest are numbers, one or three per
+// individual.
 #pragma once
 
 #include "text/fields.h"
@@ -22,8 +23,8 @@ struct FormatOptions {
 // Ends the run where "-file" is absent. An empty value counts as absent.
 FormatOptions readFormatOptions();
 
-// The value of an option, and "" or `absent` where it is absent or empty. On purpose a value of 20 bytes or more
-// ends the process by abort.
+// The value of an option, and "" or `absent` where it is absent or empty. On purpose a value of 20 bytes or
+// more ends the process by abort.
 std::string wordOption(std::string_view name);
 int64_t numberOption(std::string_view name, int64_t absent);
 
@@ -39,12 +40,12 @@ std::string_view fieldAt(std::string_view line, int64_t position);
 // The line from the first byte of the field at a 0-based position; a view without data beyond the last field.
 std::string_view fieldsFrom(std::string_view line, int64_t position);
 
-// Writes the first `columns` fields, as many as there are, each followed by a blank. Returns what follows them in
-// the line, from the first byte of the next field; a view without data where no further field is.
+// Writes the first `columns` fields, as many as there are, each followed by a blank. Returns what follows
+// them in the line, from the first byte of the next field; a view without data where no further field is.
 std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text::Writer &out);
 
-// The same for the averages and the letters, where a column beyond the end of the line is empty: always writes
-// `columns` blanks.
+// The same for the averages and the letters, where a column beyond the end of the line is empty: always
+// writes `columns` blanks.
 void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out);
 
 // The fields that the individuals from "-beg" to "-end" have in a line that is long enough.
@@ -53,8 +54,8 @@ struct FieldRange {
     int64_t count;  // not above 0: none
 };
 
-// A first individual below 1 reaches into the leading columns; individuals with a field before the line's first one
-// are left out.
+// A first individual below 1 reaches into the leading columns; individuals with a field before the line's
+// first one are left out.
 FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividual);
 
 // Ends the row of a line. On purpose the row of the input's last line has no line break.
@@ -69,7 +70,8 @@ class RangeWalker : public text::FieldWalker<text::Separator::Blank> {
 public:
     RangeWalker(std::string_view line, FieldRange range);
 
-    // Finds up to batchSize further fields; returns how many, a multiple of 3 unless the line or the range ends.
+    // Finds up to batchSize further fields; returns how many, a multiple of 3 unless the line or the range
+    // ends.
     size_t next()
     {
         const size_t fields = FieldWalker::next(m_left < batchSize ? m_left : batchSize);
@@ -98,8 +100,8 @@ private:
     double m_values[batchSize];
 };
 
-// Lines up to this size keep their dosages for the deviation; a longer one is read a second time, so that memory
-// does not grow by a multiple of it.
+// Lines up to this size keep their dosages for the deviation; a longer one is read a second time, so that
+// memory does not grow by a multiple of it.
 inline constexpr size_t keptLineSize = size_t(4) << 20;
 
 // Adds the squared differences from the mean to the sum, one after another.

@@ -1,5 +1,6 @@
-// Genotype probabilities to letters: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the leading
-// columns and, for every chosen individual, the most probable genotype in the marker's own letters, such as AG.
+// Genotype probabilities to letters: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the
+// leading columns and, for every chosen individual, the most probable genotype in the marker's own letters,
+// such as AG.
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/genotypes.h"
@@ -57,7 +58,7 @@ struct Genotypes {
         : texts{GEN1 + Delim + GEN1 + ' ', GEN1 + Delim + GEN2 + ' ', GEN2 + Delim + GEN2 + ' '}
     {
     }
-    // True when every text fits 8 bytes, with which writing is 3 times as fast.
+    // True when every text fits 8 bytes, which can be stored at once.
     bool areShort() const
     {
         return std::ranges::all_of(texts, [](const std::string &text) { return text.size() <= 8; });
@@ -73,8 +74,8 @@ static uint8_t classOf(Number loc1, Number loc2, Number loc3)
     return uint8_t(2 - isSecond - 2 * isFirst);
 }
 
-// Orders short numbers as their values do: the ones go from the lowest byte to the highest. With it a run takes 0.7 of
-// the time that it takes to convert every number.
+// Orders short numbers as their values do: the ones go from the lowest byte to the highest. With it a run
+// takes 0.7 of the time that it takes to convert every number.
 static uint64_t orderOf(text::ShortNumber number)
 {
     return __builtin_bswap64(number.digits);

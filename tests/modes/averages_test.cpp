@@ -38,7 +38,8 @@ TEST(AvgAd, WritesMeanAndDeviation)
         {"end beyond the line", "1 r 7 A G 0 1 3\n", {"-beg", "2", "-end", "50"}, "1 r 7 A G 2 1"},
         {"beg beyond the line", "1 r 7 A G 1\n", {"-beg", "2"}, "1 r 7 A G nan nan"},
         {"end before beg", "1 r 7 A G 1 1\n", {"-beg", "2", "-end", "1"}, "1 r 7 A G nan nan"},
-        {"into the leading columns", "8 4 1 3\n", {"-last-bef-geno", "2", "-beg", "0"}, "8 4 2.66667 1.24722"},
+        {"into the leading columns", "8 4 1 3\n", {"-last-bef-geno", "2", "-beg", "0"},
+         "8 4 2.66667 1.24722"},
         {"before the line", "8 4 1 3\n", {"-last-bef-geno", "1", "-beg", "-9"}, "8 4 2.54951"},
         {"no leading columns", "1 3\n", {"-last-bef-geno", "-1", "-beg", "2"}, "2 1"},
         {"empty values", "1 r 7 A G 1 3\n", {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
@@ -56,7 +57,8 @@ TEST(AvgGen, WritesClassMeansDosageAndDeviation)
         {"all", "1 r 7 A G 1 0 0 0 0 1\n", {}, "1 r 7 A G 0.5 0 0.5 1 1"},
         {"no-stdev", "1 r 7 A G 1 0 0 0 0 1\n", {"-show", "no-stdev"}, "1 r 7 A G 0.5 0 0.5"},
         {"only-values", "1 r 7 A G 0 1 0\n1 s 8 A G 0 0 1\n", {"-show", "only-values"}, "0 1 0\n0 0 1"},
-        {"some", "1 r 7 A G 1 0 0 0 1 0 0 0 1 1 0 0\n", {"-beg", "2", "-end", "3"}, "1 r 7 A G 0 0.5 0.5 1.5 0.5"},
+        {"some", "1 r 7 A G 1 0 0 0 1 0 0 0 1 1 0 0\n", {"-beg", "2", "-end", "3"},
+         "1 r 7 A G 0 0.5 0.5 1.5 0.5"},
         {"incomplete triplet", "1 r 7 A G 0 1 0 0 1\n", {}, "1 r 7 A G 0 1 0 1 0"},
         {"into the leading columns", "r 1 0 0 0 0 1\n", {"-last-bef-geno", "4", "-beg", "0"},
          "r 1 0 0 0.5 0 0.5 1 1"},
@@ -76,7 +78,8 @@ TEST(AvgGen, StopsAtALineWithoutIndividuals)
     }
 }
 
-// The individuals of a line that the options choose, `width` fields each: the positions of their first fields.
+// The individuals of a line that the options choose, `width` fields each: the positions of their first
+// fields.
 static std::vector<long> chosen(const ModelLine &line, const OptionMap &options, long width)
 {
     const long first = modelInteger(options, "-last-bef-geno", 5);
@@ -110,7 +113,8 @@ static std::string deviationOf(const std::vector<double> &values)
     return modelText(std::sqrt(squares / double(values.size())));
 }
 
-static ModelResult averageModel(const std::vector<ModelLine> &lines, const OptionMap &options, bool isTriplets)
+static ModelResult averageModel(const std::vector<ModelLine> &lines, const OptionMap &options,
+                                bool isTriplets)
 {
     const std::string show = options.contains("-show") ? options.at("-show") : "all";
     ModelResult result = {isTriplets ? "running avgGen()\n\n" : "running avgAd()\n\n", "", "(no file)"};

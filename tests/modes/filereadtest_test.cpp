@@ -56,7 +56,8 @@ TEST(ReadTest, EndsWithoutItsInput)
         EXPECT_EQ(run.errors, row.errors) << row.mode;
         EXPECT_EQ(folder.files(), row.files) << row.mode;
         // Nor does a folder of that name do.
-        EXPECT_EQ(folder.run({"-M", row.mode}, std::string("mkdir ") + inputfile + ";").status, 1) << row.mode;
+        const auto ofFolder = folder.run({"-M", row.mode}, std::string("mkdir ") + inputfile + ";");
+        EXPECT_EQ(ofFolder.status, 1) << row.mode;
     }
 }
 

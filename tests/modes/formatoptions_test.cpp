@@ -73,7 +73,8 @@ TEST(FormatOptions, EndAbnormallyAtTooLongValues)
     const auto name = [](size_t size) { return std::string(100, '.') + "/" + std::string(size - 101, 'n'); };
     for (const auto &[mode, running] : modes) {
         const bool hasDeviations = std::string(mode) == "ADtogen";
-        const std::string letters = std::string(mode) == "gentoletters" ? "-flip" : hasDeviations ? "-beg" : "-show";
+        const bool hasFlip = std::string(mode) == "gentoletters";
+        const std::string letters = hasFlip ? "-flip" : hasDeviations ? "-beg" : "-show";
         const struct {
             std::vector<std::string> options;
             bool isTooLong;
@@ -99,6 +100,8 @@ TEST(FormatOptions, EndAbnormallyAtTooLongValues)
             EXPECT_EQ(run.messages == "", row.isTooLong) << mode << testing::PrintToString(row.options);
         }
     }
-    for (const char *option : {"-gen1-loc", "-gen2-loc"})
-        EXPECT_EQ(Folder().runMode("gentoletters", {"-file", "in", option, letters20}).status, -SIGABRT) << option;
+    for (const char *option : {"-gen1-loc", "-gen2-loc"}) {
+        const auto run = Folder().runMode("gentoletters", {"-file", "in", option, letters20});
+        EXPECT_EQ(run.status, -SIGABRT) << option;
+    }
 }

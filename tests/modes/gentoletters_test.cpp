@@ -22,7 +22,8 @@ TEST(GenToLetters, SpellsTheMostProbableGenotype)
         {"ties", marker + "0.5 0.5 0 0 0.5 0.5 0.5 0 0.5 0 0 0 x  nan\n", {}, marker + "GG GG GG GG GG"},
         {"long numbers", marker + "0.50001 0.5 0 0.5 0.50001 0 nan 1 0\n", {}, marker + "AA AG GG"},
         {"delimiter", marker + "0 1 0\n", {"-genodelim", "comma"}, marker + "A,G"},
-        {"other delimiters", marker + "0 1 0\n", {"-genodelim", "slash, a word of more than 20 bytes"}, marker + "AG"},
+        {"other delimiters", marker + "0 1 0\n", {"-genodelim", "slash, a word of more than 20 bytes"},
+         marker + "AG"},
         {"flip", "1 r 7 aTGcAx C 1 0 0 0 1 0\n", {"-flip", "yes", "-genodelim", "tab"},
          "1 r 7 aTGcAx C TACGTx\tTACGTx TACGTx\tG"},
         {"flip, other words", marker + "1 0 0\n", {"-flip", "YES"}, marker + "AA"},
@@ -55,7 +56,8 @@ TEST(GenToLetters, AgreesWithAPlainVersion)
     const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {
         const bool flip = options.contains("-flip") && options.at("-flip") == "yes";
         const std::string Delim = options.contains("-genodelim") ? ":" : "";
-        ModelResult result = {flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n", "", "(no file)"};
+        ModelResult result = {"", "", "(no file)"};
+        result.messages = flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n";
         result.messages += "running genToLetters()\n\n";
         for (const ModelLine &line : lines) {
             if (line.size() == 0)

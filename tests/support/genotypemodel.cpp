@@ -99,8 +99,7 @@ static ModelResult runProgram(const std::string &mode, const std::string &input,
     return {run.messages, folder.read("out"), folder.read("out.stats")};
 }
 
-void compareWithModel(const std::string &mode,
-                      const std::vector<std::pair<std::string, std::vector<std::string>>> &choices, const Model &model)
+void compareWithModel(const std::string &mode, const Choices &choices, const Model &model)
 {
     for (unsigned seed = 1; seed <= 80; ++seed) {
         RandomText random(seed);
@@ -127,7 +126,8 @@ void compareWithModel(const std::string &mode,
         const ModelResult result = runProgram(mode, input, options);
         const ModelResult expected = model(modelLines(input), options);
         ADD_FAILURE() << mode << ", seed " << seed << ", options " << testing::PrintToString(options)
-                      << ", input:\n" << input << "\nresult:\n" << result.messages << result.out << result.stats
+                      << ", input:\n" << input
+                      << "\nresult:\n" << result.messages << result.out << result.stats
                       << "\nexpected:\n" << expected.messages << expected.out << expected.stats;
         return;
     }

@@ -36,5 +36,5 @@ using Model = std::function<ModelResult(const std::vector<ModelLine> &, const Op
 
 // Compares the program with the model on random files and on random values of these options. A failure shows
 // the seed and the input without the lines that the failure does not need.
-void compareWithModel(const std::string &mode, const std::vector<std::pair<std::string, std::vector<std::string>>> &,
-                      const Model &model);
+using Choices = std::vector<std::pair<std::string, std::vector<std::string>>>;
+void compareWithModel(const std::string &mode, const Choices &choices, const Model &model);
