@@ -1,9 +1,6 @@
 // The mode functions. Each reads its options from Switches, does its work and returns, or ends the run.
 #pragma once
 
-void genoToAd();  // genotype probabilities to dosages
-void gwas();      // association scan over phenotype bins
-void gwas3();     // fast association scan over genotype classes
 void genoToAd();      // genotype probabilities to dosages
 void adToGen();       // dosages to genotype triplets
 void avgAd();         // average dosage per marker
@@ -14,3 +11,4 @@ void readTest2();     //   lines of a text stream, split
 void readTest3();     //   a line buffer, walked by hand
 void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins
+void gwas3();         // fast association scan over genotype classes
