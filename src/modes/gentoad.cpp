@@ -205,11 +205,12 @@ void genoToAd()
         fatal("Summary file not opened\n");
 
     if (!statistics) {
+        // At once: a run that fails leaves no summary either.
+        summary.close();
+        std::remove(sumname.c_str());
         print("Statistical summary not provided\n");
         hardCalls ? convertLines<true, false>(in, out, summary) : convertLines<false, false>(in, out, summary);
         out.close();
-        summary.close();
-        std::remove(sumname.c_str());
         return;
     }
     summary.put("RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n");

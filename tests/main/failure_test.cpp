@@ -43,6 +43,7 @@ TEST(Failure, AFullDiskEndsTheRunWithOneLine)
     const Result run = folder.run({"-M", "gentoAD", "-file", "in.gen"}, "ulimit -f 100;");
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(run.messages.ends_with("\nCannot write 'in.gen.out'\n")) << run.messages;
+    EXPECT_EQ(folder.read("in.gen.out.stats"), "(no file)");  // none was asked for
 }
 
 TEST(Failure, OfStandardOutputIsToldOnStandardError)

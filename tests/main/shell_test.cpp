@@ -37,6 +37,7 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
         {{"a", "b", "-M", "gwas2"}, 0, "gwas2 is not available in this version\n"},
         {{"-M", "Gwas2"}, 0, ""},
         {{"-M", "-M", "gwas2"}, 0, ""},
+        {{"-qmljsdebugger", "-M", "gwas2", "-qmljsdebugger=1"}, 0, "gwas2 is not available in this version\n"},
         {{"-M", "REGSCAN1", "-pfile", "x"}, 0, ""},
         {{"-M", "bgen", "-file", "x"}, 0, ""},
         {{}, 0, ""},
