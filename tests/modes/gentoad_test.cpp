@@ -1,10 +1,9 @@
-#include "support/program.h"
-#include "support/random.h"
-#include "text/fields.h"
-#include "text/readnumber.h"
+#include "support/genotypemodel.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
+
+static const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n";
 
 static Result convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
 {
@@ -67,7 +66,6 @@ TEST(GenToAd, EndsLinesOfWholeBatchesAcrossBuffers)
 
 TEST(GenToAd, SummarisesEveryLine)
 {
-    const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n";
     const struct {
         const char *name, *input;
         std::vector<std::string> options;
@@ -112,86 +110,58 @@ TEST(GenToAd, RefusesWrongOptions)
     }
 }
 
-// The conversion as one would say it, a field at a time: the judge of the fast one.
-struct Conversion {
-    std::string output, summary;
-    int problems = 0;
-};
-
-static std::string printed(double value)
+TEST(GenToAd, AgreesWithAPlainVersion)
 {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0.0 : value);
-    return std::isnan(value) ? "nan" : text;
-}
-
-static void convertLine(const std::vector<std::string_view> &fields, size_t leading, bool isHardCall, Conversion &result)
-{
-    std::vector<float> values;
-    for (size_t i = 0; i < std::min(leading, fields.size()); ++i)
-        result.output += std::string(fields[i]) + " ";
-    for (size_t j = leading; j + 2 < fields.size(); j += 3) {
-        float ad = 2 * text::readFloat(fields[j + 2]) + text::readFloat(fields[j + 1]);
-        if (isHardCall)
-            ad += 0.5f;
-        const double whole = std::trunc(double(ad));
-        const bool fits = whole >= -2147483648.0 && whole <= 2147483647.0;
-        result.output += isHardCall ? std::to_string(fits ? int(whole) : 0) : printed(ad);
-        result.output += j + 4 >= fields.size() ? "\n" : " ";
-        values.push_back(ad);
-    }
-    int classes[4] = {};
-    float sum = 0, squares = 0, min = 9.9f, max = -9.9f;
-    for (const float ad : values) {
-        sum += ad;
-        min = std::min(min, ad);
-        max = std::max(max, ad);
-        ++classes[ad == 0 ? 0 : ad == 2 ? 2 : ad > 0 && ad < 2 ? 1 : 3];
-    }
-    const float mean = sum / float(values.size());
-    for (const float ad : values)
-        squares += (ad - mean) * (ad - mean);
-    const float deviation = std::sqrt(squares / float(values.size()));
-    result.summary += fields.size() > 1 ? fields[1] : "";
-    for (const float value : {mean, deviation, deviation / mean, min, max})
-        result.summary += "\t" + printed(value);
-    for (const int count : classes)
-        result.summary += "\t" + std::to_string(count);
-    result.summary += "\n";
-    result.problems += classes[3];
-}
-
-TEST(GenToAd, AgreesWithAPlainConversionOnRandomFiles)
-{
-    for (uint64_t seed = 1; seed <= 200; ++seed) {
-        RandomText random(seed);
-        const size_t leading = random.below(8);
-        const bool isHardCall = random.oneIn(3);
-        const size_t odd = random.below(4);
-        Conversion expected;
-        std::string input;
-        std::vector<std::string_view> fields;
-        for (size_t line = random.below(20); line > 0; --line) {
-            std::string text;
-            for (size_t field = random.oneIn(5) ? random.below(3000) : random.below(30); field > 0; --field)
-                text += random.number(odd) + (field > 1 ? " " : "");
-            if (text.ends_with('\r'))
-                text.pop_back();
-            if (!text.empty()) {
-                text::splitFields(text, " ", fields);
-                convertLine(fields, leading, isHardCall, expected);
+    const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {
+        const long leading = std::max(modelInteger(options, "-last-bef-geno", 5), 0L);
+        const bool isHardCall = options.contains("-to-hard-call"), hasSummary = options.contains("-statistics");
+        ModelResult result = {"", "", hasSummary ? header : "(no file)"};
+        int problems = 0;
+        for (const ModelLine &line : lines) {
+            if (line.size() == 0)
+                continue;
+            for (long i = 0; i < std::min(leading, line.size()); ++i)
+                result.out += line.at(i) + " ";
+            std::vector<float> values;
+            for (long j = leading; j < line.size() - 2; j += 3) {
+                float ad = 2 * float(line.number(j + 2)) + float(line.number(j + 1));
+                if (isHardCall)
+                    ad += 0.5f;
+                const double whole = std::trunc(double(ad));
+                const bool fits = whole >= -2147483648.0 && whole <= 2147483647.0;
+                result.out += isHardCall ? std::to_string(fits ? int(whole) : 0) : modelText(ad);
+                result.out += j >= line.size() - 4 ? "\n" : " ";
+                values.push_back(ad);
             }
-            input += text + random.lineEnd();
+            int classes[4] = {};
+            float sum = 0, squares = 0, min = 9.9f, max = -9.9f;
+            for (const float ad : values) {
+                sum += ad;
+                min = std::min(min, ad);
+                max = std::max(max, ad);
+                ++classes[ad == 0 ? 0 : ad == 2 ? 2 : ad > 0 && ad < 2 ? 1 : 3];
+            }
+            const float mean = sum / float(values.size());
+            for (const float ad : values)
+                squares += (ad - mean) * (ad - mean);
+            const float deviation = std::sqrt(squares / float(values.size()));
+            if (!hasSummary)
+                continue;
+            result.stats += line.at(1);
+            for (const float value : {mean, deviation, deviation / mean, min, max})
+                result.stats += "\t" + modelText(value);
+            for (const int count : classes)
+                result.stats += "\t" + std::to_string(count);
+            result.stats += "\n";
+            problems += classes[3];
         }
-        const Folder folder;
-        const Result result = convert(folder, input, {"-last-bef-geno", std::to_string(leading), "-statistics", "yes",
-                                                      "-to-hard-call", isHardCall ? "yes" : "no"});
-        ASSERT_TRUE(result.messages.ends_with("problems: " + std::to_string(expected.problems) + "\n")) << seed;
-        ASSERT_EQ(folder.read("out"), expected.output) << seed;
-        const std::string summary = folder.read("out.stats");
-        ASSERT_EQ(summary.substr(summary.find('\n') + 1), expected.summary) << seed;
-        convert(folder, input,
-                {"-last-bef-geno", std::to_string(leading), "-to-hard-call", isHardCall ? "yes" : "no"});
-        ASSERT_EQ(folder.read("out"), expected.output) << seed << " without a summary";
-    }
+        result.messages = "running genToAd()\nStatistical summary "
+            + (hasSummary ? "is provided\ndose problems: " + std::to_string(problems) : "not provided") + "\n";
+        return result;
+    };
+    compareWithModel("gentoAD",
+                     {{"-last-bef-geno", {"0", "-1", "2", "3", "800", "x"}},
+                      {"-statistics", {"yes"}},
+                      {"-to-hard-call", {"yes"}}},
+                     model);
 }

@@ -1,7 +1,8 @@
 #include "modes/df.h"
 #include "support/program.h"
 #include "support/random.h"
-#include "text/fields.h"
+#include "support/scanmodel.h"
+#include "text/bytes.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
@@ -236,80 +237,79 @@ TEST(Gwas, TellsEveryThousandthPhenotype)
               std::string::npos) << messages;
 }
 
-// The scan as one would say it, a phenotype, a marker and a bin at a time: the judge of the fast one.
-namespace {
-
-struct Choices {
-    int bins, statistic;
-    bool isExact, isMeanX;
-    double slopeLimit, limit;
-};
-
-std::string printed(double value)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0.0 : value);
-    return std::isnan(value) ? "nan" : text;
-}
-
-struct Fit {
-    double slope, r2 = -1, t = -1, p = -1;
-};
-
-Fit fit(const std::vector<double> &x, const std::vector<double> &y, const Choices &choices)
-{
-    const size_t n = x.size();
-    double sx = 0, sy = 0, sxy = 0, sxx = 0, residuals = 0, total = 0;
-    for (size_t k = 0; k < n; ++k) {
-        sx += x[k];
-        sy += y[k];
-        sxy += x[k] * y[k];
-        sxx += x[k] * x[k];
-    }
-    Fit result = {(double(n) * sxy - sx * sy) / (double(n) * sxx - sx * sx)};
-    if (std::fabs(result.slope) < choices.slopeLimit || n <= 2)
-        return result;
-    const double intercept = (sy - result.slope * sx) / double(n);
-    for (size_t k = 0; k < n; ++k) {
-        residuals += (y[k] - (intercept + result.slope * x[k])) * (y[k] - (intercept + result.slope * x[k]));
-        total += (y[k] - sy / double(n)) * (y[k] - sy / double(n));
-    }
-    result.r2 = total == 0 ? 0 : 1 - residuals / total;
-    if (result.r2 < 0)
-        result.r2 = 0;
-    const TTest test = lookUp(result.r2, int(n));
-    result.t = test.t;
-    result.p = test.p;
-    return result;
-}
-
-std::vector<double> borders(std::vector<double> values, const Choices &choices)
+// The borders of automatic bins, and the scan as one would say it: the judges of the fast ones.
+static std::vector<double> plainBorders(std::vector<double> values, int bins, bool isExact)
 {
     std::sort(values.begin(), values.end());
-    std::vector<double> result = {values.front() - 1};
-    const double width = (values.back() - values.front()) / choices.bins, step = double(values.size()) / choices.bins;
-    for (int j = 1; j < choices.bins; ++j)
-        result.push_back(choices.isExact ? values[size_t(std::max(j * step - 0.5, 0.0))] : values.front() + j * width);
-    result.push_back(values.back() + 1);
-    return result;
+    std::vector<double> borders = {values.front() - 1};
+    const double width = (values.back() - values.front()) / bins, step = double(values.size()) / bins;
+    for (int j = 1; j < bins; ++j)
+        borders.push_back(isExact ? values[size_t(std::max(j * step - 0.5, 0.0))] : values.front() + j * width);
+    borders.push_back(values.back() + 1);
+    return borders;
 }
 
-}  // namespace
+struct PlainScan : PlainDecisions {
+    std::vector<double> borders;
+    bool isMeanX;
+
+    // Returns the rest of the statistics row behind the phenotype's number.
+    std::string scan(const std::vector<double> &phenotype, const std::vector<std::vector<double>> &dosages)
+    {
+        double largest = 0;
+        std::string best = "NA", binCounts;
+        for (size_t m = 0; m < dosages.size(); ++m) {
+            std::vector<double> x, y;
+            binCounts.clear();
+            for (size_t k = 0; k + 1 < borders.size(); ++k) {
+                int count = 0;
+                double dosageSum = 0, phenotypeSum = 0;
+                for (size_t i = 0; i < phenotype.size(); ++i) {
+                    if (phenotype[i] != -999.999 && borders[k] < phenotype[i] && phenotype[i] <= borders[k + 1]) {
+                        ++count;
+                        dosageSum += dosages[m][i];
+                        phenotypeSum += phenotype[i];
+                    }
+                }
+                y.push_back(count ? dosageSum / count : 0);
+                x.push_back(!isMeanX ? double(k) + 1 : count ? phenotypeSum / count : 0);
+                binCounts += "\t" + std::to_string(count);
+            }
+            PlainFit fit = fitPlainly(x, y);
+            if (std::fabs(fit.slope) < slopeLimit || x.size() <= 2)
+                fit = {fit.slope, -1, -1, -1};
+            const std::string marker = "m" + std::to_string(m);
+            if (std::fabs(fit.slope) > largest) {
+                largest = std::fabs(fit.slope);
+                best = marker;
+            }
+            decide(fit, "p", marker);
+        }
+        const std::string hitCount = "\t" + std::to_string(counts[0]);
+        return hitCount + takeCounts() + "\t" + plainText(largest) + "\t" + best + binCounts + "\n";
+    }
+};
 
 TEST(Gwas, AgreesWithAPlainScanOnRandomFiles)
 {
     static void (*const loaders[])() = {df1, df2, df3, df5, df5, df10, df10, df10, df10};
+    static const char *const statistics[] = {"r2", "t", "p"};
     for (uint64_t seed = 1; seed <= 150; ++seed) {
         RandomText random(seed);
-        const Choices choices = {int(2 + random.below(11)), int(random.below(3)), random.oneIn(2), random.oneIn(2),
-                             double(random.below(5)) / 20, random.oneIn(4) ? -1 : double(random.below(100)) / 100};
-        if (choices.bins >= 3 && choices.bins <= 11)
-            loaders[choices.bins - 3]();
-        const int statistic = choices.bins >= 3 && choices.bins <= 5 ? choices.statistic : 0;
-        const size_t individuals = random.oneIn(6) ? 800 + random.below(900) : 1 + random.below(40);
+        PlainScan plain;
+        const int bins = int(2 + random.below(11));
+        const size_t statistic = random.below(3);
+        const bool isExact = random.oneIn(2);
+        plain.isMeanX = random.oneIn(2);
+        plain.slopeLimit = double(random.below(5)) / 20;
+        plain.limit = random.oneIn(4) ? -1 : double(random.below(100)) / 100;
+        plain.statistic = bins >= 3 && bins <= 5 ? int(statistic) : 0;
+        if (bins >= 3 && bins <= 11)
+            loaders[bins - 3]();
 
-        std::string phenotypes, genotypes, hits = hitHeader, rows;
-        std::vector<std::vector<double>> values(1 + random.below(4)), dosages(1 + random.below(30));
+        const size_t individuals = random.oneIn(6) ? 800 + random.below(900) : 1 + random.below(40);
+        std::string phenotypes, genotypes, rows;
+        std::vector<std::vector<double>> dosages(1 + random.below(30));
         for (auto &marker : dosages) {
             genotypes += "1\tm" + std::to_string(&marker - dosages.data()) + " 1  A G";
             for (size_t i = 0; i < individuals; ++i) {
@@ -321,71 +321,27 @@ TEST(Gwas, AgreesWithAPlainScanOnRandomFiles)
             }
             genotypes += random.lineEnd();
         }
-        for (auto &phenotype : values) {
+        for (size_t j = 1 + random.below(4), PhenoID = 1; PhenoID <= j; ++PhenoID) {
+            std::vector<double> phenotype(individuals, -999.999), present;
             phenotypes += "p";
-            for (size_t i = 0; i < individuals; ++i) {
-                const bool isMissing = random.oneIn(5);
-                phenotype.push_back(isMissing ? -999.999 : double(random.below(60)) / 4);
-                phenotypes += " " + (isMissing ? "NA" : printed(phenotype.back()));
+            for (double &value : phenotype) {
+                if (!random.oneIn(5)) {
+                    value = double(random.below(60)) / 4;
+                    present.push_back(value);
+                }
+                phenotypes += " " + (value == -999.999 ? "NA" : plainText(value));
             }
             phenotypes += random.lineEnd();
-
-            rows += "p\t" + std::to_string(&phenotype - values.data() + 1);
-            std::vector<double> present = phenotype;
-            std::erase(present, -999.999);
+            rows += "p\t" + std::to_string(PhenoID);
             if (present.empty()) {
                 rows += "\t0\t0\t0\t0\t0\t0\tNA";
-                for (int k = 0; k < choices.bins; ++k)
+                for (int k = 0; k < bins; ++k)
                     rows += "\t0";
                 rows += "\n";
-                continue;
+            } else {
+                plain.borders = plainBorders(present, bins, isExact);
+                rows += plain.scan(phenotype, dosages);
             }
-            const std::vector<double> border = borders(present, choices);
-            int hitCount = 0, classes[3] = {};
-            double largest = 0;
-            std::string best = "NA", counts;
-            for (size_t m = 0; m < dosages.size(); ++m) {
-                std::vector<double> x, y;
-                counts.clear();
-                for (size_t k = 0; k + 1 < border.size(); ++k) {
-                    int count = 0;
-                    double dosageSum = 0, phenotypeSum = 0;
-                    for (size_t i = 0; i < individuals; ++i) {
-                        if (phenotype[i] != -999.999 && border[k] < phenotype[i] && phenotype[i] <= border[k + 1]) {
-                            ++count;
-                            dosageSum += dosages[m][i];
-                            phenotypeSum += phenotype[i];
-                        }
-                    }
-                    y.push_back(count ? dosageSum / count : 0);
-                    x.push_back(!choices.isMeanX ? double(k) + 1 : count ? phenotypeSum / count : 0);
-                    counts += "\t" + std::to_string(count);
-                }
-                const Fit f = fit(x, y, choices);
-                const double slope = std::fabs(f.slope);
-                const std::string marker = "m" + std::to_string(m);
-                if (slope > largest) {
-                    largest = slope;
-                    best = marker;
-                }
-                if (!(statistic == 0 ? f.r2 >= choices.limit
-                      : statistic == 1 ? f.t >= choices.limit && f.t != -1 : f.p <= choices.limit && f.p != -1))
-                    continue;
-                if (slope >= choices.slopeLimit) {
-                    ++hitCount;
-                    hits += "p\t" + marker + "\t" + printed(f.slope) + "\t" + printed(f.r2) + "\t"
-                        + (f.t <= 0 ? "NA" : printed(f.t)) + "\t" + (f.p <= 0 ? "NA" : printed(f.p)) + "\n";
-                }
-                if (slope < 0.25 * choices.slopeLimit)
-                    ++classes[0];
-                else if (slope < 0.5 * choices.slopeLimit)
-                    ++classes[1];
-                else if (slope >= 2 * choices.slopeLimit)
-                    ++classes[2];
-            }
-            for (const int count : {hitCount, hitCount, classes[0], classes[1], classes[2]})
-                rows += "\t" + std::to_string(count);
-            rows += "\t" + printed(largest) + "\t" + best + counts + "\n";
         }
         p.clear();
         t.clear();
@@ -393,12 +349,12 @@ TEST(Gwas, AgreesWithAPlainScanOnRandomFiles)
         const Folder folder;
         folder.write("pheno", phenotypes);
         folder.write("geno", genotypes);
-        static const char *const statistics[] = {"r2", "t", "p"};
-        const Result result = scan(folder, {"-autobins", std::to_string(choices.bins), "-statistic", statistics[choices.statistic],
-                                            "-method", choices.isExact ? "exact" : "quick", "-slope", printed(choices.slopeLimit),
-                                            "-xmethod", choices.isMeanX ? "mean" : "integer", "-statlimit", printed(choices.limit)});
+        const Result result
+            = scan(folder, {"-autobins", std::to_string(bins), "-statistic", statistics[statistic], "-method",
+                            isExact ? "exact" : "quick", "-slope", plainText(plain.slopeLimit), "-xmethod",
+                            plain.isMeanX ? "mean" : "integer", "-statlimit", plainText(plain.limit)});
         ASSERT_EQ(result.status, 0) << seed;
-        ASSERT_EQ(folder.read("out"), hits) << seed;
+        ASSERT_EQ(folder.read("out"), hitHeader + plain.hits) << seed;
         const std::string found = folder.read("out.stats");
         ASSERT_EQ(found.substr(found.find('\n') + 1), rows) << seed;
     }
