@@ -2,10 +2,7 @@
 #include "support/program.h"
 
 #include <cstdlib>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <unistd.h>
 
 TEST(Progress, TellsPartSpeedAndTimeLeft)
 {
@@ -46,68 +43,29 @@ TEST(Progress, CountsBytesOfTheFileAndOfTheOuterFile)
     EXPECT_EQ(Progress("/dev/null").partDone(), 0);
 }
 
-// A terminal whose other side is kept here.
-class Terminal {
-public:
-    Terminal()
-        : m_master(posix_openpt(O_RDWR | O_NOCTTY))
-    {
-        if (m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0) {
-            m_name = ptsname(m_master);
-            m_slave = open(m_name.c_str(), O_RDWR | O_NOCTTY);  // keeps what was written until it is read
-        }
-    }
-    ~Terminal()
-    {
-        close(m_slave);
-        close(m_master);
-    }
-    Terminal(const Terminal &) = delete;
-
-    const std::string &name() const { return m_name; }
-    std::string shown() const
-    {
-        std::string bytes;
-        for (pollfd file = {m_master, POLLIN, 0}; poll(&file, 1, 0) == 1 && file.revents & POLLIN;) {
-            char part[4096];
-            const ssize_t size = read(m_master, part, sizeof part);
-            bytes.append(part, size > 0 ? size_t(size) : 0);
-        }
-        return bytes;
-    }
-
-private:
-    int m_master, m_slave = -1;
-    std::string m_name;
-};
-
-// Converts three markers that come through a pipe, the last ones after a pause, and with standard error
-// there.
-static Result convertSlowly(const Folder &folder, const std::string &pause, const std::string &errors)
+// Converts three markers that come through a pipe, the last ones after a pause. Returns what a terminal shows of
+// standard error.
+static std::string shownErrors(const Folder &folder, const std::string &pause, const std::string &redirection = "")
 {
     const std::string line = "1 rs1 10 A G 0 0 1" + std::string(5000, ' ') + "\\n";
-    return folder.run({"-M", "gentoAD", "-file", "/dev/stdin", "-out", "out"},
-                      "{ printf '" + line + "'; sleep " + pause + "; printf '" + line + line + "'; } | ",
-                      errors.empty() ? "" : "2>" + errors);
+    folder.write("slow", redirection + "\n{ printf '" + line + "'; sleep " + pause + "; printf '" + line + line
+                     + "'; } | $MORVEL_PROGRAM -M gentoAD -file /dev/stdin -out out >messages\n");
+    const std::string command = "cd " + folder.path("") + " && script -qec 'sh slow' shown </dev/null >/dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    const std::string shown = folder.read("shown");  // between a first and a last line of the command's own
+    return shown.substr(shown.find('\n') + 1, shown.rfind("\n\nScript") - shown.find('\n') - 1);
 }
 
 TEST(Progress, ShowsOnATerminalAfterTwoSecondsOnly)
 {
-    const Terminal terminal;
-    ASSERT_FALSE(terminal.name().empty());
     const Folder folder;
-    const auto slow = convertSlowly(folder, "2.1", terminal.name());
-    const std::string shown = terminal.shown();
-    EXPECT_EQ(slow.status, 0);
-    EXPECT_TRUE(shown.starts_with("\r1 markers/s\033[K") || shown.starts_with("\r0 markers/s\033[K"))
-        << shown;
-    EXPECT_TRUE(shown.ends_with("\r\033[K")) << shown;
-
-    const auto fast = convertSlowly(folder, "0", terminal.name());
-    EXPECT_EQ(terminal.shown(), "");
-    EXPECT_EQ(slow.messages, fast.messages);
-
-    const auto redirected = convertSlowly(folder, "2.1", "");
-    EXPECT_EQ(redirected.errors, "");
-    EXPECT_EQ(redirected.messages, slow.messages);
+    const std::string shown = shownErrors(folder, "2.1");
+    EXPECT_TRUE(shown.starts_with("\r1 markers/s\033[K") || shown.starts_with("\r0 markers/s\033[K")) << shown;
+    EXPECT_NE(shown.find("\r\033[K"), shown.npos) << shown;
+    const std::string messages = folder.read("messages");
+    EXPECT_EQ(messages.find("markers/s"), messages.npos);
+    EXPECT_EQ(shownErrors(folder, "0").find("markers/s"), std::string::npos);
+    // Nor where standard error is a file.
+    EXPECT_EQ(shownErrors(folder, "2.1", "exec 2>errors").find("markers/s"), std::string::npos);
+    EXPECT_EQ(folder.read("errors"), "");
 }

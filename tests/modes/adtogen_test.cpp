@@ -130,10 +130,10 @@ TEST(AdToGen, AgreesWithAPlainVersion)
                 static const char *const classes[] = {"1 0 0", "0 1 0", "0 0 1"};
                 result.out += hasClass ? classes[int(digvalue)] : "? ? ?";
                 result.out += separator;
-                result.stats += (hasClass ? modelText(deviation) : "?") + separator;
+                result.stats += (hasClass ? plainText(deviation) : "?") + separator;
             }
         }
-        result.messages = messages(std::to_string(times), modelText(sum));
+        result.messages = messages(std::to_string(times), plainText(sum));
         return result;
     };
     compareWithModel("ADtogen",

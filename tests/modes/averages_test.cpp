@@ -99,7 +99,7 @@ static std::string meanOf(const std::vector<double> &values)
     double sum = 0;
     for (const double value : values)
         sum += value;
-    return modelText(sum / double(values.size()));
+    return plainText(sum / double(values.size()));
 }
 
 static std::string deviationOf(const std::vector<double> &values)
@@ -110,7 +110,7 @@ static std::string deviationOf(const std::vector<double> &values)
     const double mean = sum / double(values.size());
     for (const double value : values)
         squares += (value - mean) * (value - mean);
-    return modelText(std::sqrt(squares / double(values.size())));
+    return plainText(std::sqrt(squares / double(values.size())));
 }
 
 static ModelResult averageModel(const std::vector<ModelLine> &lines, const OptionMap &options,

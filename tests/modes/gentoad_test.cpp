@@ -129,7 +129,7 @@ TEST(GenToAd, AgreesWithAPlainVersion)
                     ad += 0.5f;
                 const double whole = std::trunc(double(ad));
                 const bool fits = whole >= -2147483648.0 && whole <= 2147483647.0;
-                result.out += isHardCall ? std::to_string(fits ? int(whole) : 0) : modelText(ad);
+                result.out += isHardCall ? std::to_string(fits ? int(whole) : 0) : plainText(ad);
                 result.out += j >= line.size() - 4 ? "\n" : " ";
                 values.push_back(ad);
             }
@@ -149,7 +149,7 @@ TEST(GenToAd, AgreesWithAPlainVersion)
                 continue;
             result.stats += line.at(1);
             for (const float value : {mean, deviation, deviation / mean, min, max})
-                result.stats += "\t" + modelText(value);
+                result.stats += "\t" + plainText(value);
             for (const int count : classes)
                 result.stats += "\t" + std::to_string(count);
             result.stats += "\n";

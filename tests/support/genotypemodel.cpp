@@ -42,15 +42,6 @@ std::vector<ModelLine> modelLines(const std::string &input)
     return lines;
 }
 
-std::string modelText(double value)
-{
-    if (std::isnan(value))
-        return "nan";
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0.0 : value);
-    return text;
-}
-
 long modelInteger(const OptionMap &options, const std::string &name, long absent)
 {
     const auto found = options.find(name);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/program.h"
+#include "support/scanmodel.h"
 
 #include <functional>
 #include <map>
@@ -21,7 +22,6 @@ struct ModelLine {
 };
 std::vector<ModelLine> modelLines(const std::string &input);
 
-std::string modelText(double value);  // six significant digits
 long modelInteger(const OptionMap &options, const std::string &name, long absent);
 
 // The fields before `columns`, each with a blank, empty ones beyond the end of the line.
