@@ -46,13 +46,18 @@ void startConsole()
     text::onFailure = failTransfer;
 }
 
-void print(const char *format, ...)
+static void printList(const char *format, std::va_list arguments)
 {
     Progress::hide();
-    std::va_list arguments;
-    va_start(arguments, format);
     if (std::vprintf(format, arguments) < 0)
         failConsole();
+}
+
+void print(const char *format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    printList(format, arguments);
     va_end(arguments);
 }
 
@@ -79,11 +84,9 @@ void finish(int status)
 
 void fatal(const char *format, ...)
 {
-    Progress::hide();
     std::va_list arguments;
     va_start(arguments, format);
-    if (std::vprintf(format, arguments) < 0)
-        failConsole();
+    printList(format, arguments);
     va_end(arguments);
     finish(1);
 }

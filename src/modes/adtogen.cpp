@@ -2,6 +2,7 @@
 // columns and one certain triplet per individual; a side file in the same layout holds how far each dosage
 // lies from the class that it was rounded to.
 #include "main/console.h"
+#include "main/progress.h"
 #include "modes/genotypes.h"
 #include "modes/modes.h"
 #include "text/readnumber.h"
@@ -109,8 +110,10 @@ MORVEL_WIDE static void convertDosages(std::string_view dosages, text::Writer &o
 // Converts the lines from beg to end. An empty line counts, but gives none.
 static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &stats)
 {
+    Progress progress(options.filename);
     std::string_view line;
     for (int64_t counter = 1; counter <= options.end && in.next(line); ++counter) {
+        progress.advance(line.size());
         if (line.empty() || counter < options.beg)
             continue;
         copyLeadingColumns(line, options.lastbeforegeno, stats);

@@ -81,17 +81,5 @@ void avgGen()
 {
     readOptions();
     print("running avgGen()\n\n");
-    refuseSameFiles({options.filename}, {options.outname});
-    text::LineReader in;
-    text::Writer out;
-    if (!out.open(options.outname) || !in.open(options.filename))
-        quit();  // silent by design
-    std::string_view line;
-    while (in.nextNonEmpty(line)) {
-        if (show < 2)
-            copyPaddedColumns(line, options.lastbeforegeno, out);
-        averageTriplets(line, out);
-        endRow(in, out);
-    }
-    out.close();
+    convertRows(options, show < 2, averageTriplets);
 }

@@ -1,6 +1,7 @@
 #include "modes/genotypes.h"
 #include "main/console.h"
 #include "main/options.h"
+#include "main/progress.h"
 #include "text/readnumber.h"
 #include "text/wide.h"
 
@@ -82,7 +83,7 @@ std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text
     return line.substr(size);
 }
 
-void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out)
+static void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out)
 {
     for (int64_t column = 0; column < columns; ++column) {
         const size_t blank = std::min(line.find(' '), line.size());
@@ -90,6 +91,27 @@ void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out
         out.put(' ');
         line.remove_prefix(std::min(blank + 1, line.size()));
     }
+}
+
+void convertRows(const FormatOptions &options, bool hasLeadingColumns,
+                 void (*writeRow)(std::string_view line, text::Writer &out))
+{
+    refuseSameFiles({options.filename}, {options.outname});
+    text::LineReader in;
+    text::Writer out;
+    if (!out.open(options.outname) || !in.open(options.filename))
+        quit();  // silent by design
+    Progress progress(options.filename);
+    std::string_view line;
+    while (in.nextNonEmpty(line)) {
+        if (hasLeadingColumns)
+            copyPaddedColumns(line, options.lastbeforegeno, out);
+        writeRow(line, out);
+        progress.advance(line.size());
+        if (!in.atEnd())
+            out.put('\n');
+    }
+    out.close();
 }
 
 FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividual)

@@ -44,10 +44,6 @@ std::string_view fieldsFrom(std::string_view line, int64_t position);
 // them in the line, from the first byte of the next field; a view without data where no further field is.
 std::string_view copyLeadingColumns(std::string_view line, int64_t columns, text::Writer &out);
 
-// The same for the averages and the letters, where a column beyond the end of the line is empty: always
-// writes `columns` blanks.
-void copyPaddedColumns(std::string_view line, int64_t columns, text::Writer &out);
-
 // The fields that the individuals from "-beg" to "-end" have in a line that is long enough.
 struct FieldRange {
     int64_t first;  // 0-based position
@@ -58,12 +54,12 @@ struct FieldRange {
 // first one are left out.
 FieldRange chosenFields(const FormatOptions &options, int64_t fieldsPerIndividual);
 
-// Ends the row of a line. On purpose the row of the input's last line has no line break.
-inline void endRow(text::LineReader &in, text::Writer &out)
-{
-    if (!in.atEnd())
-        out.put('\n');
-}
+// What the averages and the letters do with a file: each line that is not empty becomes a row of its leading
+// columns, unless they are not wanted, and what `writeRow` adds. A column beyond the end of the line is empty:
+// there are always as many blanks as leading columns. On purpose the row of the input's last line has no line
+// break. A file that cannot be opened ends the run silently.
+void convertRows(const FormatOptions &options, bool hasLeadingColumns,
+                 void (*writeRow)(std::string_view line, text::Writer &out));
 
 // Walks the fields of a range, a batch at a time.
 class RangeWalker : public text::FieldWalker<text::Separator::Blank> {

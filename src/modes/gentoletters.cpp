@@ -145,16 +145,5 @@ void genToLetters()
 {
     readOptions();
     print("running genToLetters()\n\n");
-    refuseSameFiles({options.filename}, {options.outname});
-    text::LineReader in;
-    text::Writer out;
-    if (!out.open(options.outname) || !in.open(options.filename))
-        quit();  // silent by design
-    std::string_view line;
-    while (in.nextNonEmpty(line)) {
-        copyPaddedColumns(line, options.lastbeforegeno, out);
-        writeGenotypes(line, out);
-        endRow(in, out);
-    }
-    out.close();
+    convertRows(options, true, writeGenotypes);
 }
