@@ -14,6 +14,9 @@ static const std::vector<std::string> conversion
     = {"-M", "gentoAD", "-file", "in.gen", "-out", "out", "-statistics", "yes"};
 static const std::vector<std::string> scan = {"-M", "gwas", "-pfile", "in.pheno", "-gfile", "in.ad", "-out", "out"};
 
+static const std::vector<std::string> fastScan = {"-M", "gwas3", "-pfile", "in.pheno", "-gfile", "in.gen", "-out", "out"};
+static const std::vector<std::string> reversal = {"-M", "ADtogen", "-file", "in.ad", "-out", "out"};
+
 static void writeInputs(const Folder &folder)
 {
     folder.write("in.gen", genotypes);
@@ -23,7 +26,7 @@ static void writeInputs(const Folder &folder)
 
 TEST(Failure, AFullDiskEndsTheRunWithOneLine)
 {
-    for (const auto &arguments : {conversion, scan}) {
+    for (const auto &arguments : {conversion, scan, fastScan, reversal}) {
         for (const std::string name : {"out", "out.stats"}) {
             const Folder folder;
             writeInputs(folder);
@@ -109,6 +112,9 @@ TEST(Failure, FilesThatCannotBeOpenedEndTheRun)
         {"in.ad", scan, "\nrunning gwas() ...\n\n"},
         {"out", scan, "\nrunning gwas() ...\n\n"},
         {"out.stats", scan, "\nrunning gwas() ...\n\n"},
+        {"in.pheno", fastScan, ""},
+        {"in.gen", fastScan, "Phenotype file contains 5 columns and 1 rows\n"},
+        {"out.stats", fastScan, "Phenotype file contains 5 columns and 1 rows\n"},
     };
     for (const auto &row : cases) {
         const Folder folder;
