@@ -23,8 +23,9 @@ static double sizeOf(const std::string &name)
     return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode) ? double(file.st_size) : 0;
 }
 
-Progress::Progress(const std::string &file, const std::string &outerFile)
+Progress::Progress(const std::string &file, const std::string &outerFile, const char *unit)
     : m_isTerminal(isatty(STDERR_FILENO) == 1)
+    , m_unit(unit)
     , m_fileSize(sizeOf(file))
     , m_outerSize(outerFile.empty() ? 1 : sizeOf(outerFile))
     , m_outerLine(outerFile.empty() ? 1 : 0)
@@ -60,11 +61,11 @@ void Progress::look()
     if (time < m_nextShow)
         return;
     m_nextShow = time + interval;
-    std::fprintf(stderr, "\r%s\033[K", progressLine(partDone(), m_markers, time - m_start).c_str());
+    std::fprintf(stderr, "\r%s\033[K", progressLine(partDone(), m_markers, time - m_start, m_unit).c_str());
     isShown = true;
 }
 
-std::string progressLine(double partDone, int64_t markers, double seconds)
+std::string progressLine(double partDone, int64_t markers, double seconds, const char *unit)
 {
     char text[64];
     std::string line;
@@ -72,7 +73,7 @@ std::string progressLine(double partDone, int64_t markers, double seconds)
         std::snprintf(text, sizeof text, "%d %% done, ", int(100 * partDone));
         line = text;
     }
-    std::snprintf(text, sizeof text, "%.0f markers/s", double(markers) / seconds);
+    std::snprintf(text, sizeof text, "%.0f %s/s", double(markers) / seconds, unit);
     line += text;
     if (partDone > 0) {
         const auto left

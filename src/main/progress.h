@@ -10,7 +10,8 @@
 class Progress {
 public:
     // A run that reads `file` once or, with an outer file, once per line of that one.
-    explicit Progress(const std::string &file, const std::string &outerFile = "");
+    // `unit` names what a line of the file holds.
+    explicit Progress(const std::string &file, const std::string &outerFile = "", const char *unit = "markers");
     Progress(const Progress &) = delete;
     ~Progress();
 
@@ -42,6 +43,7 @@ private:
     void look();
 
     bool m_isTerminal;
+    const char *m_unit;
     double m_fileSize;       // bytes; 0 where that cannot be told
     double m_outerSize;      // likewise; 1 without an outer file
     double m_outerDone = 0;  // bytes of outer lines that are done, and of the current one
@@ -54,4 +56,4 @@ private:
 };
 
 // The line for this state: "37 % done, 1200 markers/s, 0:01:23 left". Unknown parts are left out.
-std::string progressLine(double partDone, int64_t markers, double seconds);
+std::string progressLine(double partDone, int64_t markers, double seconds, const char *unit = "markers");

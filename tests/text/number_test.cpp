@@ -69,6 +69,20 @@ TEST(WriteReal, GivesTheCharactersOfPrintf)
     EXPECT_EQ(written(1.015625), "1.01562");  // ties to even
 }
 
+TEST(WriteFixed3, GivesTheCharactersOfPrintf)
+{
+    std::mt19937_64 generator(2);
+    for (int i = 0; i < 2000000; ++i) {
+        const float values[] = {std::bit_cast<float>(uint32_t(generator())), float(randomDecimal(generator)),
+                                float(generator() % 100000) / 16};  // the last ones with ties
+        for (const float value : values) {
+            char expected[64], text[text::maxFixedSize];
+            std::snprintf(expected, sizeof expected, "%.3f", double(value));
+            ASSERT_EQ(std::string(text, text::writeFixed3(text, value)), std::isnan(value) ? "nan" : expected);
+        }
+    }
+}
+
 TEST(WriteInteger, WritesAllDigits)
 {
     char text[text::maxIntegerSize];
