@@ -61,8 +61,8 @@ static constexpr Mode modes[] = {
     {"avggen", avgGen, averageOptions},
     {"gentoletters", genToLetters, genToLettersOptions},
     {"gentoLETTERS", genToLetters, {}},  // on purpose: runs on its defaults
-    {"mixfit", reportUnavailable, mixFitOptions},
-    {"mf", reportUnavailable, mixFitOptions},
+    {"mixfit", mixFit, mixFitOptions},
+    {"mf", mixFit, mixFitOptions},
     {"gwas", gwas, gwasOptions},
     {"GWAS", gwas, gwasOptions},
     {"gwas2", reportUnavailable, gwas2Options},

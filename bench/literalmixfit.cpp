@@ -1,0 +1,25 @@
+// The plain loops of the mixture fit, as a yardstick: the same report, with all triples.
+//   literalmixfit REFERENCES SAMPLES K STEP REPORT
+#include "modes/mixfit_literal.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+static std::string contentOf(const char *name)
+{
+    std::ostringstream bytes;
+    bytes << std::ifstream(name, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+int main(int argc, char **argv)
+{
+    if (argc != 6)
+        return 2;
+    LiteralFit fit;
+    fit.K = std::atoi(argv[3]);
+    fit.step = float(std::atof(argv[4]));
+    fit.combinatorics = true;
+    std::ofstream(argv[5], std::ios::binary) << fit.run(contentOf(argv[1]), contentOf(argv[2]));
+}

@@ -1,0 +1,381 @@
+// Ancestry mixtures: every sample's values are explained as a mixture of one, two or three reference populations, each
+// given by as many values. Out: a report of a few lines per sample, and at the end the summed proportions of every
+// population.
+#include "main/console.h"
+#include "main/options.h"
+#include "main/progress.h"
+#include "main/settings.h"
+#include "modes/mixsearch.h"
+#include "modes/modes.h"
+#include "text/delimiters.h"
+#include "text/fields.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/writer.h"
+
+#include <cmath>
+
+static std::string filename;  // samples
+static std::string outname;
+static std::string refname;   // reference populations
+static char delimiter[20];
+static bool combinatorics;    // fit every triple as well
+static bool header, refheader;
+static int refpops;           // K: reference populations, and values of each
+static float plimit;          // least proportion of a hit; 0 turns the reduction off
+static float step;            // of the grid, and least relative drop that counts
+
+static std::vector<std::string> refIDList;           // [population]
+static std::vector<double> cumulResults;             // [population], proportions of the normal fit
+static std::vector<double> cumulResults_select;      // of the exhaustive fit
+static std::vector<float> ks;                        // of the drop scan
+static std::string dropHeader;                       // the line that shows them
+
+static std::string requiredFile(const char *name)
+{
+    const auto value = option(name);
+    if (!value)
+        fatal("You need to specify '%s'.\n\n", name);
+    return *value;
+}
+
+static bool isOn(std::string_view name)
+{
+    const std::string value = textOption(name, "");
+    return value == "yes" || value == "YES";
+}
+
+static void readOptions()
+{
+    filename = requiredFile("-file");
+    outname = textOption("-out", filename + ".out");
+    refname = requiredFile("-ref");
+    const std::string word = textOption("-delim", "tab");
+    copyBounded(delimiter, word == "TAB" ? "\t" : text::delimiter(word, word));
+    combinatorics = isOn("-combinatorics");
+    header = isOn("-header");
+    refheader = isOn("-refheader");
+    Missing = textOption("-missing", "NA") == "none" ? "" : "NA";  // on purpose: no other marker, and never consulted
+    refpops = integerOption("-refpops", 0);
+    if (refpops < 3)
+        fatal("You have less than 3 ref populations\n");
+    plimit = float(realOption("-plimit", 0.0));
+    step = float(realOption("-step", 0.05));
+    if (gridStep(step) == 0)
+        fatal("Incorrect step\n");
+}
+
+static void readReferences(text::LineReader &in)
+{
+    std::vector<std::string_view> fields;
+    std::string_view line;
+    if (refheader)
+        in.next(line);
+    const size_t K = size_t(refpops);
+    while (in.nextNonEmpty(line)) {
+        text::splitFields(line, delimiter, fields);
+        const size_t population = refIDList.size();
+        refIDList.emplace_back(fields[0]);
+        if (population == K || fields.size() != K + 1)
+            break;
+        for (size_t j = 0; j < K; ++j)
+            myTable[j][population] = text::readFloat(fields[j + 1]);
+    }
+    if (refIDList.size() != K || fields.size() != K + 1)
+        fatal("Reference file must hold %d lines of %d values\n", refpops, refpops);
+}
+
+// On purpose k is summed up in single precision, and compared in double.
+static void prepareDropScan()
+{
+    dropHeader = " ";
+    for (float k = 0; step + 1.0 > k; k += step) {
+        char text[text::maxRealSize];
+        dropHeader.append(text, text::writeReal(text, k)) += ' ';
+        ks.push_back(k);
+    }
+    dropHeader += "= mindiff mindiff_loc abs_drop rel_drop\n";
+}
+
+static bool readSample(std::string_view line, std::string &name)
+{
+    static std::vector<std::string_view> fields;
+    text::splitFields(line, delimiter, fields);
+    name = fields[0];
+    if (fields.size() <= size_t(refpops))
+        return false;
+    for (size_t j = 0; j < size_t(refpops); ++j)
+        testValues.push_back(text::readFloat(fields[j + 1]));
+    return true;
+}
+
+// [population]: the distance of each alone.
+static std::vector<float> findDistances()
+{
+    std::vector<float> distances(size_t(rows), 0.0f);
+    for (int j = 0; j < cols; ++j) {
+        for (int i = 0; i < rows; ++i)
+            distances[size_t(i)] += std::abs(myTable[j][i] - testValues[size_t(j)]);
+    }
+    return distances;
+}
+
+// The index of the first smallest value below `start`; 0 where there is none.
+static size_t findSmallest(const std::vector<float> &values, float start)
+{
+    size_t smallest = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (values[i] < start) {
+            start = values[i];
+            smallest = i;
+        }
+    }
+    return smallest;
+}
+
+static void writeRanking(const std::string &name, std::vector<float> distances, text::Writer &out)
+{
+    constexpr float used = 9999.9f;
+    out.put("Best ");
+    out.put(name);
+    for (size_t rank = 0; rank < distances.size(); ++rank) {
+        const size_t i = findSmallest(distances, used);
+        out.put(' ');
+        out.put(refIDList[i]);
+        out.put(' ');
+        out.put(distances[i] < used ? distances[i] : used);
+        distances[i] = used;
+    }
+    out.put('\n');
+}
+
+// What mixing each population into the best one gains, [population].
+struct Drops {
+    std::vector<float> mindiff;      // smallest distance
+    std::vector<float> mindiff_loc;  // proportion where it was found
+    std::vector<float> rel_drop;     // gain, relative to the distance of the best population alone
+};
+
+// Scans the mixtures of each population with the best one, and writes a row of distances for each.
+static Drops scanDrops(size_t best, text::Writer &out)
+{
+    static std::vector<float> distances;
+    distances.resize(ks.size());
+    out.put(dropHeader);
+    Drops drops;
+    for (int i = 0; i < rows; ++i) {
+        scanPair(i, int(best), ks, distances.data());
+        float mindiff = 9999.9f, mindiff_loc = -9.9f;
+        out.put(refIDList[size_t(i)]);
+        out.put(' ');
+        for (size_t k = 0; k < ks.size(); ++k) {
+            if (distances[k] < mindiff) {
+                mindiff = distances[k];
+                mindiff_loc = ks[k];
+            }
+            char *end = text::writeFixed3(out.reserve(text::maxFixedSize + 1), distances[k]);
+            *end++ = ' ';
+            out.commit(end);
+        }
+        // On purpose two values, though the header names four.
+        out.put(" __");
+        out.put(mindiff);
+        out.put("__");
+        out.put(mindiff_loc);
+        out.put('\n');
+        drops.mindiff.push_back(mindiff);
+        drops.mindiff_loc.push_back(mindiff_loc);
+        drops.rel_drop.push_back((distances[0] - mindiff) / distances[0]);
+    }
+    return drops;
+}
+
+// Takes the population with the largest relative drop or, where that is below the step, with the smallest distance.
+static int takeCandidate(Drops &drops)
+{
+    size_t chosen = 0;
+    float maximum = -9999.9f;
+    for (size_t i = 0; i < drops.rel_drop.size(); ++i) {
+        const float drop = drops.rel_drop[i];
+        if (drop > maximum || (drop == maximum && drops.mindiff[i] < drops.mindiff[chosen])) {
+            maximum = drop;
+            chosen = i;
+        }
+    }
+    // On purpose the step of the grid is the threshold as well.
+    if (step > maximum) {
+        chosen = 0;
+        float minimum = 9999.9f;
+        for (size_t i = 0; i < drops.mindiff.size(); ++i) {
+            const float mindiff = drops.mindiff[i];
+            if (mindiff < minimum || (mindiff == minimum && drops.rel_drop[i] > drops.rel_drop[chosen])) {
+                minimum = mindiff;
+                chosen = i;
+            }
+        }
+    }
+    drops.rel_drop[chosen] = -9.0f;
+    drops.mindiff_loc[chosen] = -9.0f;
+    drops.mindiff[chosen] = 9999.9f;
+    return int(chosen);
+}
+
+// Two of three populations, by their proportions: the one with the strictly smallest is left out, and the others keep
+// their order. On purpose the third one replaces the second where no proportion is strictly smallest.
+struct Reduced {
+    int A, B;
+};
+static Reduced reduce(int one, int two, int three)
+{
+    constexpr int empty = -1;
+    int A = one, B = two;
+    if (P1 < P2 && P1 < P3)
+        A = empty;
+    if (P2 < P1 && P2 < P3) {
+        B = empty;
+    } else if (A == empty) {
+        A = B;
+        B = empty;
+    }
+    if (!(P3 < P1 && P3 < P2))
+        (A == empty ? A : B) = three;
+    return {A, B};
+}
+
+// A population of a fit line.
+static void addHit(int population, float proportion, text::Writer &out)
+{
+    out.put(refIDList[size_t(population)]);
+    out.put(' ');
+    out.put(proportion);
+    out.put(' ');
+    cumulResults[size_t(population)] += proportion;
+}
+
+static void writeScore(float score, text::Writer &out)
+{
+    out.put("score: ");
+    out.put(score);
+    out.put('\n');
+}
+
+static void writeFit(const std::string &name, int one, int two, int three, text::Writer &out)
+{
+    combMatrix(one, two, three, step);
+    const int hits = 3 - (plimit > P1) - (plimit > P2) - (plimit > P3);
+    if (!(plimit > 0) || hits == 3) {
+        out.put("3Hits " + name + ' ');
+        addHit(one, P1, out);
+        addHit(two, P2, out);
+        addHit(three, P3, out);
+        writeScore(minP, out);
+        return;
+    }
+    const auto [A, B] = reduce(one, two, three);
+    if (hits == 2) {
+        combMatrix2(A, B, step);
+        out.put("2Hits " + name + ' ');
+        addHit(A, P1, out);
+        addHit(B, P2, out);
+        out.put("- - ");  // on purpose less than behind one hit
+        writeScore(minP, out);
+    } else if (hits == 1) {
+        combMatrix1(A, step);  // on purpose, though it need not be the one that reached the limit
+        out.put("1Hit " + name + ' ');
+        addHit(A, P1, out);
+        out.put("- - - ");
+        writeScore(minP, out);
+    }
+}
+
+static void fitNormally(const std::string &name, text::Writer &out)
+{
+    const std::vector<float> distances = findDistances();
+    const size_t best = findSmallest(distances, 999999.9f);
+    writeRanking(name, distances, out);
+    Drops drops = scanDrops(best, out);
+    drops.rel_drop[best] = 2.0f;
+    drops.mindiff[best] = -2.0f;
+    const int one = takeCandidate(drops);
+    const int two = takeCandidate(drops);
+    const int three = takeCandidate(drops);
+    writeFit(name, one, two, three, out);
+}
+
+static void fitTriples(const std::string &name, text::Writer &out)
+{
+    const BestTriple best = searchTriples(step);
+    out.put("Combi " + name + ' ');
+    int present = 0;
+    for (size_t i = 0; i < 3; ++i) {
+        const float proportion = best.proportions[i];
+        if (!(proportion > 0))
+            continue;
+        const size_t population = size_t(best.populations[i]);
+        out.put(refIDList[population]);
+        out.put(' ');
+        out.put(proportion);
+        out.put(' ');
+        cumulResults_select[population] += proportion;
+        ++present;
+    }
+    if (present == 2)
+        out.put("- - ");
+    else if (present == 1)
+        out.put("- - - - ");
+    writeScore(best.score, out);
+}
+
+static void fitSamples(text::LineReader &in, text::Writer &out)
+{
+    Progress progress(filename, "", "samples");
+    std::string name;
+    std::string_view line;
+    if (header)
+        in.next(line);
+    while (in.nextNonEmpty(line)) {
+        if (!readSample(line, name)) {
+            printBytes("Sample " + name + " has fewer than " + std::to_string(refpops) + " values\n");
+            quit();
+        }
+        fitNormally(name, out);
+        if (combinatorics)
+            fitTriples(name, out);
+        testValues.clear();
+        progress.advance(line.size());
+    }
+}
+
+static void writeSums(const char *kind, const std::vector<double> &sums, text::Writer &out)
+{
+    for (size_t i = 0; i < sums.size(); ++i) {
+        out.put(i);
+        out.put(kind);
+        out.put(refIDList[i]);
+        out.put(' ');
+        out.put(sums[i]);
+        out.put('\n');
+    }
+}
+
+void mixFit()
+{
+    readOptions();
+    print("running mixFit()\n\n");
+    refuseSameFiles({refname, filename}, {outname});
+    text::LineReader references, samples;
+    text::Writer out;
+    if (!references.open(refname) || !out.open(outname) || !samples.open(filename) || !allocateTable(refpops, refpops))
+        quit();  // silent by design
+    readReferences(references);
+    prepareDropScan();
+    cumulResults.assign(refIDList.size(), 0.0);
+    cumulResults_select.assign(refIDList.size(), 0.0);
+    fitSamples(samples, out);
+    writeSums(" cumul_normal ", cumulResults, out);
+    out.put('\n');
+    if (combinatorics)
+        writeSums(" cumul_combi ", cumulResults_select, out);
+    out.close();
+    releaseTable();
+}

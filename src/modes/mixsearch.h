@@ -1,0 +1,39 @@
+// The searches of mixfit: proportions on a grid that bring a weighted sum of populations closest to a sample.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+// What the searches read: the mode fills the table once and the values for every sample.
+extern float **myTable;               // [value][population], cols x rows
+extern std::vector<float> testValues;  // of the sample, cols of them
+extern int cols, rows;
+
+// Their result: the least sum of absolute differences, and the proportions where it was found first.
+extern float minP, P1, P2, P3;
+
+// All zeros, with a value and two populations to spare; false when there is not enough memory.
+bool allocateTable(int values, int populations);
+void releaseTable();
+
+// Thousandths from one proportion of the grid to the next; 0 where there is no grid. On purpose the step is widened
+// and cut off: 0.01 gives 9.
+int gridStep(float step);
+
+void combMatrix(int one, int two, int three, float step);
+void combMatrix2(int one, int two, float step);
+void combMatrix1(int one, float step);
+
+// The distances of the mixtures k * population + (1 - k) * base, for each k.
+void scanPair(int population, int base, std::span<const float> ks, float *distances);
+
+// The triple of populations in increasing order that combMatrix fits best, the first of equal ones; proportions of
+// -9 where no triple is nearer than 9999.
+struct BestTriple {
+    int populations[3] = {0, 0, 0};
+    float proportions[3] = {-9, -9, -9};
+    float score = 9999;
+};
+BestTriple searchTriples(float step);

@@ -1,0 +1,158 @@
+#include "modes/mixfit_literal.h"
+#include "support/program.h"
+#include "support/random.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+
+static Result fit(const Folder &folder, std::string_view references, std::string_view samples,
+                  std::vector<std::string> options)
+{
+    folder.write("r", references);
+    folder.write("s", samples);
+    options.insert(options.begin(), {"-ref", "r", "-file", "s"});
+    return folder.runMode("mixfit", options);
+}
+
+static const std::string corners = "A\t1\t0\t0\nB\t0\t1\t0\nC\t0\t0\t1\n";
+
+// What a sample half A and half B leaves before its fit line, on a grid of halves.
+static const std::string halfAndHalf = "Best h A 1 B 1 C 2\n"
+                                       " 0 0.5 1 = mindiff mindiff_loc abs_drop rel_drop\n"
+                                       "A 1.000 1.000 1.000  __1__0\n"
+                                       "B 1.000 0.000 1.000  __0__0.5\n"
+                                       "C 1.000 1.000 2.000  __1__0\n";
+
+TEST(MixFit, WritesTheReport)
+{
+    const std::string normal = "0 cumul_normal A 0.5\n1 cumul_normal B 0.5\n2 cumul_normal C 0\n\n";
+    const std::string none = "0 cumul_normal A 0\n1 cumul_normal B 0\n2 cumul_normal C 0\n\n";
+    const std::string three = halfAndHalf + "3Hits h A 0.5 B 0.5 C 0 score: 0\n";
+    const std::string combi = "0 cumul_combi A 0.5\n1 cumul_combi B 0.5\n2 cumul_combi C 0\n";
+    const struct {
+        const char *name;
+        std::string references, samples;
+        std::vector<std::string> options;
+        std::string report;
+    } cases[] = {
+        {"no limit", corners, "h\t.5\t.5\t0", {}, three + normal},
+        {"two reach the limit", corners, "h\t.5\t.5\t0\n", {"-plimit", "0.5"},
+         halfAndHalf + "2Hits h A 0.5 B 0.5 - - score: 0\n" + normal},
+        {"none does", corners, "h\t.5\t.5\t0\n", {"-plimit", "0.6"}, halfAndHalf + none},
+        {"triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "YES"},
+         three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi},
+        {"no triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "Yes"}, three + normal},
+        {"headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",
+         "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES"}, three + normal},
+        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"}, three + normal},
+        {"comma", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "h,.5,.5,0", {"-delim", "comma"}, three + normal},
+        {"no sample", corners, "", {}, none},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        std::vector<std::string> options = {"-refpops", "3", "-step", "0.5"};
+        options.insert(options.end(), row.options.begin(), row.options.end());
+        const Result run = fit(folder, row.references, row.samples, options);
+        EXPECT_EQ(run.messages, "running mixFit()\n\n") << row.name;
+        EXPECT_EQ(folder.read("s.out"), row.report) << row.name;
+    }
+}
+
+TEST(MixFit, EndsWithAMessage)
+{
+    const struct {
+        std::string references;
+        std::vector<std::string> options;
+        std::string messages;
+        int status = 1;
+    } cases[] = {
+        {corners, {"-refpops", "2"}, "You have less than 3 ref populations\n"},
+        {corners, {"-step", "0.0009", "-refpops", "3.5"}, "You have less than 3 ref populations\n"},
+        {corners, {"-refpops", "3", "-step", "0.0009"}, "Incorrect step\n"},
+        {corners, {"-refpops", "3", "-step", "nan"}, "Incorrect step\n"},
+        {corners, {"-refpops", "3", "-step", "2147484"}, "Incorrect step\n"},
+        {corners, {"-refpops", "3", "-out", "r"}, "running mixFit()\n\nOutput file 'r' is also an input\n"},
+        {corners, {"-refpops", "4"}, "running mixFit()\n\nReference file must hold 4 lines of 4 values\n"},
+        {corners + "D\t1\t0\t0\n", {"-refpops", "3"},
+         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
+        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
+        {corners, {"-refpops", "2147483647"}, "running mixFit()\n\n"},  // more memory than there is
+        {corners, {"-refpops", "3"}, "running mixFit()\n\nSample short has fewer than 3 values\n"},
+        {corners, {"-refpops", "3", "-delim", std::string(19, 'x')},
+         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
+        {corners, {"-delim", std::string(20, 'x'), "-refpops", "2"}, "", -SIGABRT},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        const Result run = fit(folder, row.references, "h\t.5\t.5\t0\nshort\t1\t1\n", row.options);
+        EXPECT_EQ(run.messages, row.messages) << testing::PrintToString(row.options);
+        EXPECT_EQ(run.status, row.status) << testing::PrintToString(row.options);
+    }
+    const Folder folder;
+    EXPECT_EQ(folder.runMode("mf", {"-ref", "r"}).messages, "You need to specify '-file'.\n\n");
+    EXPECT_EQ(folder.runMode("mf", {"-file", "s"}).messages, "You need to specify '-ref'.\n\n");
+}
+
+// References and samples with ties: repeated references, samples equal to one or mixed from some on the grid.
+class Problem : public RandomText {
+public:
+    explicit Problem(uint64_t seed)
+        : RandomText(seed)
+    {
+        fit.K = int(3 + below(6));
+        fit.step = float(oneIn(6) ? 0.03 : 0.05 * double(1 + below(12)));
+        fit.plimit = float(0.05 * double(below(20)));
+        fit.combinatorics = !oneIn(5);
+        m_scale = oneIn(6) ? 3000 : oneIn(4) ? 10 : 1;
+        m_isWild = oneIn(8);
+        std::vector<std::vector<double>> table;
+        const size_t K = size_t(fit.K);
+        for (size_t i = 0; i < K; ++i) {
+            std::vector<double> values;
+            for (size_t j = 0; j < K; ++j)
+                values.push_back(oneIn(3) ? (i == j) : double(below(21)) / 20 - (oneIn(9) ? 1 : 0));
+            table.push_back(i > 0 && oneIn(5) ? table[below(i)] : values);
+            references += line("ref" + std::to_string(i), table.back());
+        }
+        for (int i = 0; i < 12; ++i) {
+            const size_t parts = 1 + below(3);
+            std::vector<double> values(K);
+            for (size_t part = 0; part < parts; ++part) {
+                const size_t population = below(K);
+                for (size_t j = 0; j < K; ++j)
+                    values[j] += table[population][j] / double(parts) + (oneIn(9) ? 0.01 : 0);
+            }
+            samples += line("id" + std::to_string(i), values);
+        }
+    }
+
+    LiteralFit fit;
+    std::string references, samples;
+
+private:
+    std::string line(std::string text, const std::vector<double> &values)
+    {
+        for (const double value : values)
+            text += "\t" + (m_isWild && oneIn(30) ? std::string(oneOf({"nan", "inf", "-inf", "1e38", "-3e38", "1e-40"}))
+                                                  : std::to_string(value * m_scale));
+        return text + "\n";
+    }
+
+    double m_scale;
+    bool m_isWild;
+};
+
+TEST(MixFit, GivesTheBytesOfThePlainLoops)
+{
+    for (uint64_t seed = 1; seed <= 400; ++seed) {
+        Problem problem(seed);
+        LiteralFit &plain = problem.fit;
+        const Folder folder;
+        fit(folder, problem.references, problem.samples,
+            {"-refpops", std::to_string(plain.K), "-step", std::to_string(plain.step), "-plimit",
+             std::to_string(plain.plimit), "-combinatorics", plain.combinatorics ? "yes" : "no"});
+        const std::string report = folder.read("s.out");
+        ASSERT_TRUE(report == plain.run(problem.references, problem.samples))
+            << "seed " << seed << "\n" << problem.references << problem.samples << report;
+    }
+}
