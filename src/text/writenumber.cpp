@@ -83,7 +83,7 @@ char *writeFixed3(char *out, float value)
         return std::to_chars(out, out + maxFixedSize, value, std::chars_format::fixed, 3).ptr;
     if (std::signbit(value))
         *out++ = '-';
-    // 24 bits times 1000 fit a double, so the one rounding is that of the last digit. 8 times as fast as std::to_chars.
+    // 24 bits times 1000 fit a double, so the one rounding is that of the last digit.
     const uint64_t thousandths = uint64_t(std::nearbyint(std::abs(double(value) * 1000)));
     const uint64_t whole = thousandths / 1000;
     uint64_t decimals = thousandths % 1000;
