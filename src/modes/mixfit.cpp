@@ -1,6 +1,6 @@
-// Ancestry mixtures: every sample's values are explained as a mixture of one, two or three reference populations, each
-// given by as many values. Out: a report of a few lines per sample, and at the end the summed proportions of every
-// population.
+// Ancestry mixtures: every sample's values are explained as a mixture of one, two or three reference
+// populations, each given by as many values. Out: a report of a few lines per sample, and at the end the
+// summed proportions of every population.
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
@@ -55,7 +55,8 @@ static void readOptions()
     combinatorics = isOn("-combinatorics");
     header = isOn("-header");
     refheader = isOn("-refheader");
-    Missing = textOption("-missing", "NA") == "none" ? "" : "NA";  // on purpose: no other marker, and never consulted
+    // On purpose there is no other marker, and it is never consulted.
+    Missing = textOption("-missing", "NA") == "none" ? "" : "NA";
     refpops = integerOption("-refpops", 0);
     if (refpops < 3)
         fatal("You have less than 3 ref populations\n");
@@ -160,11 +161,10 @@ struct Drops {
 static Drops scanDrops(size_t best, text::Writer &out)
 {
     static std::vector<float> distances;
-    distances.resize(ks.size());
     out.put(dropHeader);
     Drops drops;
     for (int i = 0; i < rows; ++i) {
-        scanPair(i, int(best), ks, distances.data());
+        scanPair(i, int(best), ks, distances);
         float mindiff = 9999.9f, mindiff_loc = -9.9f;
         out.put(refIDList[size_t(i)]);
         out.put(' ');
@@ -190,7 +190,8 @@ static Drops scanDrops(size_t best, text::Writer &out)
     return drops;
 }
 
-// Takes the population with the largest relative drop or, where that is below the step, with the smallest distance.
+// Takes the population with the largest relative drop or, where that is below the step, with the smallest
+// distance.
 static int takeCandidate(Drops &drops)
 {
     size_t chosen = 0;
@@ -220,8 +221,9 @@ static int takeCandidate(Drops &drops)
     return int(chosen);
 }
 
-// Two of three populations, by their proportions: the one with the strictly smallest is left out, and the others keep
-// their order. On purpose the third one replaces the second where no proportion is strictly smallest.
+// Two of three populations, by their proportions: the one with the strictly smallest is left out, and the
+// others keep their order. On purpose the third one replaces the second where no proportion is strictly
+// smallest.
 struct Reduced {
     int A, B;
 };
@@ -288,7 +290,11 @@ static void writeFit(const std::string &name, int one, int two, int three, text:
     }
 }
 
-static void fitNormally(const std::string &name, text::Writer &out)
+struct Candidates {
+    int one, two, three;
+};
+
+static Candidates fitNormally(const std::string &name, text::Writer &out)
 {
     const std::vector<float> distances = findDistances();
     const size_t best = findSmallest(distances, 999999.9f);
@@ -300,11 +306,12 @@ static void fitNormally(const std::string &name, text::Writer &out)
     const int two = takeCandidate(drops);
     const int three = takeCandidate(drops);
     writeFit(name, one, two, three, out);
+    return {one, two, three};
 }
 
-static void fitTriples(const std::string &name, text::Writer &out)
+static void fitTriples(const std::string &name, const Candidates &candidates, text::Writer &out)
 {
-    const BestTriple best = searchTriples(step);
+    const BestTriple best = searchTriples(candidates.one, candidates.two, candidates.three, step);
     out.put("Combi " + name + ' ');
     int present = 0;
     for (size_t i = 0; i < 3; ++i) {
@@ -338,9 +345,9 @@ static void fitSamples(text::LineReader &in, text::Writer &out)
             printBytes("Sample " + name + " has fewer than " + std::to_string(refpops) + " values\n");
             quit();
         }
-        fitNormally(name, out);
+        const Candidates candidates = fitNormally(name, out);
         if (combinatorics)
-            fitTriples(name, out);
+            fitTriples(name, candidates, out);
         testValues.clear();
         progress.advance(line.size());
     }
@@ -365,7 +372,8 @@ void mixFit()
     refuseSameFiles({refname, filename}, {outname});
     text::LineReader references, samples;
     text::Writer out;
-    if (!references.open(refname) || !out.open(outname) || !samples.open(filename) || !allocateTable(refpops, refpops))
+    if (!references.open(refname) || !out.open(outname) || !samples.open(filename)
+        || !allocateTable(refpops, refpops))
         quit();  // silent by design
     readReferences(references);
     prepareDropScan();

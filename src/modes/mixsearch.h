@@ -1,9 +1,7 @@
 // The searches of mixfit: proportions on a grid that bring a weighted sum of populations closest to a sample.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <span>
+#include <array>
 #include <vector>
 
 // What the searches read: the mode fills the table once and the values for every sample.
@@ -18,8 +16,8 @@ extern float minP, P1, P2, P3;
 bool allocateTable(int values, int populations);
 void releaseTable();
 
-// Thousandths from one proportion of the grid to the next; 0 where there is no grid. On purpose the step is widened
-// and cut off: 0.01 gives 9.
+// Thousandths from one proportion of the grid to the next; 0 where there is no grid. On purpose the step is
+// widened and cut off: 0.01 gives 9.
 int gridStep(float step);
 
 void combMatrix(int one, int two, int three, float step);
@@ -27,13 +25,17 @@ void combMatrix2(int one, int two, float step);
 void combMatrix1(int one, float step);
 
 // The distances of the mixtures k * population + (1 - k) * base, for each k.
-void scanPair(int population, int base, std::span<const float> ks, float *distances);
+void scanPair(int population, int base, const std::vector<float> &ks, std::vector<float> &distances);
 
-// The triple of populations in increasing order that combMatrix fits best, the first of equal ones; proportions of
-// -9 where no triple is nearer than 9999.
+// The triple of populations in increasing order that combMatrix fits best, the first of equal ones;
+// proportions of -9 where no triple is nearer than 9999. The nearer the triple given to begin with, the
+// sooner it is found.
 struct BestTriple {
-    int populations[3] = {0, 0, 0};
-    float proportions[3] = {-9, -9, -9};
+    std::array<int, 3> populations = {0, 0, 0};
+    std::array<float, 3> proportions = {-9, -9, -9};
     float score = 9999;
 };
-BestTriple searchTriples(float step);
+BestTriple searchTriples(int one, int two, int three, float step);
+
+struct SearchKernels;
+extern const SearchKernels *searchKernels;  // the widest; others are for tests

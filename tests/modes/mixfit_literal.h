@@ -1,5 +1,5 @@
-// The mixture fit as plain loops over triples, grid points and values, one step after the other: the judge of the real
-// one, and the yardstick of its benchmark.
+// The mixture fit as plain loops over triples, grid points and values, one step after the other: the judge of
+// the real one, and the yardstick of its benchmark.
 #pragma once
 
 #include <string>

@@ -1,7 +1,10 @@
 #include "modes/mixfit_literal.h"
+#include "modes/mixkernels.h"
+#include "modes/mixsearch.h"
 #include "support/program.h"
 #include "support/random.h"
 
+#include <cmath>
 #include <csignal>
 #include <gtest/gtest.h>
 
@@ -44,7 +47,8 @@ TEST(MixFit, WritesTheReport)
         {"no triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "Yes"}, three + normal},
         {"headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",
          "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES"}, three + normal},
-        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"}, three + normal},
+        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"},
+         three + normal},
         {"comma", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "h,.5,.5,0", {"-delim", "comma"}, three + normal},
         {"no sample", corners, "", {}, none},
     };
@@ -75,7 +79,8 @@ TEST(MixFit, EndsWithAMessage)
         {corners, {"-refpops", "4"}, "running mixFit()\n\nReference file must hold 4 lines of 4 values\n"},
         {corners + "D\t1\t0\t0\n", {"-refpops", "3"},
          "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
-        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
+        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"},
+         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
         {corners, {"-refpops", "2147483647"}, "running mixFit()\n\n"},  // more memory than there is
         {corners, {"-refpops", "3"}, "running mixFit()\n\nSample short has fewer than 3 values\n"},
         {corners, {"-refpops", "3", "-delim", std::string(19, 'x')},
@@ -133,8 +138,8 @@ private:
     std::string line(std::string text, const std::vector<double> &values)
     {
         for (const double value : values)
-            text += "\t" + (m_isWild && oneIn(30) ? std::string(oneOf({"nan", "inf", "-inf", "1e38", "-3e38", "1e-40"}))
-                                                  : std::to_string(value * m_scale));
+            text += m_isWild && oneIn(30) ? oneOf({"\tnan", "\tinf", "\t-inf", "\t1e38", "\t1e-40"})
+                                          : "\t" + std::to_string(value * m_scale);
         return text + "\n";
     }
 
@@ -155,4 +160,44 @@ TEST(MixFit, GivesTheBytesOfThePlainLoops)
         ASSERT_TRUE(report == plain.run(problem.references, problem.samples))
             << "seed " << seed << "\n" << problem.references << problem.samples << report;
     }
+}
+
+// Results of the searches over a random problem, with the kernels in use.
+static std::vector<float> searchResults(uint64_t seed)
+{
+    RandomText random(seed);
+    const int K = int(3 + random.below(7));
+    EXPECT_TRUE(allocateTable(K, K));
+    testValues.clear();
+    for (int j = 0; j < K; ++j) {
+        for (int i = 0; i < K; ++i)
+            myTable[j][i] = random.oneIn(50) ? 1e38f : random.oneIn(50) ? NAN : float(random.below(99)) / 97;
+        testValues.push_back(float(random.below(99)) / 300);
+    }
+    combMatrix(0, 1, 2, 0.01f);
+    std::vector<float> results = {minP, P1, P2, P3}, distances;
+    const BestTriple best = searchTriples(2, 0, 1, 0.04f);
+    for (size_t i = 0; i < 3; ++i)
+        results.insert(results.end(), {best.score, best.proportions[i], float(best.populations[i])});
+    scanPair(0, 1, {0, 0.25, 0.5, 0.75, 1}, distances);
+    results.insert(results.end(), distances.begin(), distances.end());
+    releaseTable();
+    for (float &result : results)
+        result = result != result ? -1 : result;
+    return results;
+}
+
+TEST(MixSearch, GivesTheSameWithAnyInstructions)
+{
+    for (uint64_t seed = 1; seed <= 200; ++seed) {
+        searchKernels = &allSearchKernels()[0];
+        const std::vector<float> plain = searchResults(seed);
+        for (const SearchKernels &kernels : allSearchKernels().subspan(1)) {
+            searchKernels = &kernels;
+            if (kernels.isSupported()) {
+                EXPECT_EQ(searchResults(seed), plain) << kernels.name << ", seed " << seed;
+            }
+        }
+    }
+    searchKernels = &widestSearchKernels();
 }

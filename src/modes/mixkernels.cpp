@@ -1,0 +1,304 @@
+#include "modes/mixkernels.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
+#define MORVEL_WIDE_KERNELS
+#endif
+
+// A register's worth of lanes. Loads and stores need no more alignment than a float.
+template <size_t bytes>
+struct Lanes;
+#define MORVEL_LANES(size)                                                                                   \
+    template <>                                                                                              \
+    struct Lanes<size> {                                                                                     \
+        typedef float Real __attribute__((vector_size(size), may_alias, aligned(4)));                        \
+        typedef int32_t Bits __attribute__((vector_size(size)));                                             \
+    }
+MORVEL_LANES(16);
+MORVEL_LANES(32);
+MORVEL_LANES(64);
+
+// Everything below is inlined into the entry points at the end, each compiled for its processors.
+#define MORVEL_INLINE [[gnu::always_inline]] static inline
+
+// About vectors as arguments: nothing below is called, all is inlined.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+// By the width, since a type given to a template loses its alignment.
+template <size_t bytes>
+MORVEL_INLINE typename Lanes<bytes>::Real load(const float *from)
+{
+    return *reinterpret_cast<const typename Lanes<bytes>::Real *>(from);
+}
+
+// Adds the absolute value of each lane.
+template <size_t bytes>
+MORVEL_INLINE void addAbsolute(typename Lanes<bytes>::Real &sum, typename Lanes<bytes>::Real value)
+{
+    sum += (typename Lanes<bytes>::Real)((typename Lanes<bytes>::Bits)value & 0x7fffffff);
+}
+
+// The bits of the smallest of all lanes. Sums of absolute values are in the order of their bits, and nan,
+// without a sign like them, comes last.
+template <size_t bytes, size_t registers>
+MORVEL_INLINE int32_t findLeast(const typename Lanes<bytes>::Real (&sums)[registers])
+{
+    typename Lanes<bytes>::Bits least = (typename Lanes<bytes>::Bits)sums[0];
+    for (size_t i = 1; i < registers; ++i) {
+        const auto bits = (typename Lanes<bytes>::Bits)sums[i];
+        least = bits < least ? bits : least;
+    }
+    Lanes<16>::Bits quarter;
+    if constexpr (bytes == 64) {
+        const auto low = __builtin_shufflevector(least, least, 0, 1, 2, 3, 4, 5, 6, 7);
+        const auto high = __builtin_shufflevector(least, least, 8, 9, 10, 11, 12, 13, 14, 15);
+        const auto half = low < high ? low : high;
+        const auto first = __builtin_shufflevector(half, half, 0, 1, 2, 3);
+        const auto second = __builtin_shufflevector(half, half, 4, 5, 6, 7);
+        quarter = first < second ? first : second;
+    } else if constexpr (bytes == 32) {
+        const auto first = __builtin_shufflevector(least, least, 0, 1, 2, 3);
+        const auto second = __builtin_shufflevector(least, least, 4, 5, 6, 7);
+        quarter = first < second ? first : second;
+    } else {
+        quarter = least;
+    }
+    return std::min(std::min(quarter[0], quarter[1]), std::min(quarter[2], quarter[3]));
+}
+
+template <size_t bytes>
+MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, float &limit)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(float), registers = 4, block = lanes * registers;
+    constexpr size_t valuesPerLook = 4;  // at the limit
+    const size_t points = grid.a.size();
+    const float *const a = grid.a.data(), *const b = grid.b.data(), *const c = grid.c.data();
+    size_t found = points;
+    for (size_t first = 0; first < points; first += block) {
+        Real sum[registers] = {};
+        bool isBelow = true;
+        for (size_t j = 0; j < mixture.values && isBelow;) {
+            const size_t end = std::min(mixture.values, j + valuesPerLook);
+            for (; j < end; ++j) {
+                const float *const row = mixture.table[j];
+                const float one = row[mixture.one], two = row[mixture.two], three = row[mixture.three];
+                const float value = mixture.sample[j];
+                for (size_t i = 0; i < registers; ++i) {
+                    const size_t k = first + i * lanes;
+                    Real sumOf = three * load<bytes>(c + k) + two * load<bytes>(b + k);
+                    sumOf += one * load<bytes>(a + k);
+                    addAbsolute<bytes>(sum[i], sumOf - value);
+                }
+            }
+            // A sum of absolute values never falls, nor does nan become less than anything.
+            isBelow = findLeast<bytes>(sum) < std::bit_cast<int32_t>(limit);
+        }
+        if (!isBelow)
+            continue;
+        const float *const scores = reinterpret_cast<const float *>(sum);
+        for (size_t i = 0; i < block; ++i) {
+            if (scores[i] < limit) {
+                limit = scores[i];
+                found = first + i;
+            }
+        }
+    }
+    return found;
+}
+
+template <size_t bytes>
+MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const float *b, size_t points,
+                              float *scores)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(float);
+    for (size_t first = 0; first < points; first += 2 * lanes) {
+        Real sum[2] = {};
+        for (size_t j = 0; j < mixture.values; ++j) {
+            const float one = mixture.table[j][mixture.one], two = mixture.table[j][mixture.two];
+            const float value = mixture.sample[j];
+            for (size_t i = 0; i < 2; ++i) {
+                const size_t k = first + i * lanes;
+                addAbsolute<bytes>(sum[i], two * load<bytes>(b + k) + one * load<bytes>(a + k) - value);
+            }
+        }
+        std::copy_n(reinterpret_cast<const float *>(sum), 2 * lanes, scores + first);
+    }
+}
+
+// Sixteen mixtures tried at once while looking for weights. Nothing here decides on a result.
+constexpr size_t trials = 16;
+struct Trials {
+    float a[trials], b[trials];
+};
+
+// 4 x 4 of them this far apart around a point, inside the triangle.
+template <size_t bytes>
+MORVEL_INLINE void placeTrials(float a, float b, float spacing, Trials &trial)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(float);
+    static constexpr float columns[]
+        = {-1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5};
+    static constexpr float lines[]
+        = {-1.5, -1.5, -1.5, -1.5, -.5, -.5, -.5, -.5, .5, .5, .5, .5, 1.5, 1.5, 1.5, 1.5};
+    const Real zero = {}, one = zero + 1;
+    for (size_t i = 0; i < trials; i += lanes) {
+        Real nextA = load<bytes>(columns + i) * spacing + a, nextB = load<bytes>(lines + i) * spacing + b;
+        nextA = nextA < zero ? zero : nextA;
+        nextA = nextA > one ? one : nextA;
+        nextB = nextB < zero ? zero : nextB;
+        const Real rest = one - nextA;
+        nextB = nextB > rest ? rest : nextB;
+        *reinterpret_cast<Real *>(trial.a + i) = nextA;
+        *reinterpret_cast<Real *>(trial.b + i) = nextB;
+    }
+}
+
+// The lane of the smallest or largest of 16 positive numbers, but for the last four bits.
+template <bool isLargest>
+MORVEL_INLINE size_t findLane(const float *numbers)
+{
+    // Positive floats are in the order of their bits. A loop over integers becomes wide instructions.
+    int32_t keys[trials];
+    std::memcpy(keys, numbers, sizeof keys);
+    for (size_t i = 0; i < trials; ++i)
+        keys[i] = (keys[i] & ~15) | int32_t(i);
+    int32_t found = keys[0];
+    for (size_t i = 0; i < trials; ++i)
+        found = isLargest ? std::max(found, keys[i]) : std::min(found, keys[i]);
+    return size_t(found & 15);
+}
+
+template <size_t bytes>
+MORVEL_INLINE size_t findNearest(const Mixture &mixture, const Trials &trial)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(float), registers = trials / lanes;
+    Real sum[registers] = {};
+    for (size_t j = 0; j < mixture.values; ++j) {
+        const float *const row = mixture.table[j];
+        const float three = row[mixture.three], base = three - mixture.sample[j];
+        const float one = row[mixture.one] - three, two = row[mixture.two] - three;
+        for (size_t i = 0; i < registers; ++i) {
+            const size_t k = i * lanes;
+            const auto mixed = one * load<bytes>(trial.a + k) + two * load<bytes>(trial.b + k);
+            addAbsolute<bytes>(sum[i], mixed + base);
+        }
+    }
+    return findLane<false>(reinterpret_cast<const float *>(sum));
+}
+
+// A difference counts in full from this part of the populations' own differences on, and in proportion below.
+constexpr float fullDifference = 0.05f;
+
+// The trial whose weights add up to most.
+template <size_t bytes>
+MORVEL_INLINE size_t findHeaviest(const Mixture &mixture, const float *scales, const Trials &trial)
+{
+    using Real = typename Lanes<bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(float), registers = trials / lanes;
+    Real sum1[registers] = {}, sum2[registers] = {}, sum3[registers] = {};
+    for (size_t j = 0; j < mixture.values; ++j) {
+        const float *const row = mixture.table[j];
+        const float value = mixture.sample[j];
+        const float t1 = row[mixture.one], t2 = row[mixture.two], t3 = row[mixture.three];
+        const float scale = scales[j];
+        for (size_t i = 0; i < registers; ++i) {
+            const Real difference = (t1 - t3) * load<bytes>(trial.a + i * lanes)
+                + (t2 - t3) * load<bytes>(trial.b + i * lanes) + (t3 - value);
+            const Real one = Real{} + 1;
+            Real weight = difference * scale;
+            weight = weight > one ? one : weight;
+            weight = weight < -one ? -one : weight;
+            sum1[i] += weight * (t1 - value);
+            sum2[i] += weight * (t2 - value);
+            sum3[i] += weight * (t3 - value);
+        }
+    }
+    for (size_t i = 0; i < registers; ++i) {
+        sum1[i] = sum1[i] < sum2[i] ? sum1[i] : sum2[i];
+        sum1[i] = sum1[i] < sum3[i] ? sum1[i] : sum3[i];
+        sum1[i] = sum1[i] > 0 ? sum1[i] : Real{};
+    }
+    return findLane<true>(reinterpret_cast<const float *>(sum1));
+}
+
+template <size_t bytes>
+MORVEL_INLINE void findWeights(const Mixture &mixture, float *weights)
+{
+    float *const scales = weights;
+    for (size_t j = 0; j < mixture.values; ++j) {
+        const float *const row = mixture.table[j];
+        const float t1 = row[mixture.one], t2 = row[mixture.two], t3 = row[mixture.three];
+        const float spread = std::max(std::max(t1, t2), t3) - std::min(std::min(t1, t2), t3);
+        scales[j] = fullDifference * spread + 1e-30f;
+    }
+    for (size_t j = 0; j < mixture.values; ++j)
+        scales[j] = 1 / scales[j];
+    Trials trial;
+    placeTrials<bytes>(0.375f, 0.375f, 0.25f, trial);
+    size_t best = findNearest<bytes>(mixture, trial);
+    placeTrials<bytes>(trial.a[best], trial.b[best], 0.1f, trial);
+    best = findNearest<bytes>(mixture, trial);
+    placeTrials<bytes>(trial.a[best], trial.b[best], 0.03f, trial);
+    best = findHeaviest<bytes>(mixture, scales, trial);
+    const float a = trial.a[best], b = trial.b[best];
+    for (size_t j = 0; j < mixture.values; ++j) {
+        const float *const row = mixture.table[j];
+        const float t1 = row[mixture.one], t2 = row[mixture.two], t3 = row[mixture.three];
+        const float weight = ((t1 - t3) * a + (t2 - t3) * b + (t3 - mixture.sample[j])) * scales[j];
+        weights[j] = weight > 1 ? 1 : weight < -1 ? -1 : weight;
+    }
+}
+
+#define MORVEL_KERNELS(name, bytes, target)                                                                  \
+    target static size_t findBest##name(const Mixture &mixture, const Grid &grid, float &limit)              \
+    {                                                                                                        \
+        return findBest<bytes>(mixture, grid, limit);                                                        \
+    }                                                                                                        \
+    target static void scorePairs##name(const Mixture &mixture, const float *a, const float *b,              \
+                                        size_t points, float *scores)                                        \
+    {                                                                                                        \
+        scorePairs<bytes>(mixture, a, b, points, scores);                                                    \
+    }                                                                                                        \
+    target static void findWeights##name(const Mixture &mixture, float *weights)                             \
+    {                                                                                                        \
+        findWeights<bytes>(mixture, weights);                                                                \
+    }
+
+MORVEL_KERNELS(Plain, 16, )
+#if defined(MORVEL_WIDE_KERNELS)
+MORVEL_KERNELS(Avx2, 32, __attribute__((target("avx2"))))
+MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
+#endif
+
+static const SearchKernels kernels[] = {
+    {"plain", [] { return true; }, findBestPlain, scorePairsPlain, findWeightsPlain},
+#if defined(MORVEL_WIDE_KERNELS)
+    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, findBestAvx2, scorePairsAvx2,
+     findWeightsAvx2},
+    {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, findBestAvx512, scorePairsAvx512,
+     findWeightsAvx512},
+#endif
+};
+
+std::span<const SearchKernels> allSearchKernels()
+{
+    return kernels;
+}
+
+const SearchKernels &widestSearchKernels()
+{
+    const SearchKernels *widest = kernels;
+    for (const SearchKernels &each : kernels) {
+        if (each.isSupported())
+            widest = &each;
+    }
+    return *widest;
+}

@@ -1,0 +1,47 @@
+// The arithmetic of the mixture searches, many points of a grid at once. Every lane does the operations of
+// the plain loop in their order, so the results do not depend on the width of the instructions.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+// Points are scored in blocks of at most this many.
+inline constexpr size_t maxBlock = 64;
+
+// Proportions to try, in the order of the search; filled up with nan to whole blocks.
+struct Grid {
+    float step = 0;
+    std::vector<float> a, b, c;
+};
+
+// A sample and the populations it is held against.
+struct Mixture {
+    const float *const *table;  // [value][population]
+    const float *sample;        // [value]
+    size_t values;
+    int one, two, three;        // populations
+};
+
+struct SearchKernels {
+    const char *name;
+    bool (*isSupported)();
+
+    // The first of the points with the least score below `limit`, which becomes that score; the number of
+    // points where there is none. Only what cannot fall below the limit any more is left unfinished.
+    size_t (*findBest)(const Mixture &mixture, const Grid &grid, float &limit);
+
+    // The score of every mixture a * one + b * two; for whole blocks.
+    void (*scorePairs)(const Mixture &mixture, const float *a, const float *b, size_t points,
+                       float *scores);
+
+    // Weights of the values, from -1 to 1, with which the differences between each of the three populations
+    // and the sample add up to as much as possible.
+    void (*findWeights)(const Mixture &mixture, float *weights);
+};
+
+// From the narrowest instructions to the widest; the first ones run everywhere.
+std::span<const SearchKernels> allSearchKernels();
+
+// The widest that this processor supports.
+const SearchKernels &widestSearchKernels();
