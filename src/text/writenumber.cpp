@@ -83,8 +83,10 @@ char *writeFixed3(char *out, float value)
         return std::to_chars(out, out + maxFixedSize, value, std::chars_format::fixed, 3).ptr;
     if (std::signbit(value))
         *out++ = '-';
-    // 24 bits times 1000 fit a double, so the one rounding is that of the last digit.
-    const uint64_t thousandths = uint64_t(std::nearbyint(std::abs(double(value) * 1000)));
+    // 24 bits times 1000 fit a double, so the one rounding is that of the last digit: behind 2^52 a double has only
+    // whole numbers.
+    const double shifted = std::abs(double(value) * 1000) + 0x1p52;
+    const uint64_t thousandths = std::bit_cast<uint64_t>(shifted) & ((uint64_t(1) << 52) - 1);
     const uint64_t whole = thousandths / 1000;
     uint64_t decimals = thousandths % 1000;
     if (whole < 10)
