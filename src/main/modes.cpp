@@ -71,8 +71,8 @@ static constexpr Mode modes[] = {
     {"GWAS3", gwas3, gwas3Options},
     {"regscan1", reportUnavailable, regscan1Options},
     {"REGSCAN1", nullptr, regscan1Options},  // on purpose: collects, then nothing runs
-    {"family", reportUnavailable, familyOptions},
-    {"fam", reportUnavailable, familyOptions},
+    {"family", family, familyOptions},
+    {"fam", family, familyOptions},
     {"levin", reportUnavailable, levinOptions},
     {"read1", readTest1, {}},
     {"read2", readTest2, {}},
