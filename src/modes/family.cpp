@@ -1,6 +1,6 @@
-// Families: a table of pairs (identifier, identifier, value) becomes the groups of individuals that are connected
-// by pairs with a value of at least a threshold. A line of counts is added to the statistics file; on request each
-// family is written with the matrix of all its values.
+// Families: a table of pairs (identifier, identifier, value) becomes the groups of individuals that are
+// connected by pairs with a value of at least a threshold. A line of counts is added to the statistics file;
+// on request each family is written with the matrix of all its values.
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/modes.h"
@@ -54,8 +54,9 @@ static void readOptions()
     header = first == "yes" || first == "Yes";
 }
 
-// Remembers the pairs accepted so far by the key SMALLER.vs.LARGER. Two different pairs can have the same key, and on
-// purpose the second one is refused; but only where "vs" occurs in both, and all other pairs are kept by number.
+// Remembers the pairs accepted so far by the key SMALLER.vs.LARGER. Two different pairs can have the same
+// key, and on purpose the second one is refused; but only where "vs" occurs in both, and all other pairs are
+// kept by number.
 class PairKeys {
 public:
     bool isNew(const Joined &pair)
@@ -77,12 +78,6 @@ private:
     std::string m_key;
 };
 
-static void listForMatrix(const PairFields &fields)
-{
-    listed.push_back({identifiers.number(fields.first), identifiers.number(fields.second),
-                      text::readDouble(fields.value)});
-}
-
 static void reportDuplicate(int64_t rowcounter)
 {
     print("Duplicate declaration (not used) at %lld\n", static_cast<long long>(rowcounter));
@@ -92,11 +87,14 @@ static void readPairs(text::LineReader &in)
 {
     PairKeys mergedID;
     std::string_view line;
-    int order = 0;  // 1 or 2: orientation of the last line accepted; 0: a self comparison, -1: below the threshold
+    int order = 0;  // of the last line: 1 or 2 by its orientation, 0 a self comparison, -1 not joined
     int64_t rowcounter = 0;
     // The matrix shows the header line as well, where it is a pair.
-    if (header && in.next(line) && showMatrix && !line.empty())
-        listForMatrix(splitPair(line, delim));
+    if (header && in.next(line) && showMatrix && !line.empty()) {
+        const PairFields fields = splitPair(line, delim);
+        const uint32_t first = identifiers.number(fields.first);
+        listed.push_back({first, identifiers.number(fields.second), text::readDouble(fields.value)});
+    }
     while (in.next(line)) {
         if (line.empty()) {
             if (order > 0)  // on purpose: the pair before it is tried once more
@@ -107,17 +105,22 @@ static void readPairs(text::LineReader &in)
         ++rowcounter;
         if (fields.count != 3)
             fatal("error in input file\n");
-        if (showMatrix)
-            listForMatrix(fields);
+        const double value = text::readDouble(fields.value);
+        const bool isJoined = value >= thold;
         order = -1;
-        if (!(text::readDouble(fields.value) >= thold))
+        if (!isJoined && !showMatrix)
+            continue;
+        const uint32_t first = identifiers.number(fields.first), second = identifiers.number(fields.second);
+        if (showMatrix)
+            listed.push_back({first, second, value});
+        if (!isJoined)
             continue;
         Joined pair;
         if (fields.first < fields.second) {
-            pair = {identifiers.number(fields.first), identifiers.number(fields.second)};
+            pair = {first, second};
             order = 1;
         } else if (fields.second < fields.first) {
-            pair = {identifiers.number(fields.second), identifiers.number(fields.first)};
+            pair = {second, first};
             order = 2;
         } else if (fields.first == fields.second) {
             print("Comparison with self at %lld\n", static_cast<long long>(rowcounter));
@@ -144,8 +147,8 @@ static void writeMembers(const std::vector<uint32_t> &Family, char separator, te
     out.put('\n');
 }
 
-// Writes a row of cells for each member, and an empty line. position[individual] is the place in the family; it may
-// tell nothing about individuals of other families, but they are in no pair with a member that shows.
+// Writes a row of cells for each member, and an empty line. position[individual] is the place in the family;
+// it may tell nothing about individuals of other families, but they are in no pair with a member that shows.
 static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<uint32_t> &position,
                         PairLists &lists, text::Writer &out)
 {
@@ -190,8 +193,8 @@ struct FamilyCounts {
     size_t maxfam = 0;          // individuals of the largest one
 };
 
-// Grows a family from the first pair that is in none yet, member by member, each bringing in its own pairs' other
-// individuals in the order of the pairs; and so on.
+// Grows a family from the first pair that is in none yet, member by member, each bringing in its own pairs'
+// other individuals in the order of the pairs; and so on.
 static FamilyCounts reportFamilies(text::Writer &out)
 {
     PairLists pairsOf(joined, identifiers.size());
