@@ -13,3 +13,5 @@ void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins
 void gwas3();         // fast association scan over genotype classes
 void family();        // families among pairs of relatives
+void relout5();       // removal of related individuals
+void relout6();       // removal of related individuals by marking

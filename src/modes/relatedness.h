@@ -46,12 +46,12 @@ private:
 
     std::string m_bytes;         // all names in a row
     std::vector<size_t> m_ends;  // of each name
-    std::vector<Slot> m_slots;   // a power of two, less than two thirds taken; a name is in the first free slot
-                                 // from the one that its hash names
+    std::vector<Slot> m_slots;   // a power of two, at most two thirds taken; a name is in the first
+                                 // slot that was free from the one that its hash names
 };
 
-// Which pairs each individual is in, in the order of the pairs; a pair with itself once. A pair has its individuals'
-// numbers in ID1 and ID2.
+// Which pairs each individual is in, in the order of the pairs; a pair with itself once. A pair has its
+// individuals' numbers in ID1 and ID2.
 class PairLists {
 public:
     template <class Pair>
