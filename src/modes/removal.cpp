@@ -199,17 +199,17 @@ void Removal::putInOrder()
     m_leftBefore.resize(m_left + 1);
     for (uint32_t place = 0; place < m_left; ++place) {
         const uint32_t individual = m_tables.P_ID[m_entries[place]];
-        double key = 0;
+        double key = 0, IDvalue = 0;
         // No sum up to -999999.9 is preferred to any other, and no weight from 999999.9 on. NaN is neither.
-        if (m_mode == 1 && m_left > 1) {
-            const double IDvalue = sumOfValues(individual);
+        if (m_mode == 1) {
+            IDvalue = sumOfValues(individual);
             key = IDvalue > -999999.9 ? -IDvalue : 999999.9;
         } else if (m_mode == 2) {
             // On purpose that of the individual's first entry, also for its others.
             const double weight = m_tables.PValues[m_tables.firstEntry[individual]];
             key = weight < 999999.9 ? weight : 999999.9;
         }
-        m_order[place] = {key, place};
+        m_order[place] = {key, IDvalue, place};
         m_place[m_entries[place]] = place;
         m_leftBefore[place + 1] = (place + 1) & -(place + 1);
     }
@@ -250,7 +250,8 @@ std::optional<Choice> Removal::choose()
     size_t loc = 0;
     for (uint32_t at = place; at > 0; at -= at & -at)
         loc += m_leftBefore[at];
-    return Choice{individual, m_level, sumOfValues(individual), loc, m_left};
+    const double IDvalue = m_mode == 1 ? m_order[m_next].IDvalue : sumOfValues(individual);
+    return Choice{individual, m_level, IDvalue, loc, m_left};
 }
 
 void Removal::writeRow(const Choice &choice, size_t entriesLeft, text::Writer &out) const

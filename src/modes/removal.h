@@ -104,6 +104,7 @@ private:
     std::vector<uint32_t> m_leftBefore;   // candidates left, as a Fenwick tree over places from 1
     struct Preference {
         double key;                       // the least one first, ties by place
+        double IDvalue;                   // with tie-break 1: the sum of values
         uint32_t place;
     };
     std::vector<Preference> m_order;
