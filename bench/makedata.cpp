@@ -1,11 +1,16 @@
-// Makes benchmark data: genotype triplets as imputation programs write them, and phenotypes.
+// Makes benchmark data: genotype triplets as imputation programs write them, phenotypes, pairs of relatives, and
+// weights for them.
 //   makedata triplets INDIVIDUALS MARKERS > FILE
 //   makedata phenotypes INDIVIDUALS PHENOTYPES > FILE
+//   makedata pairs INDIVIDUALS PAIRS > FILE
+//   makedata weights INDIVIDUALS LISTED > FILE
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 static std::mt19937_64 generator(20240229);
 
@@ -69,6 +74,48 @@ static void makePhenotypes(unsigned individuals, unsigned phenotypes)
     }
 }
 
+// An individual's name, without the order of the families in it.
+static unsigned nameOf(unsigned individual, unsigned individuals)
+{
+    return 1000000 + unsigned(uint64_t(individual) * 7368787 % individuals);
+}
+
+// For each 100,000 pairs a cluster of 200 to 300 individuals in which every second pair is related; then families of 2
+// to 6 in which 7 of 10 are, as long as there are individuals. In random order.
+static void makePairs(unsigned individuals, unsigned pairs)
+{
+    std::vector<std::pair<unsigned, unsigned>> table;
+    const auto relate = [&](unsigned first, unsigned size, unsigned ofTen) {
+        for (unsigned i = first; i < first + size; ++i) {
+            for (unsigned k = i + 1; k < first + size; ++k) {
+                if (table.size() < pairs && below(10) < ofTen)
+                    table.emplace_back(i, k);
+            }
+        }
+    };
+    unsigned first = 0;
+    for (unsigned cluster = 0; cluster < pairs / 100000; ++cluster) {
+        const unsigned size = 200 + below(101);
+        relate(first, size, 5);
+        first += size;
+    }
+    while (first + 6 <= individuals) {
+        const unsigned size = 2 + below(5);
+        relate(first, size, 7);
+        first += size;
+    }
+    for (unsigned i = unsigned(table.size()); i > 1; --i)
+        std::swap(table[i - 1], table[below(i)]);
+    for (const auto &[one, other] : table)
+        std::printf("ID%u\tID%u\t0.%04u\n", nameOf(one, individuals), nameOf(other, individuals), 442 + below(4600));
+}
+
+static void makeWeights(unsigned individuals, unsigned listed)
+{
+    for (unsigned i = 0; i < listed; ++i)
+        std::printf("ID%u\t0.%05u\n", nameOf(below(individuals), individuals), below(100000));
+}
+
 int main(int argc, char **argv)
 {
     if (argc != 4)
@@ -77,6 +124,10 @@ int main(int argc, char **argv)
     const unsigned lines = unsigned(std::atoi(argv[3]));
     if (std::strcmp(argv[1], "triplets") == 0)
         makeTriplets(individuals, lines);
+    else if (std::strcmp(argv[1], "pairs") == 0)
+        makePairs(individuals, lines);
+    else if (std::strcmp(argv[1], "weights") == 0)
+        makeWeights(individuals, lines);
     else
         makePhenotypes(individuals, lines);
     return std::fflush(stdout) == 0 ? 0 : 1;

@@ -13,3 +13,6 @@ void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins
 void gwas3();         // fast association scan over genotype classes
 void mixFit();        // samples as mixtures of reference populations
+void family();        // families among pairs of relatives
+void relout5();       // removal of related individuals
+void relout6();       // removal of related individuals by marking

@@ -25,6 +25,9 @@ public:
     bool open(const std::string &name, size_t block = size_t(256) << 10);
     void close();
 
+    // From now on a "\r" right before a line's end stays in the line.
+    void keepReturns() { m_keepsReturns = true; }
+
     // The next line without its end, valid until the next call; false after the last one.
     bool next(std::string_view &line)
     {
@@ -60,7 +63,7 @@ private:
     void take(const char *first, const char *end, std::string_view &line)
     {
         m_next = size_t(end - m_buffer.get()) + 1;
-        if (end != first && end[-1] == '\r')
+        if (end != first && end[-1] == '\r' && !m_keepsReturns)
             --end;
         line = {first, size_t(end - first)};
     }
@@ -73,6 +76,7 @@ private:
     size_t m_next = 0;  // first byte not handed out
     size_t m_end = 0;   // behind the last byte read
     int m_file = -1;
+    bool m_keepsReturns = false;
 };
 
 } // namespace text

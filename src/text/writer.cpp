@@ -11,9 +11,19 @@ static Writer *firstOpen = nullptr;
 
 bool Writer::open(const std::string &name)
 {
+    return openWith(O_TRUNC, name);
+}
+
+bool Writer::openToAppend(const std::string &name)
+{
+    return openWith(O_APPEND, name);
+}
+
+bool Writer::openWith(int flags, const std::string &name)
+{
     close();
     do {
-        m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
     } while (m_file < 0 && errno == EINTR);
     if (m_file < 0)
         return false;

@@ -24,6 +24,8 @@ public:
 
     // Creates or empties the file; false when it cannot be opened.
     bool open(const std::string &name);
+    // Creates the file, or goes on behind what is in it.
+    bool openToAppend(const std::string &name);
     void close();
     void flush();
 
@@ -54,6 +56,7 @@ public:
 private:
     static constexpr size_t bufferSize = capacity + 1;  // room for the last byte, which waits in the buffer
 
+    bool openWith(int flags, const std::string &name);
     void writeAllButLast();
     void write(const char *bytes, size_t size);
 

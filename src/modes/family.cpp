@@ -1,0 +1,272 @@
+// Families: a table of pairs (identifier, identifier, value) becomes the groups of individuals that are
+// connected by pairs with a value of at least a threshold. A line of counts is added to the statistics file;
+// on request each family is written with the matrix of all its values.
+#include "main/console.h"
+#include "main/options.h"
+#include "modes/modes.h"
+#include "modes/relatedness.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/writer.h"
+
+#include <algorithm>
+#include <cmath>
+
+static std::string filename;
+static std::string Outname;
+static std::string statsname;
+static char delim;
+static double thold;     // least value that joins two individuals
+static int fsize;        // least number of individuals of a family that is reported
+static bool showMatrix;
+static bool header;
+
+// A pair that joins: the smaller identifier first.
+struct Joined {
+    uint32_t ID1, ID2;
+};
+// A line of the input as the matrix shows it, whatever its value.
+struct Listed {
+    uint32_t ID1, ID2;
+    double value;
+};
+
+static Identifiers identifiers;
+static std::vector<Joined> joined;
+static std::vector<Listed> listed;  // for the matrix only
+
+static void readOptions()
+{
+    const auto file = option("-file");
+    if (!file)
+        fatal("You need to specify '-file'.\n\n");
+    filename = *file;
+    const auto out = option("-out");
+    if (!out)
+        print("output name = input name + '.out'\n");
+    Outname = out.value_or(filename + ".out");
+    statsname = Outname + ".stats";
+    delim = pairDelimiter(textOption("-delim", "tab"));
+    thold = realOption("-threshold", 0.1);
+    fsize = std::max(integerOption("-familysize", 2), 2);
+    showMatrix = textOption("-showmatrix", "no") == "yes";
+    const std::string first = textOption("-header", "no");
+    header = first == "yes" || first == "Yes";
+}
+
+// Remembers the pairs accepted so far by the key SMALLER.vs.LARGER. Two different pairs can have the same
+// key, and on purpose the second one is refused; but only where "vs" occurs in both, and all other pairs are
+// kept by number.
+class PairKeys {
+public:
+    bool isNew(const Joined &pair)
+    {
+        const std::string_view first = identifiers.name(pair.ID1), second = identifiers.name(pair.ID2);
+        const bool isSpelled = first.find("vs") != first.npos || second.find("vs") != second.npos;
+        if (isSpelled)
+            m_key.assign(first).append(".vs.").append(second);
+        else
+            m_key.assign(reinterpret_cast<const char *>(&pair), sizeof pair);
+        Identifiers &mergedID = isSpelled ? m_spelled : m_numbers;
+        const size_t before = mergedID.size();
+        mergedID.number(m_key);
+        return mergedID.size() > before;
+    }
+
+private:
+    Identifiers m_numbers, m_spelled;
+    std::string m_key;
+};
+
+static void reportDuplicate(int64_t rowcounter)
+{
+    print("Duplicate declaration (not used) at %lld\n", static_cast<long long>(rowcounter));
+}
+
+static void readPairs(text::LineReader &in)
+{
+    PairKeys mergedID;
+    std::string_view line;
+    int order = 0;  // of the last line: 1 or 2 by its orientation, 0 a self comparison, -1 not joined
+    int64_t rowcounter = 0;
+    // The matrix shows the header line as well, where it is a pair.
+    if (header && in.next(line) && showMatrix && !line.empty()) {
+        const PairFields fields = splitPair(line, delim);
+        const uint32_t first = identifiers.number(fields.first);
+        listed.push_back({first, identifiers.number(fields.second), text::readDouble(fields.value)});
+    }
+    while (in.next(line)) {
+        if (line.empty()) {
+            if (order > 0)  // on purpose: the pair before it is tried once more
+                reportDuplicate(rowcounter);
+            continue;
+        }
+        const PairFields fields = splitPair(line, delim);
+        ++rowcounter;
+        if (fields.count != 3)
+            fatal("error in input file\n");
+        const double value = text::readDouble(fields.value);
+        const bool isJoined = value >= thold;
+        order = -1;
+        if (!isJoined && !showMatrix)
+            continue;
+        const uint32_t first = identifiers.number(fields.first), second = identifiers.number(fields.second);
+        if (showMatrix)
+            listed.push_back({first, second, value});
+        if (!isJoined)
+            continue;
+        Joined pair;
+        if (fields.first < fields.second) {
+            pair = {first, second};
+            order = 1;
+        } else if (fields.second < fields.first) {
+            pair = {second, first};
+            order = 2;
+        } else if (fields.first == fields.second) {
+            print("Comparison with self at %lld\n", static_cast<long long>(rowcounter));
+            order = 0;
+            continue;
+        } else {
+            print("Unexpected\n");
+            continue;
+        }
+        if (mergedID.isNew(pair))
+            joined.push_back(pair);
+        else
+            reportDuplicate(rowcounter);
+    }
+}
+
+static void writeMembers(const std::vector<uint32_t> &Family, char separator, text::Writer &out)
+{
+    for (size_t f = 0; f < Family.size(); ++f) {
+        if (f > 0)
+            out.put(separator);
+        out.put(identifiers.name(Family[f]));
+    }
+    out.put('\n');
+}
+
+// Writes a row of cells for each member, and an empty line. position[individual] is the place in the family;
+// it may tell nothing about individuals of other families, but they are in no pair with a member that shows.
+static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<uint32_t> &position,
+                        PairLists &lists, text::Writer &out)
+{
+    out.put('\t');
+    writeMembers(Family, '\t', out);
+    std::vector<uint32_t> cells(Family.size(), none);  // of a row: its line in `listed`; none shows as 0
+    for (size_t row = 0; row < Family.size(); ++row) {
+        const auto isMember = [&](uint32_t individual) {
+            return position[individual] < Family.size() && Family[position[individual]] == individual;
+        };
+        const auto other = [&](uint32_t j) {
+            return listed[j].ID1 == Family[row] ? listed[j].ID2 : listed[j].ID1;
+        };
+        for (const uint32_t j : lists.of(Family[row])) {
+            if (isMember(other(j)))
+                cells[position[other(j)]] = j;  // a later line overwrites an earlier one
+        }
+        out.put(identifiers.name(Family[row]));
+        for (size_t column = 0; column < cells.size(); ++column) {
+            out.put('\t');
+            if (column == row) {
+                out.put('1');
+            } else if (cells[column] == none) {
+                out.put('0');
+            } else {
+                // As by printf's "%g", which shows the sign of zero.
+                const double value = listed[cells[column]].value;
+                if (value == 0 && std::signbit(value))
+                    out.put('-');
+                out.put(value);
+            }
+            cells[column] = none;
+        }
+        out.put('\n');
+    }
+    out.put('\n');
+}
+
+struct FamilyCounts {
+    size_t famnum = 0;          // families reported
+    size_t totalfamilyind = 0;  // their individuals
+    size_t maxfam = 0;          // individuals of the largest one
+};
+
+// Grows a family from the first pair that is in none yet, member by member, each bringing in its own pairs'
+// other individuals in the order of the pairs; and so on.
+static FamilyCounts reportFamilies(text::Writer &out)
+{
+    PairLists pairsOf(joined, identifiers.size());
+    PairLists linesOf(listed, identifiers.size());
+    std::vector<uint32_t> position(identifiers.size(), none);  // in the individual's family
+    std::vector<uint32_t> Family;
+    const auto append = [&](uint32_t individual) {
+        if (position[individual] != none)
+            return;
+        position[individual] = uint32_t(Family.size());
+        Family.push_back(individual);
+    };
+    FamilyCounts counts;
+    for (const Joined &first : joined) {
+        if (position[first.ID1] != none)
+            continue;
+        Family.clear();
+        append(first.ID1);
+        append(first.ID2);
+        for (size_t f = 0; f < Family.size(); ++f) {
+            const uint32_t member = Family[f];
+            for (const uint32_t j : pairsOf.of(member))
+                append(joined[j].ID1 == member ? joined[j].ID2 : joined[j].ID1);
+        }
+        if (Family.size() < size_t(fsize))
+            continue;
+        ++counts.famnum;
+        counts.maxfam = std::max(counts.maxfam, Family.size());
+        counts.totalfamilyind += Family.size();
+        if (showMatrix) {
+            out.put(counts.famnum);
+            out.put(") ");
+            out.put(Family.size());
+            out.put(" x  ");
+            writeMembers(Family, ' ', out);
+            out.put('\n');
+            writeMatrix(Family, position, linesOf, out);
+        }
+    }
+    return counts;
+}
+
+static void writeSummary(const FamilyCounts &counts, text::Writer &stats)
+{
+    stats.put("fsize ");
+    stats.put(fsize);
+    stats.put(" thold ");
+    stats.put(thold);
+    stats.put(" totind ");
+    stats.put(counts.totalfamilyind);
+    stats.put(" famnum ");
+    stats.put(counts.famnum);
+    stats.put(" avg ");
+    stats.put(counts.famnum == 0 ? 0.0 : double(counts.totalfamilyind) / double(counts.famnum));
+    stats.put(" maxfam ");
+    stats.put(counts.maxfam);
+    stats.put('\n');
+}
+
+void family()
+{
+    readOptions();
+    print("running family()\n\n");
+    refuseSameFiles({filename}, {Outname, statsname});
+    text::LineReader in;
+    text::Writer out, stats;
+    if (!out.open(Outname) || !in.open(filename) || !stats.openToAppend(statsname))
+        quit();  // silent by design
+    in.keepReturns();
+    readPairs(in);
+    const FamilyCounts counts = reportFamilies(out);
+    writeSummary(counts, stats);
+    out.close();
+    stats.close();
+}

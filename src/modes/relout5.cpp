@@ -1,0 +1,139 @@
+// Removal of related individuals: from a table of pairs (identifier, identifier, value) the individual in the
+// most pairs is removed, and so on until no pair is left. A row is written for each: its place among the
+// candidates, identifier, pairs, sum of their values, individuals left before, candidates; with tie-break 2
+// its weight.
+#include "main/console.h"
+#include "main/options.h"
+#include "modes/modes.h"
+#include "modes/removal.h"
+
+#include <algorithm>
+
+static RemovalOptions options;
+static int pidsize;  // cycles go on while at least so many individuals are in pairs
+
+static void readOptions()
+{
+    options = readRemovalOptions();
+    if (options.limit < 0)
+        options.limit = 0;
+    pidsize = std::max(integerOption("-pidsize", 1), 1);
+    char text[text::maxRealSize];
+    print("limit= %.*s pidsize=%d\n", int(text::writeReal(text, options.limit) - text), text, pidsize);
+    print("Mode=%d\n", options.mode);
+    print("Pdefault=%d\n", int(options.pdefault));
+}
+
+// The pairs and the individuals that are left, each in their order.
+class Lists {
+public:
+    Lists(RemovalTables &tables, Removal &removal)
+        : m_tables(tables)
+        , m_removal(removal)
+        , m_pairsLeft(tables.pairs.size())
+        , m_entriesLeft(tables.P_ID.size())
+    {
+    }
+
+    size_t pairsLeft() const { return m_pairsLeft; }
+    size_t entriesLeft() const { return m_entriesLeft; }
+
+    // Removes the individual's pairs, and then the individuals that are in no pair any more. On purpose,
+    // where the first one of a list is removed, the one behind it is passed over, and stays until a later
+    // cycle.
+    void remove(uint32_t individual)
+    {
+        m_touched.clear();
+        removePairs(individual);
+        removeEntries();
+    }
+
+private:
+    void removePairs(uint32_t individual)
+    {
+        std::vector<RelatedPair> &pairs = m_tables.pairs;
+        uint32_t passedOver = none;
+        skipRemovedPairs();
+        if (pairs[m_firstPair].ID1 == individual || pairs[m_firstPair].ID2 == individual) {
+            removePair(m_firstPair);
+            skipRemovedPairs();
+            passedOver = m_firstPair;
+        }
+        for (const uint32_t j : m_removal.pairsOf(individual)) {
+            if (pairs[j].ID1 != none && j != passedOver)
+                removePair(j);
+        }
+    }
+
+    void removePair(uint32_t pair)
+    {
+        m_removal.removePair(pair, m_touched);
+        --m_pairsLeft;
+    }
+
+    void skipRemovedPairs()
+    {
+        while (m_firstPair < m_tables.pairs.size() && m_tables.pairs[m_firstPair].ID1 == none)
+            ++m_firstPair;
+    }
+
+    // Those without a pair are the ones that just lost their last, and the first one if it was passed over
+    // before.
+    void removeEntries()
+    {
+        const std::vector<uint32_t> &P_ID = m_tables.P_ID;
+        uint32_t passedOver = none;
+        skipRemovedEntries();
+        if (m_firstEntry < P_ID.size() && m_removal.countOf(P_ID[m_firstEntry]) == 0) {
+            removeEntry(m_firstEntry);
+            skipRemovedEntries();
+            passedOver = m_firstEntry;
+        }
+        for (const uint32_t individual : m_touched) {
+            if (m_removal.countOf(individual) > 0)
+                continue;
+            uint32_t entry = m_tables.firstEntry[individual];
+            for (; entry != none; entry = m_tables.nextEntry[entry]) {
+                if (P_ID[entry] != none && entry != passedOver)
+                    removeEntry(entry);
+            }
+        }
+    }
+
+    void removeEntry(uint32_t entry)
+    {
+        m_tables.P_ID[entry] = none;
+        --m_entriesLeft;
+    }
+
+    void skipRemovedEntries()
+    {
+        while (m_firstEntry < m_tables.P_ID.size() && m_tables.P_ID[m_firstEntry] == none)
+            ++m_firstEntry;
+    }
+
+    RemovalTables &m_tables;
+    Removal &m_removal;
+    size_t m_pairsLeft, m_entriesLeft;
+    uint32_t m_firstPair = 0, m_firstEntry = 0;  // of those left, once the removed ones are skipped
+    std::vector<uint32_t> m_touched;             // individuals that lost pairs in this cycle
+};
+
+void relout5()
+{
+    readOptions();
+    print("running relout5()\n");
+    refuseSameFiles({options.filename, options.pfile.value_or("")}, {options.outname});
+    text::Writer out;
+    RemovalTables tables = readRemovalTables(options, "Pfile read in", out);
+    Removal removal(tables, options.mode);
+    Lists lists(tables, removal);
+    long long whiletimes = 0;
+    while (lists.pairsLeft() > 0 && lists.entriesLeft() >= size_t(pidsize)) {
+        const Choice choice = *removal.choose();  // whoever is in a pair is in P_ID
+        removal.writeRow(choice, lists.entriesLeft(), out);
+        lists.remove(choice.individual);
+        print("%lld done; remaining %zu\n", ++whiletimes, lists.entriesLeft());
+    }
+    out.close();
+}

@@ -1,0 +1,99 @@
+// Removal of related individuals by marking: as in relout5, but nothing moves up in a list, pairs with a
+// value of 0 and less count but are never removed, and cycles go on while two individuals are left in a pair
+// above 0.
+#include "main/console.h"
+#include "modes/modes.h"
+#include "modes/removal.h"
+
+static RemovalOptions options;
+
+static void readOptions()
+{
+    options = readRemovalOptions();
+    print("Mode=%d\n", options.mode);
+    print("Pdefault=%d\n", int(options.pdefault));
+}
+
+// The pairs and individuals by whether they are marked as removed.
+class Marks {
+public:
+    Marks(RemovalTables &tables, Removal &removal)
+        : m_tables(tables)
+        , m_removal(removal)
+        , m_pentrynum(tables.P_ID.size())
+        , m_lastingPairs(tables.identifiers.size())
+    {
+        for (const RelatedPair &pair : tables.pairs) {
+            if (pair.value > 0)
+                continue;
+            ++m_lastingPairs[pair.ID1];
+            m_lastingPairs[pair.ID2] += pair.ID1 != pair.ID2;
+        }
+        // On purpose an individual of this name is the same as a removed one, though it counts in the first
+        // cycle.
+        const uint32_t named = tables.identifiers.find("NA");
+        if (named != none)
+            removal.dismiss(named);
+    }
+
+    size_t pentrynum() const { return m_pentrynum; }
+
+    // Removes the individual's live pairs, and whoever is in no live pair any more.
+    void remove(uint32_t individual)
+    {
+        m_touched.clear();
+        for (const uint32_t j : m_removal.pairsOf(individual)) {
+            if (m_tables.pairs[j].ID1 != none && m_tables.pairs[j].value > 0)
+                m_removal.removePair(j, m_touched);
+        }
+        if (m_isFirst) {
+            for (uint32_t i = 0; i < m_tables.identifiers.size(); ++i)
+                m_touched.push_back(i);
+            m_isFirst = false;
+        }
+        for (const uint32_t other : m_touched) {
+            // A dismissed one has a count of 0.
+            if (m_removal.countOf(other) <= m_lastingPairs[other])
+                removeIndividual(other);
+        }
+    }
+
+private:
+    void removeIndividual(uint32_t individual)
+    {
+        m_removal.dismiss(individual);
+        uint32_t entry = m_tables.firstEntry[individual];
+        for (; entry != none && m_tables.P_ID[entry] != none; entry = m_tables.nextEntry[entry]) {
+            m_tables.P_ID[entry] = none;
+            --m_pentrynum;
+        }
+    }
+
+    RemovalTables &m_tables;
+    Removal &m_removal;
+    size_t m_pentrynum;                    // entries of individuals in a live pair; at first all
+    std::vector<uint32_t> m_lastingPairs;  // [individual] that are not live, and never removed
+    std::vector<uint32_t> m_touched;       // individuals that lost pairs in this cycle
+    bool m_isFirst = true;
+};
+
+void relout6()
+{
+    readOptions();
+    print("running relout6()\n");
+    refuseSameFiles({options.filename, options.pfile.value_or("")}, {options.outname});
+    text::Writer out;
+    RemovalTables tables = readRemovalTables(options, "Pfile read", out);
+    Removal removal(tables, options.mode);
+    Marks marks(tables, removal);
+    long long whiletimes = 0;
+    while (marks.pentrynum() > 1) {
+        const auto choice = removal.choose();
+        if (!choice)
+            break;  // all entries are of one individual named "NA"
+        removal.writeRow(*choice, marks.pentrynum(), out);
+        marks.remove(choice->individual);
+        print("%lld done; pentrynum%zu\n", ++whiletimes, marks.pentrynum());
+    }
+    out.close();
+}

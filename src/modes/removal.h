@@ -1,0 +1,112 @@
+// What the two modes share that remove related individuals one by one: options, tables, the choice of the
+// next individual, and the row written for it.
+#pragma once
+
+#include "modes/relatedness.h"
+#include "text/lines.h"
+#include "text/writer.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+struct RemovalOptions {
+    std::string filename;              // pair table
+    std::optional<std::string> pfile;  // weight table
+    bool pdefault;                     // individuals without a weight get the mean of the others, not 0
+    std::string outname;
+    float limit;                       // least value of a pair that is kept
+    char delim;
+    int mode;                          // tie-break: 0 first of the list, 1 largest sum, 2 least weight
+    bool header;
+};
+
+// Reads "-file", "-pfile", "-pdefault", "-out", "-limit", "-delim", "-mode" and "-header". Ends the run where
+// there is no pair table.
+RemovalOptions readRemovalOptions();
+
+struct RelatedPair {
+    uint32_t ID1, ID2;  // both none once it is removed
+    float value;
+};
+
+// The individuals and pairs of a run. Individuals are numbers in the order of their first pairs; the entries
+// of P_ID are in the order that decides ties, and an individual that the weight table lists twice has two of
+// them.
+struct RemovalTables {
+    Identifiers identifiers;
+    std::vector<RelatedPair> pairs;
+    std::vector<uint32_t> P_ID;        // [entry] individual; none once it is removed
+    std::vector<double> PValues;       // [entry] weight
+    std::vector<uint32_t> firstEntry;  // [individual]
+    std::vector<uint32_t> nextEntry;   // [entry] of the same individual, or none
+};
+
+// Opens the files, and reads the tables; the messages tell how far it is. Ends the run where no pair is kept.
+// `pfileRead` is the message after the weight table.
+RemovalTables readRemovalTables(const RemovalOptions &options, const char *pfileRead, text::Writer &out);
+
+struct Choice {
+    uint32_t individual;
+    uint32_t IDcount;     // its pairs
+    double IDvalue;       // the sum of their values
+    size_t loc;           // place among the candidates, in P_ID order
+    size_t candidates;    // entries whose individuals have the largest count
+};
+
+// Counts each individual's pairs, and finds the one to be removed next.
+//
+// Counts only fall, so entries wait in chains by count, and the candidates are those of the highest chain
+// that is not empty: its level. They are put in order once, when the level begins. None can join them later,
+// and one whose count falls leaves for the chain below; it is moved further down when that level begins. So
+// all moves of an entry together cost no more than its pairs. What a candidate is chosen by cannot change
+// while it stays: its sum changes with its count only, and is formed anew at each level, over its own pairs
+// in their order.
+class Removal {
+public:
+    Removal(RemovalTables &tables, int mode);
+
+    // The individual to be removed next; nothing where no count is above 0. Ends the run where a tie is to be
+    // broken in an unknown mode.
+    std::optional<Choice> choose();
+
+    void writeRow(const Choice &choice, size_t entriesLeft, text::Writer &out) const;
+
+    // Takes the pair out of the counts. Its individuals are added to `touched`.
+    void removePair(uint32_t pair, std::vector<uint32_t> &touched);
+
+    // Sets the count to 0, where it stays: the individual is no candidate any more.
+    void dismiss(uint32_t individual);
+
+    // Some of them may be removed.
+    std::span<const uint32_t> pairsOf(uint32_t individual) { return m_pairsOf.of(individual); }
+    uint32_t countOf(uint32_t individual) const { return m_IDcounts[individual]; }
+
+private:
+    void wait(uint32_t entry, uint32_t count);
+    void leaveLevel(uint32_t individual);
+    bool startLevel();
+    void putInOrder();
+    double sumOfValues(uint32_t individual);
+
+    RemovalTables &m_tables;
+    const int m_mode;
+    PairLists m_pairsOf;
+    std::vector<uint32_t> m_IDcounts;     // [individual]
+    std::vector<uint32_t> m_waiting;      // [count] first entry of the chain
+    std::vector<uint32_t> m_nextWaiting;  // [entry]
+    uint32_t m_level = 0;                 // the largest count, once the first level has begun
+
+    // Of the level. Places are 0-based, in P_ID order, among the entries that it began with.
+    size_t m_left = 0;                    // candidates left
+    std::vector<uint32_t> m_place;        // [entry] none where it is no candidate
+    std::vector<uint32_t> m_entries;      // [place]
+    std::vector<uint32_t> m_leftBefore;   // candidates left, as a Fenwick tree over places from 1
+    struct Preference {
+        double key;                       // the least one first, ties by place
+        double IDvalue;                   // with tie-break 1: the sum of values
+        uint32_t place;
+    };
+    std::vector<Preference> m_order;
+    size_t m_next = 0;                    // in m_order: all before it have left
+};
