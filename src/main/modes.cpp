@@ -85,7 +85,7 @@ static constexpr Mode modes[] = {
     {"popsel", reportUnavailable, popSelOptions},
     {"bgen", nullptr, bgenOptions},  // on purpose: collects, then nothing runs
     {"ldprune", reportUnavailable, ldPruneOptions},
-    {"gwamafilter", reportUnavailable, gwamaFilterOptions},
+    {"gwamafilter", gwamaFilter, gwamaFilterOptions},
     {"peakscan3", reportUnavailable, peakScan3Options},
 };
 

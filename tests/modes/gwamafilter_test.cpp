@@ -1,0 +1,91 @@
+#include "support/program.h"
+#include "support/random.h"
+#include "text/fields.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+TEST(GwamaFilter, KeepsLinesByTheirDirections)
+{
+    const struct {
+        const char *name, *input;
+        std::vector<std::string> options;
+        const char *out;
+    } cases[] = {
+        {"rules", "a\t+++\nb\t??+\nc\t++?-\nd\t+-\ne\t???+\nf\t000\ng\t\nh\n", {}, "a\t+++\nb\t??+\nc\t++?-\n"},
+        {"as read", "\t+\r\n\r\n\n\xff\t-\r\r\n x\t+", {}, "\t+\n\xff\t-\r\n x\t+\n"},
+        {"empty header", "\n+\t+-\n-\t-\n", {"-header", "yes"}, "\n-\t-\n"},
+        {"header", "+\t+-\n-\t-\n", {"-header", "yes"}, "+\t+-\n-\t-\n"},
+        {"no header", "+\t+-\n-\t-\n", {"-header", "YES"}, "-\t-\n"},
+        {"empty file", "", {"-header", "yes"}, ""},
+        {"dash", "+-+\n+--+\n+-x\n", {"-delim", "dash"}, "+-+\n"},
+        {"quote", "a\"+\n", {"-delim", "quote"}, "a\"+\n"},
+        {"squote", "a'+\n", {"-delim", "squote"}, "a'+\n"},
+        {"slash", "a/+\n", {"-delim", "slash"}, "a/+\n"},
+        {"bslash", "a\\+\n", {"-delim", "bslash"}, "a\\+\n"},
+        {"text", "a::+:\na:+\n", {"-delim", "::"}, "a::+:\n"},
+        {"every byte", "-+\n0+\n", {"-delim", "", "-column", "3"}, "-+\n0+\n"},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        folder.write("in", row.input);
+        std::vector<std::string> options = row.options;
+        options.insert(options.end(), {"-file", "in", "-out", "out", "-column", "2"});
+        const Result run = folder.runMode("gwamafilter", options);
+        EXPECT_EQ(run.messages, "running gwamaFilter()\n\n") << row.name;
+        EXPECT_EQ(folder.read("out"), row.out) << row.name;
+    }
+}
+
+TEST(GwamaFilter, ChecksItsOptions)
+{
+    const std::string announced = "output name = input name + '.out'\n";
+    const struct {
+        std::vector<std::string> options;
+        std::string messages;
+    } cases[] = {
+        {{"-column", "2"}, "You need to specify '-file'.\n\n"},
+        {{"-file", "none"}, announced + "Incorrect column\n"},
+        {{"-file", "none", "-column", "0"}, announced + "Incorrect column\n"},
+        {{"-file", "none", "-column", "2.5", "-out", "o"}, "Incorrect column\n"},
+        {{"-file", "none", "-column", "1"}, announced + "running gwamaFilter()\n\n"},
+        {{"-file", "o", "-column", "1", "-out", "o"},
+         "running gwamaFilter()\n\nOutput file 'o' is also an input\n"},
+    };
+    for (const auto &row : cases) {
+        const Result run = Folder().runMode("gwamafilter", row.options);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.messages, row.messages);
+    }
+}
+
+// Fields and lines that end before, at and behind the blocks in which bytes are looked at.
+TEST(GwamaFilter, AgreesWithAPlainVersion)
+{
+    for (uint64_t seed = 0; seed < 40; ++seed) {
+        RandomText random(seed);
+        const std::string delimiter = random.oneOf({"\t", "ab", "-"});
+        const size_t column = 1 + random.below(40);
+        std::string input, expected;
+        for (int i = 0; i < 400; ++i) {
+            std::string line;
+            for (size_t n = random.below(2 * column); n > 0; --n) {
+                for (size_t size = random.oneIn(20) ? random.below(200) : random.below(5); size > 0; --size)
+                    line += "+-?+-+-ab0"[random.below(10)];
+                line += delimiter;
+            }
+            line += '+';
+            input += line + random.lineEnd();
+            std::vector<std::string_view> fields;
+            text::splitFields(line, delimiter, fields);
+            const std::string_view entry = column <= fields.size() ? fields[column - 1] : "";
+            if (std::ranges::count(entry, '?') <= 2
+                && std::ranges::count(entry, '+') != std::ranges::count(entry, '-'))
+                expected += line + "\n";
+        }
+        const Folder folder;
+        folder.write("in", input);
+        folder.runMode("gwamafilter", {"-file", "in", "-delim", delimiter, "-column", std::to_string(column)});
+        ASSERT_EQ(folder.read("in.out"), expected) << "seed " << seed;
+    }
+}
