@@ -84,7 +84,7 @@ static constexpr Mode modes[] = {
     {"RELOUT6", reportUnavailable, relout6Options},
     {"popsel", reportUnavailable, popSelOptions},
     {"bgen", nullptr, bgenOptions},  // on purpose: collects, then nothing runs
-    {"ldprune", reportUnavailable, ldPruneOptions},
+    {"ldprune", ldPrune, ldPruneOptions},
     {"gwamafilter", gwamaFilter, gwamaFilterOptions},
     {"peakscan3", reportUnavailable, peakScan3Options},
 };

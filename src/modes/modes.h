@@ -12,4 +12,5 @@ void readTest3();     //   a line buffer, walked by hand
 void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins
 void gwas3();         // fast association scan over genotype classes
+void ldPrune();       // association results thinned by genetic distance
 void gwamaFilter();   // meta-analysis results by the directions of effect
