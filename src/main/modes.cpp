@@ -73,7 +73,7 @@ static constexpr Mode modes[] = {
     {"REGSCAN1", nullptr, regscan1Options},  // on purpose: collects, then nothing runs
     {"family", reportUnavailable, familyOptions},
     {"fam", reportUnavailable, familyOptions},
-    {"levin", reportUnavailable, levinOptions},
+    {"levin", levin, levinOptions},
     {"read1", readTest1, {}},
     {"read2", readTest2, {}},
     {"read3", readTest3, {}},
