@@ -86,7 +86,7 @@ static constexpr Mode modes[] = {
     {"bgen", nullptr, bgenOptions},  // on purpose: collects, then nothing runs
     {"ldprune", ldPrune, ldPruneOptions},
     {"gwamafilter", gwamaFilter, gwamaFilterOptions},
-    {"peakscan3", reportUnavailable, peakScan3Options},
+    {"peakscan3", peakScan3, peakScan3Options},
 };
 
 std::span<const Mode> allModes()

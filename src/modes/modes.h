@@ -14,4 +14,5 @@ void gwas();          // association scan over phenotype bins
 void gwas3();         // fast association scan over genotype classes
 void ldPrune();       // association results thinned by genetic distance
 void gwamaFilter();   // meta-analysis results by the directions of effect
+void peakScan3();     // association peaks along the chromosomes
 void levin();         // correlation over circular shifts
