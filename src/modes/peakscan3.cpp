@@ -34,10 +34,6 @@ static constexpr size_t slopeWindow = 5;
 static text::Writer out_stream;   // a row per marker
 static text::Writer out_stream2;  // a row per range
 
-// The chromosome that is read.
-static std::vector<int> Lvec;     // base-pair positions
-static std::vector<double> Pvec;  // p-values
-
 // Options that are validated only.
 static void checkOption(std::string_view name, double least, const char *message)
 {
@@ -84,24 +80,24 @@ static void readOptions()
 
 // Centred moving average; 0 where the window does not fit. Each sum is formed anew, in the order of the markers.
 template <size_t window>
-MORVEL_WIDE static std::vector<double> smooth(const std::vector<double> &values)
+MORVEL_WIDE static void smooth(const std::vector<double> &values, std::vector<double> &averages)
 {
-    std::vector<double> averages(values.size());
+    averages.assign(values.size(), 0);
     for (size_t i = 0; i + window <= values.size(); ++i) {
         double sum = 0;
         for (size_t j = i; j < i + window; ++j)
             sum += values[j];
         averages[i + window / 2] = sum / double(window);
     }
-    return averages;
 }
 
 // Least-squares slope of the values against the positions over the markers of a window around each; 0 where the window
 // does not fit.
-MORVEL_WIDE static std::vector<double> derivative(const std::vector<int> &positions, const std::vector<double> &values)
+MORVEL_WIDE static void derivative(const std::vector<int> &positions, const std::vector<double> &values,
+                                   std::vector<double> &slopes)
 {
     constexpr double k = slopeWindow;
-    std::vector<double> slopes(values.size());
+    slopes.assign(values.size(), 0);
     for (size_t i = 0; i + slopeWindow <= values.size(); ++i) {
         double sumX = 0, sumY = 0, sumXY = 0, sumXX = 0;
         for (size_t j = i; j < i + slopeWindow; ++j) {
@@ -114,13 +110,12 @@ MORVEL_WIDE static std::vector<double> derivative(const std::vector<int> &positi
         const double slope = (k * sumXY - sumX * sumY) / (k * sumXX - sumX * sumX);
         slopes[i + slopeWindow / 2] = sumX == 0 || std::isnan(slope) ? 0 : slope;
     }
-    return slopes;
 }
 
-// The analysis of one chromosome.
+// The analysis of one chromosome. Its memory serves the next one too.
 struct Chromosome {
-    const std::vector<int> &L;
-    const std::vector<double> &P;
+    std::vector<int> L;        // base-pair positions
+    std::vector<double> P;     // -log10 p-values; p-values while they are read
     std::vector<double> S;     // smoothed profile, 0 inside reported ranges
     std::vector<char> isPeak;  // whether the peak mark is P, not 0
     std::vector<double> D;     // score, 0 once it has served
@@ -128,13 +123,19 @@ struct Chromosome {
     size_t size() const { return P.size(); }
 };
 
-// The slopes weighted by the values, and smoothed.
-static std::vector<double> scoreSlopes(const std::vector<int> &positions, const std::vector<double> &values)
+// Everything but the peaks.
+static void score(Chromosome &chromosome)
 {
-    std::vector<double> products = derivative(positions, values);
+    static std::vector<double> products;
+    auto &[L, P, S, isPeak, D] = chromosome;
+    for (double &value : P)
+        value = value <= 0 ? 0 : -std::log10(value);
+    smooth<profileWindow>(P, S);
+    isPeak.assign(P.size(), false);
+    derivative(L, P, products);
     for (size_t i = 0; i < products.size(); ++i)
-        products[i] = std::abs(products[i]) * values[i];
-    return smooth<slopeWindow>(products);
+        products[i] = std::abs(products[i]) * P[i];
+    smooth<slopeWindow>(products, D);
 }
 
 // Takes the seeds whose range is they themselves, whenever their turn comes: no other marker that reaches leastPeak
@@ -266,20 +267,18 @@ static void writeMarkers(const Chromosome &chromosome, const std::string &label)
 }
 
 // Analyses the markers read so far under this label, and forgets them.
-static void analyseChromosome(const std::string &label)
+static void analyseChromosome(Chromosome &chromosome, const std::string &label)
 {
-    for (double &value : Pvec)
-        value = value <= 0 ? 0 : -std::log10(value);
-    Chromosome chromosome = {Lvec, Pvec, smooth<profileWindow>(Pvec), std::vector<char>(Pvec.size()),
-                             scoreSlopes(Lvec, Pvec)};
+    score(chromosome);
     findPeaks(chromosome);
     writeMarkers(chromosome, label);
-    Lvec.clear();
-    Pvec.clear();
+    chromosome.L.clear();
+    chromosome.P.clear();
 }
 
-static void readLines(text::LineReader &infile)
+MORVEL_WIDE static void readLines(text::LineReader &infile)
 {
+    Chromosome chromosome;
     const std::string delimiter = Delim;
     std::string CHRentry, CHRentryOLD;
     int64_t pass = 0;  // usable lines
@@ -304,12 +303,12 @@ static void readLines(text::LineReader &infile)
             CHRentryOLD = CHRentry;
         if (CHRentry != label) {
             CHRentry = label;
-            analyseChromosome(CHRentryOLD);
+            analyseChromosome(chromosome, CHRentryOLD);
         }
-        Lvec.push_back(text::readInteger(position));
-        Pvec.push_back(text::readDouble(pValue));
+        chromosome.L.push_back(text::readInteger(position));
+        chromosome.P.push_back(text::readDouble(pValue));
     }
-    analyseChromosome(CHRentryOLD);
+    analyseChromosome(chromosome, CHRentryOLD);
 }
 
 void peakScan3()

