@@ -1,4 +1,4 @@
-#include "support/program.h"
+#include "support/genotypemodel.h"
 #include "support/random.h"
 #include "text/readnumber.h"
 
@@ -48,118 +48,77 @@ TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
     EXPECT_EQ(folder.read("in.out"), "7 1\n7 1\n");
 }
 
-TEST(LdPrune, EndsWithItsMessage)
+struct Row {
+    std::string line;
+    int position;
+    double cM, value;
+};
+using Map = std::vector<std::pair<int, double>>;
+
+static double centimorgans(int x, const Map &entries)
 {
-    const std::string running = "running ldPrune()\npositions have to be in ascending order in both files\n";
-    const struct {
-        const char *input;
-        std::vector<std::string> options;
-        std::string messages;
-        const char *removed;
-    } cases[] = {
-        {"", {"-file", ""}, "", "(no file)"},
-        {"", {"-map", ""}, "", "(no file)"},
-        {"", {"-out", "no/folder"}, "", "(no file)"},
-        {"", {"-pcolumn", ""}, "-pcolumn not specified\n", ""},
-        {"", {"-poscolumn", "-1"}, "-poscolumn not specified\n", ""},
-        {"", {"-file", "none", "-out", "in.out"}, running, ""},
-        {"1000 1\n1010 2\n1 1\n2 1\n", {}, running + "error!\n", "1010 2 dCM 0.01\n"},
-        {"h\n\n1 1\n2\n", {"-dataheader", "yes"}, running + "Line 4 has fewer fields than column 2\n", ""},
-        {"1 2\n", {"-poscolumn", "3", "-pcolumn", "4"}, running + "Line 1 has fewer fields than column 3\n", ""},
-        {"", {"-out", "map"}, "Output file 'map' is also an input\n", "(no file)"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("map", map);
-        const Result run = prune(folder, row.input, "1", row.options);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.messages, row.messages);
-        EXPECT_EQ(folder.read("in.out.removed"), row.removed) << row.messages;
+    for (size_t k = 1; k < entries.size(); ++k) {
+        const auto &[P0, C0] = entries[k - 1];
+        const auto &[P1, C1] = entries[k];
+        if (P0 <= x && x <= P1)
+            return C0 + ((C1 - C0) * double(x - P0)) / (double(P1 - x) + double(x - P0));
     }
+    return -1;  // no map here goes below 0
 }
 
-// The judge: each step as it is told, with lists that shrink.
-struct LiteralPruning {
-    std::vector<int> mapPos;
-    std::vector<double> mapCm;
-    std::vector<std::string> lines;
-    std::vector<int> positions;
-    std::vector<double> values;
-    std::string kept, removed;
-
-    double centimorgans(int x, bool &isMapped) const
-    {
-        for (size_t k = 1; k < mapPos.size(); ++k) {
-            if (mapPos[k - 1] <= x && x <= mapPos[k]) {
-                const double d1 = x - mapPos[k - 1], d2 = mapPos[k] - x;
-                return mapCm[k - 1] + ((mapCm[k] - mapCm[k - 1]) * d1) / (d2 + d1);
+// The judge: each step as it is told, with a list that shrinks. False where a close marker is unmapped.
+static bool pruneLiterally(std::vector<Row> &rows, double threshold, std::string &removed)
+{
+    for (bool remove = true; remove && rows.size() >= 2;) {
+        for (size_t i = 1; i < rows.size(); i += remove ? 1 : 2) {
+            const double dCM = std::abs(rows[i].cM - rows[i - 1].cM);
+            remove = dCM < threshold;
+            if (remove && (rows[i].cM == -1 || rows[i - 1].cM == -1))
+                return false;
+            if (remove) {
+                const auto drop = rows.begin() + long(rows[i].value <= rows[i - 1].value ? i - 1 : i);
+                removed += drop->line + " dCM " + modelText(dCM) + "\n";
+                rows.erase(drop);
             }
         }
-        isMapped = false;
-        return -1;
     }
-
-    bool run(double threshold)
-    {
-        for (bool remove = true; remove && lines.size() >= 2;) {
-            for (size_t i = 1; i < lines.size();) {
-                bool isMapped = true;
-                const double dCM
-                    = std::abs(centimorgans(positions[i], isMapped) - centimorgans(positions[i - 1], isMapped));
-                remove = dCM < threshold;
-                if (remove && !isMapped)
-                    return false;
-                if (remove) {
-                    const long drop = long(values[i] <= values[i - 1] ? i - 1 : i);
-                    char distance[32];
-                    std::snprintf(distance, sizeof distance, " dCM %.6g\n", dCM);
-                    removed += lines[size_t(drop)] + distance;
-                    lines.erase(lines.begin() + drop);
-                    positions.erase(positions.begin() + drop);
-                    values.erase(values.begin() + drop);
-                }
-                i += remove ? 1 : 2;
-            }
-        }
-        for (const std::string &line : lines)
-            kept += line + "\n";
-        return true;
-    }
-};
+    return true;
+}
 
 TEST(LdPrune, AgreesWithAPlainVersion)
 {
     for (uint64_t seed = 0; seed < 300; ++seed) {
         RandomText random(seed);
-        LiteralPruning judge;
-        std::string mapLines = "header\n", input;
+        std::string mapLines = "header\n", input, removed, kept;
         const bool isSorted = random.below(4) > 0;
         const size_t step = 1 + random.below(60);
         int position = random.oneIn(3) ? 1 : -2000;
         double cM = 0;
+        Map entries;
         for (size_t n = random.below(60); n > 0; --n) {
             position += int(random.below(step)) - (isSorted ? 0 : 3);
             cM += double(random.below(100)) / 64;
-            judge.mapPos.push_back(position);
-            judge.mapCm.push_back(random.oneIn(50) ? NAN : cM);
-            mapLines += std::to_string(position) + "  " + std::to_string(judge.mapCm.back()) + random.lineEnd();
+            entries.emplace_back(position, random.oneIn(50) ? NAN : cM);
+            mapLines += std::to_string(position) + "  " + std::to_string(entries.back().second) + random.lineEnd();
         }
         position = random.oneIn(2) ? 1 : -50;
+        std::vector<Row> rows;
         for (size_t n = random.below(200); n > 0; --n) {
             position += int(random.below(1 + random.below(step)));
             const std::string value = random.number(1);
-            judge.lines.push_back(std::to_string(position) + " " + value + " " + std::to_string(n));
-            judge.positions.push_back(position);
-            judge.values.push_back(text::readDouble(value));
-            input += judge.lines.back() + random.lineEnd();
+            rows.push_back({std::to_string(position) + " " + value + " " + std::to_string(n), position,
+                            centimorgans(position, entries), text::readDouble(value)});
+            input += rows.back().line + random.lineEnd();
         }
         const int threshold = int(random.below(4));
         const Folder folder;
         folder.write("map", mapLines);
         const Result run = prune(folder, input, std::to_string(threshold));
-        const bool isDone = judge.run(threshold);
+        const bool isDone = pruneLiterally(rows, threshold, removed);
+        for (size_t i = 0; isDone && i < rows.size(); ++i)
+            kept += rows[i].line + "\n";
         ASSERT_EQ(run.status, isDone ? 0 : 1) << "seed " << seed;
-        ASSERT_EQ(folder.read("in.out"), judge.kept) << "seed " << seed;
-        ASSERT_EQ(folder.read("in.out.removed"), judge.removed) << "seed " << seed;
+        ASSERT_EQ(folder.read("in.out"), kept) << "seed " << seed;
+        ASSERT_EQ(folder.read("in.out.removed"), removed) << "seed " << seed;
     }
 }

@@ -1,4 +1,4 @@
-#include "support/program.h"
+#include "support/genotypemodel.h"
 #include "support/random.h"
 #include "text/readnumber.h"
 
@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <numeric>
 
 static const std::string clip2 = "id1 not defined\nid2 not defined\nid3 not defined\nClip2 not applied\n";
 static const std::string running = clip2 + "running peakScan3()\n\nClip function turned on\n";
@@ -65,56 +66,14 @@ TEST(PeakScan3, GoesByTheLabels)
     }
 }
 
-TEST(PeakScan3, ChecksItsOptions)
-{
-    const struct {
-        std::vector<std::string> options;
-        std::string messages;
-        int status;
-    } cases[] = {
-        {{"-lcolumn", "0"}, "Incorrect lcolumn\n", 1},
-        {{"-pcolumn", "x"}, "Incorrect pcolumn\n", 1},
-        {{"-chrcolumn", "-1"}, "Incorrect chrcolumn\n", 1},
-        {{"-dots", "2.5"}, "Incorrect dots\n", 1},
-        {{"-gap", "0.9"}, "Incorrect gap\n", 1},
-        {{"-gap", "1.5", "-window", "1"}, "Windows corrected to 2\n", 1},
-        {{"-window", "2", "-frame", "nan"}, "Incorrect frame\n", 1},
-        {{"-threshold", "-0.1"}, "Incorrect threshold\n", 1},
-        {{"-threshold", "0", "-peak-threshold", "-1"}, "Incorrect peak_threshold\n", 1},
-        {{"-id1", "1", "-id2", "0", "-id3", "-1", "-clip2", "1e6"},
-         "id2 not defined\nClip2 = 1e+06\nrunning peakScan3()\n\nClip function turned on\n", 0},
-        {{"-file", "none"}, running, 1},
-        {{"-lcolumn", "4"}, running + "Line 1 has fewer fields than column 4\n", 1},
-        {{"-chrcolumn", "5", "-header", "yes"}, running + "extract header\nLine 2 has fewer fields than column 5\n", 1},
-        {{"-out", "in"}, running + "Output file 'in' is also an input\n", 1},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        const Result run = scan(folder, "1\t2\t3\n1\t2\t3\n", row.options);
-        EXPECT_EQ(run.messages, row.messages);
-        EXPECT_EQ(run.status, row.status) << row.messages;
-    }
-    EXPECT_EQ(Folder().runMode("peakscan3", {}).messages, "You need to specify '-file'.\n\n");
-}
-
-static std::string textOf(double value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value == 0 ? 0 : value);
-    return std::isnan(value) ? "nan" : text;
-}
-
 using Values = std::vector<double>;
 
 static Values average(const Values &values, size_t window)
 {
     Values averages(values.size());
-    for (size_t i = 0; i + window <= values.size(); ++i) {
-        double sum = 0;
-        for (size_t j = 0; j < window; ++j)
-            sum += values[i + j];
-        averages[i + window / 2] = sum / double(window);
-    }
+    for (size_t i = 0; i + window <= values.size(); ++i)
+        averages[i + window / 2]
+            = std::accumulate(values.begin() + long(i), values.begin() + long(i + window), 0.0) / double(window);
     return averages;
 }
 
@@ -137,10 +96,8 @@ static void analyseLiterally(const Values &L, Values P, std::string &out, std::s
     Values D = average(slopes, 5);
     for (;;) {
         long s = 0;
-        double max = -9999999.9;
         for (long i = 0; i < n; ++i)
-            if (D[i] > max)
-                max = D[i], s = i;
+            s = D[i] > D[s] ? i : s;
         if (n == 0 || D[s] <= 0.0001)
             break;
         long last = s, first = s;
@@ -150,17 +107,17 @@ static void analyseLiterally(const Values &L, Values P, std::string &out, std::s
             first = S[k] >= 5 ? k : first;
         const long best = std::max_element(P.begin() + first, P.begin() + last + 1) - P.begin();
         if (L[first] != L[last]) {
-            ranges += "SUM: max: " + std::to_string(best) + " " + textOf(L[best]) + " " + textOf(P[best]) + " maxder: "
-                + textOf(D[s]) + " range: " + textOf(L[first]) + " " + textOf(L[last]) + " "
-                + textOf(L[last] - L[first]) + " " + std::to_string(last - first + 1) + "\n";
+            ranges += "SUM: max: " + std::to_string(best) + " " + modelText(L[best]) + " " + modelText(P[best]) + " maxder: "
+                + modelText(D[s]) + " range: " + modelText(L[first]) + " " + modelText(L[last]) + " "
+                + modelText(L[last] - L[first]) + " " + std::to_string(last - first + 1) + "\n";
             std::copy(P.begin() + first, P.begin() + last + 1, M.begin() + first);
             std::fill(S.begin() + first, S.begin() + last + 1, 0);
         }
         std::fill(D.begin() + first, D.begin() + last + 1, 0);
     }
     for (long i = 0; i < n; ++i)
-        out += std::to_string(i) + "\tx\t" + textOf(L[i]) + "\t" + textOf(P[i]) + "\t" + textOf(S[i]) + "\t"
-            + textOf(M[i]) + "\t" + textOf(D[i]) + "\n";
+        out += std::to_string(i) + "\tx\t" + modelText(L[i]) + "\t" + modelText(P[i]) + "\t" + modelText(S[i]) + "\t"
+            + modelText(M[i]) + "\t" + modelText(D[i]) + "\n";
 }
 
 TEST(PeakScan3, AgreesWithAPlainVersion)
