@@ -1,4 +1,4 @@
-// Makes benchmark data: genotype triplets as imputation programs write them, phenotypes, and tables of results.
+// Makes benchmark data: genotype triplets as imputation programs write them, phenotypes, tables of results.
 //   makedata triplets INDIVIDUALS MARKERS > FILE
 //   makedata phenotypes INDIVIDUALS PHENOTYPES > FILE
 //   makedata results CHROMOSOMES MARKERS > FILE     association results with peaks
@@ -77,7 +77,7 @@ static void makePhenotypes(unsigned individuals, unsigned phenotypes)
 // chromosome, marker, position, alleles, frequency, effect, error and p-value in columns 1 to 9.
 static void makeResults(unsigned chromosomes, unsigned markers)
 {
-    const unsigned step = unsigned(280000000.0 * chromosomes / markers) + 1;  // 140 million base pairs a chromosome
+    const unsigned step = unsigned(280e6 * chromosomes / markers) + 1;  // 140 million base pairs a chromosome
     for (unsigned marker = 0, position = 0, chromosome = 1; marker < markers; ++marker) {
         position += below(step);
         if (marker == uint64_t(markers) * chromosome / chromosomes) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Times the modes over result tables against wc -w on the same file (10 million rows, over 400 MB), levin against its
-# own plain loop, and each against itself on half of the rows.
+# Times the modes over result tables against wc -w on the same file (10 million rows, over 400 MB), levin against
+# its own plain loop, and each against itself on half of the rows.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
@@ -39,7 +39,8 @@ compare "ldprune, most rows kept" "$words chromosome" "$prune 0.000001 -file chr
 compare "ldprune, a tenth kept" "$words chromosome" "$prune 0.0001 -file chromosome -out result"
 compare "peakscan3" "$words results" "$scan -file results -out result"
 compare "levin against its plain loop" "$plain v20000" "$shift -file v20000 -out result"
-compare "half of the rows, gwamafilter" "$filter -file directions -out other" "$filter -file halfdirections -out result"
+compare "half of the rows, gwamafilter" "$filter -file directions -out other" \
+    "$filter -file halfdirections -out result"
 compare "half of the rows, ldprune" "$prune 0.0001 -file chromosome -out other" \
     "$prune 0.0001 -file halfchromosome -out result"
 compare "half of the rows, peakscan3" "$scan -file results -out other" "$scan -file half -out result"

@@ -1,5 +1,5 @@
-// Filter of a meta-analysis table: a line is kept, as it is, when its direction text ("+", "-" or "?" for each
-// study) has at most two "?", and the numbers of "+" and "-" differ.
+// Filter of a meta-analysis table: a line is kept, as it is, when its direction text ("+", "-" or "?" for
+// each study) has at most two "?", and the numbers of "+" and "-" differ.
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
@@ -27,8 +27,8 @@ static void readOptions()
     hasHeader = textOption("-header", "no") == "yes";
 }
 
-// True for a direction text, part of a LineReader's line, that keeps its line. An empty one has no "+" more than
-// "-" and so never does.
+// True for a direction text, part of a LineReader's line, that keeps its line. An empty one has no "+" more
+// than "-" and so never does.
 static inline bool isKept(std::string_view Entry)
 {
     int64_t count_plus = 0, count_minus = 0, count_q = 0;

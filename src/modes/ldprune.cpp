@@ -1,6 +1,6 @@
-// Pruning of a position-sorted table by genetic distance: of two neighbours closer than a threshold the one with the
-// larger p-value is dropped. Kept lines go to the output as they are, dropped ones with the distance that condemned
-// them to a side file.
+// Pruning of a position-sorted table by genetic distance: of two neighbours closer than a threshold the one
+// with the larger p-value is dropped. Kept lines go to the output as they are, dropped ones with the distance
+// that condemned them to a side file.
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
@@ -33,8 +33,8 @@ static bool headeryes;
 static std::vector<int> MapPos;    // base pairs
 static std::vector<double> MapCm;  // centimorgans at these positions
 
-// Memory that grows by blocks and never moves, so that no data is held twice. Blocks of this size and alignment can be
-// single pages of the processor, which saves a quarter of the time of a run.
+// Memory that grows by blocks and never moves, so that no data is held twice. Blocks of this size and
+// alignment can be single pages of the processor, which saves a quarter of the time of a run.
 static constexpr size_t blockSize = size_t(2) << 20;
 using Block = std::unique_ptr<char, decltype(&std::free)>;
 
@@ -84,7 +84,10 @@ struct Marker {
 class Markers {
 public:
     size_t size() const { return m_size; }
-    Marker &operator[](size_t i) { return reinterpret_cast<Marker *>(m_blocks[i / perBlock].get())[i % perBlock]; }
+    Marker &operator[](size_t i)
+    {
+        return reinterpret_cast<Marker *>(m_blocks[i / perBlock].get())[i % perBlock];
+    }
     void add(const Marker &marker)
     {
         if (m_size % perBlock == 0)
@@ -213,8 +216,8 @@ static void writeRemoved(const Marker &marker, double dCM, text::Writer &removed
     removed.put('\n');
 }
 
-// One pass over the pairs (0, 1), (2, 3) ... of the list as it stands; the survivors move together. Returns whether
-// the last pair was pruned.
+// One pass over the pairs (0, 1), (2, 3) ... of the list as it stands; the survivors move together. Returns
+// whether the last pair was pruned.
 static bool prunePairs(Markers &markers, text::Writer &removed)
 {
     bool remove = false;

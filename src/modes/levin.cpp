@@ -1,5 +1,5 @@
-// Correlation of a column with every circular shift of another: two numeric columns of a table become one row for
-// each shift, its number, the correlation and the value that stands first.
+// Correlation of a column with every circular shift of another: two numeric columns of a table become one row
+// for each shift, its number, the correlation and the value that stands first.
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/modes.h"
@@ -84,14 +84,15 @@ static Sums sumColumns()
     return sums;
 }
 
-// Four shifts side by side, and several of these, so that the adders work while each waits for its own last sum.
+// Four shifts side by side, and several of these, so that the adders work while each waits for its own last
+// sum.
 typedef double Lanes __attribute__((vector_size(32), may_alias, aligned(8)));
 static constexpr size_t laneCount = sizeof(Lanes) / sizeof(double);
 static constexpr size_t lanesPerBlock = 8;
 static constexpr size_t blockShifts = lanesPerBlock * laneCount;
 
-// The y values, such that at shift k the partner of x[i] is [count - i + k]: backwards, twice, and on to the end of the
-// last block.
+// The y values, such that at shift k the partner of x[i] is [count - i + k]: backwards, twice, and on to the
+// end of the last block.
 static std::vector<double> unrollShifts(const std::vector<double> &y)
 {
     const size_t count = y.size();
@@ -101,8 +102,8 @@ static std::vector<double> unrollShifts(const std::vector<double> &y)
     return unrolled;
 }
 
-// The sums of x times y for blockShifts shifts, `partners` pointing at that of x[0] at the first of them. Each adds its
-// own products in the order of the rows, whatever the width of the instructions.
+// The sums of x times y for blockShifts shifts, `partners` pointing at that of x[0] at the first of them.
+// Each adds its own products in the order of the rows, whatever the width of the instructions.
 MORVEL_WIDE static void sumProducts(const double *x, size_t count, const double *partners, double *nominators)
 {
     Lanes sums[lanesPerBlock] = {};
@@ -182,8 +183,10 @@ static void printExtremes(const Extremes &extremes)
     const std::string strongest = textOf(extremes.maxPosCorr), weakest = textOf(extremes.minNegCorr);
     print("Positive correlation range = %s ... %s\n", textOf(extremes.minPosCorr).c_str(), strongest.c_str());
     print("Negative correlation range = %s ... %s\n", textOf(extremes.maxNegCorr).c_str(), weakest.c_str());
-    print("Best positive correlation = %s is at iteration %zu\n", strongest.c_str(), extremes.bestPosCorrLoc + 1);
-    print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(), extremes.bestNegCorrLoc + 1);
+    print("Best positive correlation = %s is at iteration %zu\n", strongest.c_str(),
+          extremes.bestPosCorrLoc + 1);
+    print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(),
+          extremes.bestNegCorrLoc + 1);
 }
 
 void levin()

@@ -1,6 +1,6 @@
-// Association peaks along each chromosome of a table of results sorted by position: a row per marker with its -log10
-// p-value, smoothed profile, peak mark and slope score, and a list of the ranges of the peaks. One chromosome is held in
-// memory at a time.
+// Association peaks along each chromosome of a table of results sorted by position: a row per marker with its
+// -log10 p-value, smoothed profile, peak mark and slope score, and a list of the ranges of the peaks. One
+// chromosome is held in memory at a time.
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
@@ -78,7 +78,8 @@ static void readOptions()
     }
 }
 
-// Centred moving average; 0 where the window does not fit. Each sum is formed anew, in the order of the markers.
+// Centred moving average; 0 where the window does not fit. Each sum is formed anew, in the order of the
+// markers.
 template <size_t window>
 MORVEL_WIDE static void smooth(const std::vector<double> &values, std::vector<double> &averages)
 {
@@ -91,8 +92,8 @@ MORVEL_WIDE static void smooth(const std::vector<double> &values, std::vector<do
     }
 }
 
-// Least-squares slope of the values against the positions over the markers of a window around each; 0 where the window
-// does not fit.
+// Least-squares slope of the values against the positions over the markers of a window around each; 0 where
+// the window does not fit.
 MORVEL_WIDE static void derivative(const std::vector<int> &positions, const std::vector<double> &values,
                                    std::vector<double> &slopes)
 {
@@ -138,15 +139,16 @@ static void score(Chromosome &chromosome)
     smooth<slopeWindow>(products, D);
 }
 
-// Takes the seeds whose range is they themselves, whenever their turn comes: no other marker that reaches leastPeak
-// lies before a gap that is too wide, and later there can only be fewer. Nothing is reported of them, so they are done
-// at once. Returns the other seeds, by falling score and then rising index.
+// Takes the seeds whose range is they themselves, whenever their turn comes: no other marker that reaches
+// leastPeak lies before a gap that is too wide, and later there can only be fewer. Nothing is reported of
+// them, so they are done at once. Returns the other seeds, by falling score and then rising index.
 static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
 {
     const auto &[L, P, S, isPeak, D] = chromosome;
     constexpr double none = std::numeric_limits<double>::infinity();
     std::vector<size_t> seeds;
-    // Farthest position below leastPeak since the last marker that reaches it; -none where there is no such marker.
+    // Farthest position below leastPeak since the last marker that reaches it; -none where there is no such
+    // marker.
     std::vector<char> reachesLeft(chromosome.size());
     bool isReachable = false;
     double farthest = none;
@@ -295,8 +297,8 @@ MORVEL_WIDE static void readLines(text::LineReader &infile)
         const std::string_view label = requiredField(line, delimiter, chrcolumn, lineNumber);
         if (pValue == "NA" || position == "NA")
             continue;
-        // The label of the line before, not of the chromosome: on purpose the last chromosome goes by that of the one
-        // before it when it has a single line.
+        // The label of the line before, not of the chromosome: on purpose the last chromosome goes by that of
+        // the one before it when it has a single line.
         if (++pass == 1)
             CHRentry = label;
         if (CHRentryOLD != CHRentry)

@@ -13,7 +13,7 @@ std::string requiredFileOption();
 // The value of "-out"; where it is absent, the input name + ".out", which is announced.
 std::string announcedOutOption(const std::string &filename);
 
-// A 1-based column given by an option; one that is absent or below 1 ends the run with the line "Incorrect NAME".
+// A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME".
 size_t columnOption(std::string_view option, const char *name);
 
 [[noreturn]] void failShortLine(int64_t lineNumber, size_t column);

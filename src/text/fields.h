@@ -38,8 +38,8 @@ private:
     std::string_view m_rest;  // of the current line
 };
 
-// The field at a 0-based position of a LineReader's line, without looking at the rest of the line; a view without
-// data beyond the last field. The delimiter can be any text, as in splitFields().
+// The field at a 0-based position of a LineReader's line, without looking at the rest of the line; a view
+// without data beyond the last field. The delimiter can be any text, as in splitFields().
 std::string_view findFieldByText(std::string_view line, std::string_view delimiter, size_t position);
 std::string_view findField(std::string_view line, std::string_view delimiter, size_t position);
 

@@ -36,9 +36,9 @@ static constexpr auto realPowers = [] {
     return table;
 }();
 
-// The digits of a value near or at a tie. Exact: the value is an integer of 53 bits times a power of two, so multiplied
-// or divided by the power of ten that leaves six digits before the point, it has a whole part and a rest that tell how
-// to round.
+// The digits of a value near or at a tie. Exact: the value is an integer of 53 bits times a power of two, so
+// multiplied or divided by the power of ten that leaves six digits before the point, it has a whole part and
+// a rest that tell how to round.
 static uint32_t roundTie(double value, int decade)
 {
     const uint64_t bits = std::bit_cast<uint64_t>(value);
@@ -56,11 +56,12 @@ static uint32_t roundTie(double value, int decade)
 static SixDigits roundToSixDigits(double value)
 {
     const int exponent = int(std::bit_cast<uint64_t>(value) >> 52) - 1023;
-    int decade = (((exponent + 1) * 1233 - (leastDecade << 12)) >> 12) + leastDecade;  // 1233/4096 is log10(2)
+    int decade = (((exponent + 1) * 1233 - (leastDecade << 12)) >> 12) + leastDecade;  // by log10(2)
     if (value < decades[decade - leastDecade])
         --decade;
     // With both operands exact, this is off by less than 1e-10.
-    const double scaled = decade <= 5 ? value * realPowers[size_t(5 - decade)] : value / realPowers[size_t(decade - 5)];
+    const double scaled
+        = decade <= 5 ? value * realPowers[size_t(5 - decade)] : value / realPowers[size_t(decade - 5)];
     uint32_t digits = uint32_t(int64_t(scaled + 0.5));
     if (std::abs(scaled - double(digits)) > 0.499999) [[unlikely]]
         digits = roundTie(value, decade);

@@ -10,8 +10,9 @@ static const std::string announced = "output name = input name + '.out'\n";
 static std::string summary(const std::string &positive, const std::string &negative, const std::string &best1,
                            const std::string &best2)
 {
-    return announced + "Running...\n\nPositive correlation range = " + positive + "\nNegative correlation range = "
-        + negative + "\nBest positive correlation = " + best1 + "\nBest negative correlation = " + best2 + "\n";
+    return announced + "Running...\n\nPositive correlation range = " + positive
+        + "\nNegative correlation range = " + negative + "\nBest positive correlation = " + best1
+        + "\nBest negative correlation = " + best2 + "\n";
 }
 
 TEST(Levin, CorrelatesEveryShift)
@@ -59,7 +60,7 @@ TEST(Levin, AgreesWithAPlainVersion)
         const std::vector<double> correlations = literalCorrelations(x, y);
         for (size_t k = 0; k < rows; ++k) {
             std::snprintf(text, sizeof text, "%zu:%.6g:%.6g\n", k + 1, correlations[k], y[(rows - k) % rows]);
-            expected += std::isnan(correlations[k]) ? std::regex_replace(text, std::regex("-nan"), "nan") : text;
+            expected += std::regex_replace(text, std::regex("-nan"), "nan");
         }
         const Folder folder;
         folder.write("in", input);

@@ -14,7 +14,8 @@ static const std::string running = clip2 + "running peakScan3()\n\nClip function
 static Result scan(const Folder &folder, const std::string &input, std::vector<std::string> options = {})
 {
     folder.write("in", input);
-    options.insert(options.end(), {"-file", "in", "-out", "out", "-chrcolumn", "1", "-lcolumn", "2", "-pcolumn", "3"});
+    options.insert(options.end(), {"-file", "in", "-out", "out", "-chrcolumn", "1", "-lcolumn", "2", "-pcolumn",
+                                     "3"});
     return folder.runMode("peakscan3", options);
 }
 
@@ -30,14 +31,16 @@ static std::string peak(int position)
 TEST(PeakScan3, WritesMarkersAndRanges)
 {
     const Folder folder;
-    const Result run = scan(folder, "header\n7\tNA\t1\n\n7\t1\tNA\r\n" + peak(0), {"-header", "yes", "-clip", "no"});
+    const std::string input = "header\n7\tNA\t1\n\n7\t1\tNA\r\n" + peak(0);
+    const Result run = scan(folder, input, {"-header", "yes", "-clip", "no"});
     EXPECT_EQ(run.messages, clip2 + "running peakScan3()\n\nClip function turned off\nextract header\n");
-    EXPECT_EQ(folder.read("out"), "0\t7\t100\t0\t0\t0\t0\n1\t7\t200\t0\t3.33333\t0\t0\n2\t7\t300\t10\t0\t10\t0\n"
-                                  "3\t7\t400\t20\t0\t20\t0\n4\t7\t500\t10\t0\t10\t0\n"
+    EXPECT_EQ(folder.read("out"), "0\t7\t100\t0\t0\t0\t0\n1\t7\t200\t0\t3.33333\t0\t0\n"
+                                  "2\t7\t300\t10\t0\t10\t0\n3\t7\t400\t20\t0\t20\t0\n4\t7\t500\t10\t0\t10\t0\n"
                                   "5\t7\t600\t0\t3.33333\t0\t0\n6\t7\t700\t0\t0\t0\t0\n");
     EXPECT_EQ(folder.read("out.ranges"), "SUM: max: 3 400 20 maxder: 0.16 range: 300 500 200 3\n");
 
-    // The last marker of the first peak is at 500, and the last one before the second at 500 + 19998 or 19999.
+    // The last marker of the first peak is at 500, and the last one before the second at 500 + 19998 or
+    // 19999.
     for (const auto &[offset, ranges] : {std::pair(19798, 1), std::pair(19799, 2), std::pair(30000, 2)}) {
         scan(folder, peak(0) + peak(offset + 500));
         EXPECT_EQ(std::ranges::count(folder.read("out.ranges"), '\n'), ranges) << offset;
@@ -71,9 +74,9 @@ using Values = std::vector<double>;
 static Values average(const Values &values, size_t window)
 {
     Values averages(values.size());
-    for (size_t i = 0; i + window <= values.size(); ++i)
-        averages[i + window / 2]
-            = std::accumulate(values.begin() + long(i), values.begin() + long(i + window), 0.0) / double(window);
+    auto to = averages.begin() + long(window / 2);
+    for (auto i = values.begin(); values.end() - i >= long(window); ++i)
+        *to++ = std::accumulate(i, i + long(window), 0.0) / double(window);
     return averages;
 }
 
@@ -107,17 +110,24 @@ static void analyseLiterally(const Values &L, Values P, std::string &out, std::s
             first = S[k] >= 5 ? k : first;
         const long best = std::max_element(P.begin() + first, P.begin() + last + 1) - P.begin();
         if (L[first] != L[last]) {
-            ranges += "SUM: max: " + std::to_string(best) + " " + modelText(L[best]) + " " + modelText(P[best]) + " maxder: "
-                + modelText(D[s]) + " range: " + modelText(L[first]) + " " + modelText(L[last]) + " "
-                + modelText(L[last] - L[first]) + " " + std::to_string(last - first + 1) + "\n";
+            ranges += "SUM: max: " + std::to_string(best);
+            for (const double value : {L[best], P[best]})
+                ranges += " " + modelText(value);
+            ranges += " maxder: " + modelText(D[s]) + " range:";
+            for (const double value : {L[first], L[last], L[last] - L[first], double(last - first + 1)})
+                ranges += " " + modelText(value);
+            ranges += "\n";
             std::copy(P.begin() + first, P.begin() + last + 1, M.begin() + first);
             std::fill(S.begin() + first, S.begin() + last + 1, 0);
         }
         std::fill(D.begin() + first, D.begin() + last + 1, 0);
     }
-    for (long i = 0; i < n; ++i)
-        out += std::to_string(i) + "\tx\t" + modelText(L[i]) + "\t" + modelText(P[i]) + "\t" + modelText(S[i]) + "\t"
-            + modelText(M[i]) + "\t" + modelText(D[i]) + "\n";
+    for (long i = 0; i < n; ++i) {
+        out += std::to_string(i) + "\tx";
+        for (const double value : {L[i], P[i], S[i], M[i], D[i]})
+            out += "\t" + modelText(value);
+        out += "\n";
+    }
 }
 
 TEST(PeakScan3, AgreesWithAPlainVersion)

@@ -39,8 +39,8 @@ static double randomDecimal(std::mt19937_64 &generator)
 // Halfway between two neighbours of six digits: an odd multiple of a power of two.
 static double randomTie(std::mt19937_64 &generator)
 {
-    static const double halves[] = {5e8, 5e7, 5e6, 5e5, 5e4, 5e3, 500, 50, 5, 0.5, 0.25, 0.125, 0.0625, 0.03125, 0.015625};
-    const double half = halves[generator() % 15];
+    static const double halves[] = {5e8, 5e7, 5e6, 5e5, 5e4, 5e3, 500, 50, 5, 0.5, 0.25, 0.125, 0.0625, 0.03125};
+    const double half = halves[generator() % 14];
     return (2 * double(100000 + generator() % 900000) + 1) * half;
 }
 
