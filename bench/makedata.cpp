@@ -1,9 +1,14 @@
-// Makes benchmark data: genotype triplets as imputation programs write them, phenotypes, pairs of relatives, and
-// weights for them.
+// Makes benchmark data: genotype triplets as imputation programs write them, phenotypes, pairs of relatives and
+// weights for them, tables of results.
 //   makedata triplets INDIVIDUALS MARKERS > FILE
 //   makedata phenotypes INDIVIDUALS PHENOTYPES > FILE
 //   makedata pairs INDIVIDUALS PAIRS > FILE
 //   makedata weights INDIVIDUALS LISTED > FILE
+//   makedata results CHROMOSOMES MARKERS > FILE     association results with peaks
+//   makedata map SPACING ENTRIES > FILE             genetic map
+//   makedata directions STUDIES MARKERS > FILE      meta-analysis results, the directions last
+//   makedata values COLUMNS ROWS > FILE
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -116,19 +121,71 @@ static void makeWeights(unsigned individuals, unsigned listed)
         std::printf("ID%u\t0.%05u\n", nameOf(below(individuals), individuals), below(100000));
 }
 
+// chromosome, marker, position, alleles, frequency, effect, error and p-value in columns 1 to 9.
+static void makeResults(unsigned chromosomes, unsigned markers)
+{
+    const unsigned step = unsigned(280e6 * chromosomes / markers) + 1;  // 140 million base pairs a chromosome
+    for (unsigned marker = 0, position = 0, chromosome = 1; marker < markers; ++marker) {
+        position += below(step);
+        if (marker == uint64_t(markers) * chromosome / chromosomes) {
+            ++chromosome;
+            position = 10000;
+        }
+        // A peak every 20 million base pairs, 100,000 wide.
+        const double distance = (double(position % 20000000) - 10000000) / 50000;
+        const double uniform = double(1 + below(1000000)) / 1e6;
+        const double pValue = uniform * std::pow(10, -12 * std::exp(-distance * distance));
+        std::printf("%u\trs%u\t%u\tA\tG\t0.%04u\t%s0.0%03u\t0.0%03u\t%.4g\n", chromosome, marker, position,
+                    below(10000), below(2) ? "-" : "", below(1000), below(1000), pValue);
+    }
+}
+
+static void makeMap(unsigned spacing, unsigned entries)
+{
+    std::printf("position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n");
+    double cM = 0;
+    for (unsigned entry = 0; entry < entries; ++entry) {
+        const unsigned rate = below(300);
+        std::printf("%u %u.%02u %.10g\n", entry * spacing, rate / 100, rate % 100, cM);
+        cM += rate / 1e8 * spacing;
+    }
+}
+
+static void makeDirections(unsigned studies, unsigned markers)
+{
+    std::string directions(studies, '+');
+    for (unsigned marker = 1; marker <= markers; ++marker) {
+        for (char &study : directions)
+            study = below(20) ? "+-"[below(2)] : '?';
+        std::printf("rs%u\tA\tG\t0.%04u", marker, below(10000));
+        for (int column = 5; column <= 14; ++column)
+            std::printf("\t0.%06u", below(1000000));
+        std::printf("\t%u\t%u\t%s\n", studies, 1000 * studies, directions.c_str());
+    }
+}
+
+static void makeValues(unsigned columns, unsigned rows)
+{
+    std::normal_distribution<double> normal(0, 1);
+    for (unsigned row = 0; row < rows; ++row) {
+        for (unsigned column = 1; column <= columns; ++column)
+            std::printf("%.6f%c", normal(generator), column < columns ? '\t' : '\n');
+    }
+}
+
 int main(int argc, char **argv)
 {
     if (argc != 4)
         return 2;
-    const unsigned individuals = unsigned(std::atoi(argv[2]));
-    const unsigned lines = unsigned(std::atoi(argv[3]));
-    if (std::strcmp(argv[1], "triplets") == 0)
-        makeTriplets(individuals, lines);
-    else if (std::strcmp(argv[1], "pairs") == 0)
-        makePairs(individuals, lines);
-    else if (std::strcmp(argv[1], "weights") == 0)
-        makeWeights(individuals, lines);
-    else
-        makePhenotypes(individuals, lines);
+    static const struct {
+        const char *name;
+        void (*make)(unsigned, unsigned);
+    } makers[] = {{"triplets", makeTriplets}, {"phenotypes", makePhenotypes}, {"pairs", makePairs},
+                  {"weights", makeWeights},   {"results", makeResults},       {"map", makeMap},
+                  {"directions", makeDirections}, {"values", makeValues}};
+    for (const auto &maker : makers) {
+        if (std::strcmp(argv[1], maker.name) == 0)
+            maker.make(unsigned(std::atoi(argv[2])), unsigned(std::atoi(argv[3])));
+    }
     return std::fflush(stdout) == 0 ? 0 : 1;
 }

@@ -73,7 +73,7 @@ static constexpr Mode modes[] = {
     {"REGSCAN1", nullptr, regscan1Options},  // on purpose: collects, then nothing runs
     {"family", family, familyOptions},
     {"fam", family, familyOptions},
-    {"levin", reportUnavailable, levinOptions},
+    {"levin", levin, levinOptions},
     {"read1", readTest1, {}},
     {"read2", readTest2, {}},
     {"read3", readTest3, {}},
@@ -84,9 +84,9 @@ static constexpr Mode modes[] = {
     {"RELOUT6", relout6, relout6Options},
     {"popsel", reportUnavailable, popSelOptions},
     {"bgen", nullptr, bgenOptions},  // on purpose: collects, then nothing runs
-    {"ldprune", reportUnavailable, ldPruneOptions},
-    {"gwamafilter", reportUnavailable, gwamaFilterOptions},
-    {"peakscan3", reportUnavailable, peakScan3Options},
+    {"ldprune", ldPrune, ldPruneOptions},
+    {"gwamafilter", gwamaFilter, gwamaFilterOptions},
+    {"peakscan3", peakScan3, peakScan3Options},
 };
 
 std::span<const Mode> allModes()

@@ -16,3 +16,7 @@ void mixFit();        // samples as mixtures of reference populations
 void family();        // families among pairs of relatives
 void relout5();       // removal of related individuals
 void relout6();       // removal of related individuals by marking
+void ldPrune();       // association results thinned by genetic distance
+void gwamaFilter();   // meta-analysis results by the directions of effect
+void peakScan3();     // association peaks along the chromosomes
+void levin();         // correlation over circular shifts

@@ -25,6 +25,22 @@ void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
     std::erase_if(fields, [](std::string_view field) { return field.empty(); });
 }
 
+std::string_view findFieldByText(std::string_view line, std::string_view delimiter, size_t position)
+{
+    if (delimiter.empty()) {
+        if (position > line.size() + 1)
+            return {};
+        return position == 0 ? line.substr(0, 0) : line.substr(position - 1, 1);
+    }
+    for (; position > 0; --position) {
+        const size_t end = line.find(delimiter);
+        if (end == line.npos)
+            return {};
+        line.remove_prefix(end + delimiter.size());
+    }
+    return line.substr(0, line.find(delimiter));
+}
+
 bool TokenReader::next(std::string_view &token)
 {
     for (;;) {

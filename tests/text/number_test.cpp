@@ -29,18 +29,18 @@ static double randomBits(std::mt19937_64 &generator)
     return std::bit_cast<double>(generator());
 }
 
-// A number of up to nine decimals, in every magnitude that is written in fixed form and some beyond.
+// A number of up to ten digits, in every magnitude that is written by our own code and some beyond.
 static double randomDecimal(std::mt19937_64 &generator)
 {
     const double digits = double(generator() % 10000000000);
-    return digits / std::pow(10.0, double(generator() % 15)) * (generator() % 8 ? 1 : -1);
+    return digits * std::pow(10.0, double(generator() % 32) - 24) * (generator() % 8 ? 1 : -1);
 }
 
 // Halfway between two neighbours of six digits: an odd multiple of a power of two.
 static double randomTie(std::mt19937_64 &generator)
 {
-    static const double halves[] = {5e5, 5e4, 5e3, 500, 50, 5, 0.5, 0.25, 0.125, 0.0625, 0.03125, 0.015625};
-    const double half = halves[generator() % 12];
+    static const double halves[] = {5e8, 5e7, 5e6, 5e5, 5e4, 5e3, 500, 50, 5, 0.5, 0.25, 0.125, 0.0625, 0.03125};
+    const double half = halves[generator() % 14];
     return (2 * double(100000 + generator() % 900000) + 1) * half;
 }
 
@@ -57,7 +57,7 @@ TEST(WriteReal, GivesTheCharactersOfPrintf)
         for (const double value : {std::ldexp(1.0, exponent), -std::ldexp(1.999, exponent)})
             ASSERT_EQ(written(value), printed(value)) << std::hexfloat << value;
     }
-    for (int exponent = -12; exponent < 12; ++exponent) {
+    for (int exponent = -16; exponent < 18; ++exponent) {
         const double power = std::pow(10.0, exponent);
         for (const double value : {power, std::nextafter(power, 0), std::nextafter(power, 1e300),
                                    0.9999995 * power, 0.99999949999 * power, 0.99999950001 * power})

@@ -1,0 +1,77 @@
+// Filter of a meta-analysis table: a line is kept, as it is, when its direction text ("+", "-" or "?" for
+// each study) has at most two "?", and the numbers of "+" and "-" differ.
+#include "main/console.h"
+#include "main/options.h"
+#include "main/progress.h"
+#include "modes/modes.h"
+#include "modes/tables.h"
+#include "text/delimiters.h"
+#include "text/lines.h"
+#include "text/wide.h"
+#include "text/writer.h"
+
+static std::string filename;
+static std::string outname;
+static std::string Delim;
+static size_t column;  // of the direction text, 1-based
+static bool hasHeader;
+
+static constexpr int64_t maxMissing = 2;  // studies
+
+static void readOptions()
+{
+    filename = requiredFileOption();
+    outname = announcedOutOption(filename);
+    Delim = text::delimiterOrLiteral(textOption("-delim", "tab"));
+    column = columnOption("-column", "column");
+    hasHeader = textOption("-header", "no") == "yes";
+}
+
+// True for a direction text, part of a LineReader's line, that keeps its line. An empty one has no "+" more
+// than "-" and so never does.
+static inline bool isKept(std::string_view Entry)
+{
+    int64_t count_plus = 0, count_minus = 0, count_q = 0;
+    for (size_t i = 0; i < Entry.size(); i += 64) {
+        const char *block = Entry.data() + i;
+        const size_t left = Entry.size() - i;
+        count_plus += std::popcount(text::firstBits(text::byteBits(block, '+'), left));
+        count_minus += std::popcount(text::firstBits(text::byteBits(block, '-'), left));
+        count_q += std::popcount(text::firstBits(text::byteBits(block, '?'), left));
+    }
+    return count_q <= maxMissing && count_plus != count_minus;
+}
+
+MORVEL_WIDE static void filterLines(text::LineReader &in, text::Writer &out)
+{
+    const std::string delimiter = Delim;
+    const size_t position = column - 1;
+    Progress progress(filename);
+    std::string_view line;
+    while (in.nextNonEmpty(line)) {
+        progress.advance(line.size());
+        // A line without the column counts as one with an empty direction text.
+        if (isKept(text::findField(line, delimiter, position))) {
+            out.put(line);
+            out.put('\n');
+        }
+    }
+}
+
+void gwamaFilter()
+{
+    readOptions();
+    print("running gwamaFilter()\n\n");
+    refuseSameFiles({filename}, {outname});
+    text::LineReader in;
+    text::Writer out;
+    if (!out.open(outname) || !in.open(filename))
+        quit();  // silent by design
+    std::string_view line;
+    if (hasHeader && in.next(line)) {
+        out.put(line);
+        out.put('\n');
+    }
+    filterLines(in, out);
+    out.close();
+}

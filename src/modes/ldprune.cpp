@@ -1,0 +1,269 @@
+// Pruning of a position-sorted table by genetic distance: of two neighbours closer than a threshold the one
+// with the larger p-value is dropped. Kept lines go to the output as they are, dropped ones with the distance
+// that condemned them to a side file.
+#include "main/console.h"
+#include "main/options.h"
+#include "main/progress.h"
+#include "modes/modes.h"
+#include "modes/tables.h"
+#include "text/delimiters.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/wide.h"
+#include "text/writer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <sys/mman.h>
+#include <vector>
+
+static std::string filename;
+static std::string mapname;
+static std::string outname;
+static std::string removedname;
+static std::string Delim;
+static double threshold;  // centimorgans
+static size_t pcolumn;    // 1-based
+static size_t poscolumn;  // 1-based
+static bool headeryes;
+
+static std::vector<int> MapPos;    // base pairs
+static std::vector<double> MapCm;  // centimorgans at these positions
+
+// Memory that grows by blocks and never moves, so that no data is held twice. Blocks of this size and
+// alignment can be single pages of the processor, which saves a quarter of the time of a run.
+static constexpr size_t blockSize = size_t(2) << 20;
+using Block = std::unique_ptr<char, decltype(&std::free)>;
+
+static Block makeBlock(size_t size)
+{
+    const size_t rounded = (size + blockSize - 1) / blockSize * blockSize;
+    Block block(static_cast<char *>(std::aligned_alloc(blockSize, rounded)), std::free);
+    if (!block)
+        throw std::bad_alloc();
+    madvise(block.get(), rounded, MADV_HUGEPAGE);  // where that cannot be, the pages are just smaller
+    return block;
+}
+
+// Copies of lines.
+class LineStore {
+public:
+    const char *add(std::string_view line)
+    {
+        if (line.size() > m_left) {
+            m_left = std::max(line.size(), blockSize);
+            m_blocks.push_back(makeBlock(m_left));
+            m_next = m_blocks.back().get();
+        }
+        char *copy = m_next;
+        line.copy(copy, line.size());
+        m_next += line.size();
+        m_left -= line.size();
+        return copy;
+    }
+
+private:
+    std::vector<Block> m_blocks;
+    char *m_next = nullptr;
+    size_t m_left = 0;
+};
+
+struct Marker {
+    const char *line;
+    size_t size : 63;  // of the line
+    size_t isUnmapped : 1;
+    double cM;
+    double pValue;
+
+    std::string_view text() const { return {line, size}; }
+};
+
+class Markers {
+public:
+    size_t size() const { return m_size; }
+    Marker &operator[](size_t i)
+    {
+        return reinterpret_cast<Marker *>(m_blocks[i / perBlock].get())[i % perBlock];
+    }
+    void add(const Marker &marker)
+    {
+        if (m_size % perBlock == 0)
+            m_blocks.push_back(makeBlock(blockSize));
+        new (&(*this)[m_size++]) Marker(marker);
+    }
+    void shrink(size_t size) { m_size = size; }  // no more are added afterwards
+
+private:
+    static constexpr size_t perBlock = blockSize / sizeof(Marker);
+
+    std::vector<Block> m_blocks;
+    size_t m_size = 0;
+};
+
+static size_t readColumn(std::string_view name)
+{
+    const int column = integerOption(name, 0);
+    if (column < 1)
+        fatal("%s not specified\n", std::string(name).c_str());
+    return size_t(column);
+}
+
+// An empty value counts as absent. The side file is opened before the columns are looked at.
+static void readOptions(text::Writer &removed)
+{
+    filename = textOption("-file", "");
+    mapname = textOption("-map", "");
+    if (filename.empty() || mapname.empty())
+        quit();  // silent by design
+    outname = textOption("-out", "");
+    if (outname.empty())
+        outname = filename + ".out";
+    removedname = outname + ".removed";
+    refuseSameFiles({filename, mapname}, {outname, removedname});
+    if (!removed.open(removedname))
+        quit();
+    Delim = text::delimiter(textOption("-delim", "tab"), "\t");
+    threshold = realOption("-threshold", 0);
+    pcolumn = readColumn("-pcolumn");
+    poscolumn = readColumn("-poscolumn");
+    headeryes = textOption("-dataheader", "no") == "yes";
+}
+
+static void readMap(text::LineReader &map)
+{
+    std::string_view line;
+    map.next(line);  // always a header
+    for (int64_t lineNumber = 2; map.next(line); ++lineNumber) {
+        if (line.empty())
+            continue;
+        MapPos.push_back(text::readInteger(requiredField(line, " ", 1, lineNumber)));
+        MapCm.push_back(text::readDouble(requiredField(line, " ", 3, lineNumber)));
+    }
+}
+
+// Finds the map interval of a position: the first k with P(k-1) <= x <= P(k), or 0 where there is none.
+class IntervalFinder {
+public:
+    size_t find(int x)
+    {
+        // Strictly above its start no earlier interval of a sorted map ends.
+        if (m_isSorted && m_last > 0 && MapPos[m_last - 1] < x && x <= MapPos[m_last])
+            return m_last;
+        m_last = m_isSorted ? bisect(x) : scan(x);
+        return m_last;
+    }
+
+private:
+    static size_t bisect(int x)
+    {
+        const size_t k = size_t(std::ranges::lower_bound(MapPos, x) - MapPos.begin());
+        if (k == MapPos.size())
+            return 0;
+        return k == 0 && MapPos.size() > 1 && MapPos[0] == x ? 1 : k;
+    }
+
+    static size_t scan(int x)
+    {
+        for (size_t k = 1; k < MapPos.size(); ++k) {
+            if (MapPos[k - 1] <= x && x <= MapPos[k])
+                return k;
+        }
+        return 0;
+    }
+
+    const bool m_isSorted = std::ranges::is_sorted(MapPos);
+    size_t m_last = 0;
+};
+
+// The position between the ends of map interval k. In an interval without length it is not a number.
+static double interpolate(int x, size_t k)
+{
+    const double d1 = double(x) - double(MapPos[k - 1]);
+    const double d2 = double(MapPos[k]) - double(x);
+    return MapCm[k - 1] + ((MapCm[k] - MapCm[k - 1]) * d1) / (d2 + d1);
+}
+
+MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Markers &markers)
+{
+    const std::string delimiter = Delim;
+    const size_t positionColumn = poscolumn, valueColumn = pcolumn;
+    IntervalFinder intervals;
+    Progress progress(filename);
+    std::string_view line;
+    int64_t lineNumber = headeryes && in.next(line);
+    while (in.next(line)) {
+        progress.advance(line.size());
+        ++lineNumber;
+        if (line.empty())
+            continue;
+        const int position = text::readInteger(requiredField(line, delimiter, positionColumn, lineNumber));
+        const double pValue = text::readDouble(requiredField(line, delimiter, valueColumn, lineNumber));
+        const size_t k = intervals.find(position);
+        // Unmapped markers take part in distances as -1.
+        const double cM = k == 0 ? -1 : interpolate(position, k);
+        markers.add({store.add(line), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
+    }
+}
+
+static void writeRemoved(const Marker &marker, double dCM, text::Writer &removed)
+{
+    removed.put(marker.text());
+    removed.put(" dCM ");
+    removed.put(dCM);
+    removed.put('\n');
+}
+
+// One pass over the pairs (0, 1), (2, 3) ... of the list as it stands; the survivors move together. Returns
+// whether the last pair was pruned.
+static bool prunePairs(Markers &markers, text::Writer &removed)
+{
+    bool remove = false;
+    size_t kept = 0, next = 0;
+    while (markers.size() - next >= 2) {
+        const Marker first = markers[next++];
+        const Marker second = markers[next++];
+        const double dCM = std::abs(second.cM - first.cM);
+        remove = dCM < threshold;  // never for a distance that is not a number
+        if (!remove) {
+            markers[kept++] = first;
+            markers[kept++] = second;
+            continue;
+        }
+        if (first.isUnmapped || second.isUnmapped)
+            fatal("error!\n");
+        const bool dropsFirst = second.pValue <= first.pValue;
+        writeRemoved(dropsFirst ? first : second, dCM, removed);
+        markers[kept++] = dropsFirst ? second : first;
+    }
+    if (next < markers.size())
+        markers[kept++] = markers[next];
+    markers.shrink(kept);
+    return remove;
+}
+
+void ldPrune()
+{
+    text::Writer removed, out;
+    readOptions(removed);
+    print("running ldPrune()\npositions have to be in ascending order in both files\n");
+    flushConsole();
+    text::LineReader in, map;
+    if (!in.open(filename) || !map.open(mapname) || !out.open(outname))
+        quit();
+    readMap(map);
+    LineStore store;
+    Markers markers;
+    readMarkers(in, store, markers);
+    // On purpose a last pair that was kept ends the pruning, whatever was pruned before it in the same pass.
+    while (markers.size() >= 2 && prunePairs(markers, removed)) {
+    }
+    for (size_t i = 0; i < markers.size(); ++i) {
+        out.put(markers[i].text());
+        out.put('\n');
+    }
+    out.close();
+    removed.close();
+}

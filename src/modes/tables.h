@@ -1,0 +1,29 @@
+// What the modes over delimited tables share: options, and fields in chosen columns.
+#pragma once
+
+#include "text/fields.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The value of "-file"; its absence ends the run with a message.
+std::string requiredFileOption();
+
+// The value of "-out"; where it is absent, the input name + ".out", which is announced.
+std::string announcedOutOption(const std::string &filename);
+
+// A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME".
+size_t columnOption(std::string_view option, const char *name);
+
+[[noreturn]] void failShortLine(int64_t lineNumber, size_t column);
+
+// The field in a 1-based column of a LineReader's line; a line without it ends the run.
+inline std::string_view requiredField(std::string_view line, std::string_view delimiter, size_t column,
+                                      int64_t lineNumber)
+{
+    const std::string_view field = text::findField(line, delimiter, column - 1);
+    if (!field.data()) [[unlikely]]
+        failShortLine(lineNumber, column);
+    return field;
+}

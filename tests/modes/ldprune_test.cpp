@@ -1,0 +1,117 @@
+#include "support/genotypemodel.h"
+#include "support/random.h"
+#include "text/readnumber.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+// One centimorgan per 1000 base pairs, a jump at 3000, none above 5000.
+static const char map[] = "position rate cM\n1000 0 1\n3000 0 3\n3000 0 8\n\n5000 0 10\n";
+
+static Result prune(const Folder &folder, const std::string &input, const std::string &threshold)
+{
+    folder.write("in", input);
+    return folder.runMode("ldprune", {"-file", "in", "-out", "", "-map", "map", "-threshold", threshold,
+                                      "-pcolumn", "2", "-poscolumn", "1", "-delim", "space"});
+}
+
+TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
+{
+    const struct {
+        const char *name, *input, *threshold, *kept, *removed;
+    } cases[] = {
+        {"0 prunes nothing", "1000 .5\n1000 .5\n", "0", "1000 .5\n1000 .5\n", ""},
+        {"bytes", "1000 .5 \xff\r\r\n\n1100 .2\r\n", "1", "1100 .2\n", "1000 .5 \xff\r dCM 0.1\n"},
+        {"a tie drops the earlier one", "1000 .5 a\n1000 .5 b\n", "1", "1000 .5 b\n", "1000 .5 a dCM 0\n"},
+        {"not below", "1000 1\n2000 1\n", "1", "1000 1\n2000 1\n", ""},
+        {"three", "1000 .1\n1250 .3\n1500 .2\n", "1", "1000 .1\n", "1250 .3 dCM 0.25\n1500 .2 dCM 0.5\n"},
+        {"a kept last pair ends it", "1000 1\n1010 2\n1020 3\n2000 1\n", "0.5", "1000 1\n1020 3\n2000 1\n",
+         "1010 2 dCM 0.01\n"},
+        {"first of two intervals", "3000 1\n3001 1\n", "5.0011", "3001 1\n", "3000 1 dCM 5.001\n"},
+        {"unmapped but far", "1 1\n5000 1\n", "10.5", "1 1\n5000 1\n", ""},
+        {"no number", "x 1\n5000 y\n", "10.5", "x 1\n5000 y\n", ""},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        folder.write("map", map);
+        const Result run = prune(folder, row.input, row.threshold);
+        EXPECT_EQ(run.messages, "running ldPrune()\npositions have to be in ascending order in both files\n");
+        EXPECT_EQ(folder.read("in.out"), row.kept) << row.name;
+        EXPECT_EQ(folder.read("in.out.removed"), row.removed) << row.name;
+    }
+}
+
+struct Row {
+    std::string line;
+    int position;
+    double cM, value;
+};
+using Map = std::vector<std::pair<int, double>>;
+
+static double centimorgans(int x, const Map &entries)
+{
+    for (size_t k = 1; k < entries.size(); ++k) {
+        const auto &[P0, C0] = entries[k - 1];
+        const auto &[P1, C1] = entries[k];
+        if (P0 <= x && x <= P1)
+            return C0 + ((C1 - C0) * double(x - P0)) / (double(P1 - x) + double(x - P0));
+    }
+    return -1;  // no map here goes below 0
+}
+
+// The judge: each step as it is told, with a list that shrinks. False where a close marker is unmapped.
+static bool pruneLiterally(std::vector<Row> &rows, double threshold, std::string &removed)
+{
+    for (bool remove = true; remove && rows.size() >= 2;) {
+        for (size_t i = 1; i < rows.size(); i += remove ? 1 : 2) {
+            const double dCM = std::abs(rows[i].cM - rows[i - 1].cM);
+            remove = dCM < threshold;
+            if (remove && (rows[i].cM == -1 || rows[i - 1].cM == -1))
+                return false;
+            if (remove) {
+                const auto drop = rows.begin() + long(rows[i].value <= rows[i - 1].value ? i - 1 : i);
+                removed += drop->line + " dCM " + plainText(dCM) + "\n";
+                rows.erase(drop);
+            }
+        }
+    }
+    return true;
+}
+
+TEST(LdPrune, AgreesWithAPlainVersion)
+{
+    for (uint64_t seed = 0; seed < 300; ++seed) {
+        RandomText random(seed);
+        std::string mapLines = "header\n", input, removed, kept;
+        const bool isSorted = random.below(4) > 0;
+        const size_t step = 1 + random.below(60);
+        int position = random.oneIn(3) ? 1 : -2000;
+        double cM = 0;
+        Map entries;
+        for (size_t n = random.below(60); n > 0; --n) {
+            position += int(random.below(step)) - (isSorted ? 0 : 3);
+            cM += double(random.below(100)) / 100;
+            entries.emplace_back(position, random.oneIn(50) ? NAN : cM);
+            mapLines += std::to_string(position) + "  " + plainText(entries.back().second) + random.lineEnd();
+        }
+        position = random.oneIn(2) ? 1 : -50;
+        std::vector<Row> rows;
+        for (size_t n = random.below(200); n > 0; --n) {
+            position += int(random.below(1 + random.below(step)));
+            const std::string value = random.number(1);
+            rows.push_back({std::to_string(position) + " " + value + " " + std::to_string(n), position,
+                            centimorgans(position, entries), text::readDouble(value)});
+            input += rows.back().line + random.lineEnd();
+        }
+        const int threshold = int(random.below(4));
+        const Folder folder;
+        folder.write("map", mapLines);
+        const Result run = prune(folder, input, std::to_string(threshold));
+        const bool isDone = pruneLiterally(rows, threshold, removed);
+        for (size_t i = 0; isDone && i < rows.size(); ++i)
+            kept += rows[i].line + "\n";
+        ASSERT_EQ(run.status, isDone ? 0 : 1) << "seed " << seed;
+        ASSERT_EQ(folder.read("in.out"), kept) << "seed " << seed;
+        ASSERT_EQ(folder.read("in.out.removed"), removed) << "seed " << seed;
+    }
+}
