@@ -38,9 +38,11 @@ struct ReadyDosage {
     double deviation;  // absolute
 };
 
-static std::array<ReadyDosage, 2500> makeReadyDosages()
+using ReadyDosages = std::array<ReadyDosage, 2500>;
+
+static ReadyDosages makeReadyDosages()
 {
-    std::array<ReadyDosage, 2500> ready;
+    ReadyDosages ready;
     for (size_t i = 0; i < ready.size(); ++i) {
         const double value = double(i) / 1000;
         const int digvalue = int(value + 0.5);
@@ -55,7 +57,6 @@ static std::array<ReadyDosage, 2500> makeReadyDosages()
     }
     return ready;
 }
-static const auto readyDosages = makeReadyDosages();
 
 // In a loop of its own, without calls, the sum stays in a register.
 static void addDeviations(const double *deviations, size_t count)
@@ -69,7 +70,8 @@ static void addDeviations(const double *deviations, size_t count)
 
 // Writes the triplet of every dosage and its deviation, or "?" where it has no class, each with a blank
 // behind.
-MORVEL_WIDE static void convertDosages(std::string_view dosages, text::Writer &out, text::Writer &stats)
+MORVEL_WIDE static void convertDosages(std::string_view dosages, const ReadyDosages &readyDosages,
+                                       text::Writer &out, text::Writer &stats)
 {
     double deviations[Walker::batchSize];  // absolute
     Walker walker(dosages);
@@ -110,6 +112,7 @@ MORVEL_WIDE static void convertDosages(std::string_view dosages, text::Writer &o
 // Converts the lines from beg to end. An empty line counts, but gives none.
 static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &stats)
 {
+    const ReadyDosages readyDosages = makeReadyDosages();
     Progress progress(options.filename);
     std::string_view line;
     for (int64_t counter = 1; counter <= options.end && in.next(line); ++counter) {
@@ -119,7 +122,7 @@ static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &
         copyLeadingColumns(line, options.lastbeforegeno, stats);
         const std::string_view dosages = copyLeadingColumns(line, options.lastbeforegeno, out);
         if (dosages.data())
-            convertDosages(dosages, out, stats);
+            convertDosages(dosages, readyDosages, out, stats);
         out.replaceLast('\n');
         stats.replaceLast('\n');
     }

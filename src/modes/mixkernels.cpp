@@ -244,9 +244,7 @@ MORVEL_INLINE void findWeights(const Mixture &mixture, float *weights)
     Trials trial;
     placeTrials<bytes>(0.375f, 0.375f, 0.25f, trial);
     size_t best = findNearest<bytes>(mixture, trial);
-    placeTrials<bytes>(trial.a[best], trial.b[best], 0.1f, trial);
-    best = findNearest<bytes>(mixture, trial);
-    placeTrials<bytes>(trial.a[best], trial.b[best], 0.03f, trial);
+    placeTrials<bytes>(trial.a[best], trial.b[best], 0.07f, trial);
     best = findHeaviest<bytes>(mixture, scales, trial);
     const float a = trial.a[best], b = trial.b[best];
     for (size_t j = 0; j < mixture.values; ++j) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -142,6 +143,16 @@ char *writeReal(char *out, double value)
     return std::to_chars(out, out + maxRealSize - 1, value, std::chars_format::general, 6).ptr;
 }
 
+// "0.000" to "9.999", and three bytes more so that eight can be stored at once.
+static constexpr auto shortFixedTexts = [] {
+    std::array<std::array<char, 8>, 10000> texts = {};
+    for (size_t i = 0; i < texts.size(); ++i) {
+        const size_t digits[] = {i / 1000, i / 100 % 10, i / 10 % 10, i % 10};
+        texts[i] = {char('0' + digits[0]), '.', char('0' + digits[1]), char('0' + digits[2]), char('0' + digits[3])};
+    }
+    return texts;
+}();
+
 char *writeFixed3(char *out, float value)
 {
     if (std::isnan(value)) {
@@ -156,13 +167,13 @@ char *writeFixed3(char *out, float value)
     // whole numbers.
     const double shifted = std::abs(double(value) * 1000) + 0x1p52;
     const uint64_t thousandths = std::bit_cast<uint64_t>(shifted) & ((uint64_t(1) << 52) - 1);
-    const uint64_t whole = thousandths / 1000;
-    uint64_t decimals = thousandths % 1000;
-    if (whole < 10)
-        *out++ = char('0' + whole);
-    else
-        out = std::to_chars(out, out + maxIntegerSize, whole).ptr;
+    if (thousandths < shortFixedTexts.size()) {
+        std::memcpy(out, &shortFixedTexts[thousandths], 8);
+        return out + 5;
+    }
+    out = std::to_chars(out, out + maxIntegerSize, thousandths / 1000).ptr;
     out[0] = '.';
+    uint64_t decimals = thousandths % 1000;
     for (int i = 3; i > 0; --i, decimals /= 10)
         out[i] = char('0' + decimals % 10);
     return out + 4;
