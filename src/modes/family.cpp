@@ -10,7 +10,6 @@
 #include "text/writer.h"
 
 #include <algorithm>
-#include <cmath>
 
 static std::string filename;
 static std::string Outname;
@@ -174,11 +173,7 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
             } else if (cells[column] == none) {
                 out.put('0');
             } else {
-                // As by printf's "%g", which shows the sign of zero.
-                const double value = listed[cells[column]].value;
-                if (value == 0 && std::signbit(value))
-                    out.put('-');
-                out.put(value);
+                out.put(listed[cells[column]].value);
             }
             cells[column] = none;
         }

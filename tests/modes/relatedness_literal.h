@@ -134,7 +134,7 @@ struct LiteralRun {
                         const Strings fields = splitAt('\t', line + "\t\t");
                         const string &first = fields[0], &second = fields[1];
                         if ((first == row && second == column) || (first == column && second == row))
-                            std::snprintf(cell, sizeof cell, "%g", text::readDouble(fields[2]));
+                            std::snprintf(cell, sizeof cell, "%g", text::readDouble(fields[2]) + 0.0);
                     }
                     out.append("\t").append(row == column ? "1" : cell);
                 }

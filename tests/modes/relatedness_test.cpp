@@ -101,7 +101,7 @@ TEST(Family, GroupsConnectedPairs)
          {"-header", "Yes", "-showmatrix", "yes"}, "",
          "1) 3 x  A B C\n\n\tA\tB\tC\nA\t1\t1\t1\nB\t1\t1\t0.05\nC\t1\t0.05\t1\n\n"},
         {"crossed delimiters", "A\\B\\-0\n", {"-delim", "slash", "-threshold", "0", "-showmatrix", "yes"}, "",
-         "1) 2 x  A B\n\n\tA\tB\nA\t1\t-0\nB\t-0\t1\n\n"},
+         "1) 2 x  A B\n\n\tA\tB\nA\t1\t0\nB\t0\t1\n\n"},
     };
     for (const Case &row : cases) {
         const Folder folder;
