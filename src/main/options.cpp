@@ -1,4 +1,5 @@
 #include "main/options.h"
+#include "main/console.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
@@ -11,6 +12,22 @@ std::optional<std::string> option(std::string_view name)
     if (found == Switches.end() || found + 1 == Switches.end())
         return std::nullopt;
     return found[1];
+}
+
+std::string requiredOption(std::string_view name)
+{
+    const auto value = option(name);
+    if (!value)
+        fatal("You need to specify '%s'.\n\n", std::string(name).c_str());
+    return *value;
+}
+
+std::string announcedOutOption(const std::string &filename)
+{
+    const auto out = option("-out");
+    if (!out)
+        print("output name = input name + '.out'\n");
+    return out.value_or(filename + ".out");
 }
 
 std::string textOption(std::string_view name, std::string_view absent)

@@ -14,6 +14,12 @@ extern std::vector<std::string> Switches;
 // names: after "-out -file x", the value of "-file" is "-file".
 std::optional<std::string> option(std::string_view name);
 
+// The same for an option that a mode cannot do without: its absence ends the run with a message.
+std::string requiredOption(std::string_view name);
+
+// The value of "-out"; where it is absent, the input name + ".out", which is announced.
+std::string announcedOutOption(const std::string &filename);
+
 std::string textOption(std::string_view name, std::string_view absent);
 int integerOption(std::string_view name, int absent);  // no integer: 0
 double realOption(std::string_view name, double absent);  // no number: 0

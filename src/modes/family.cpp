@@ -36,14 +36,8 @@ static std::vector<Listed> listed;  // for the matrix only
 
 static void readOptions()
 {
-    const auto file = option("-file");
-    if (!file)
-        fatal("You need to specify '-file'.\n\n");
-    filename = *file;
-    const auto out = option("-out");
-    if (!out)
-        print("output name = input name + '.out'\n");
-    Outname = out.value_or(filename + ".out");
+    filename = requiredOption("-file");
+    Outname = announcedOutOption(filename);
     statsname = Outname + ".stats";
     delim = pairDelimiter(textOption("-delim", "tab"));
     thold = realOption("-threshold", 0.1);

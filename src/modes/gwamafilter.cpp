@@ -20,7 +20,7 @@ static constexpr int64_t maxMissing = 2;  // studies
 
 static void readOptions()
 {
-    filename = requiredFileOption();
+    filename = requiredOption("-file");
     outname = announcedOutOption(filename);
     Delim = text::delimiterOrLiteral(textOption("-delim", "tab"));
     column = columnOption("-column", "column");

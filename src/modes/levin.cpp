@@ -37,7 +37,7 @@ static void readColumns()
 
 static void readOptions()
 {
-    Filename = requiredFileOption();
+    Filename = requiredOption("-file");
     Outname = announcedOutOption(Filename);
     Delim = text::delimiter(textOption("-delim", "tab"), "\t");
     const std::string Headerverdict = textOption("-header", "no");

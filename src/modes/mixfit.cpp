@@ -31,14 +31,6 @@ static std::vector<double> cumulResults_select;      // of the exhaustive fit
 static std::vector<float> ks;                        // of the drop scan
 static std::string dropHeader;                       // the line that shows them
 
-static std::string requiredFile(const char *name)
-{
-    const auto value = option(name);
-    if (!value)
-        fatal("You need to specify '%s'.\n\n", name);
-    return *value;
-}
-
 static bool isOn(std::string_view name)
 {
     const std::string value = textOption(name, "");
@@ -47,9 +39,9 @@ static bool isOn(std::string_view name)
 
 static void readOptions()
 {
-    filename = requiredFile("-file");
+    filename = requiredOption("-file");
     outname = textOption("-out", filename + ".out");
-    refname = requiredFile("-ref");
+    refname = requiredOption("-ref");
     const std::string word = textOption("-delim", "tab");
     copyBounded(delimiter, word == "TAB" ? "\t" : text::delimiter(word, word));
     combinatorics = isOn("-combinatorics");

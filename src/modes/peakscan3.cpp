@@ -50,7 +50,7 @@ static void checkIntegerOption(std::string_view name, int least, const char *mes
 
 static void readOptions()
 {
-    filename = requiredFileOption();
+    filename = requiredOption("-file");
     outname = announcedOutOption(filename);
     rangesname = outname + ".ranges";
     Delim = text::delimiterOrLiteral(textOption("-delim", "tab"));

@@ -8,10 +8,7 @@
 RemovalOptions readRemovalOptions()
 {
     RemovalOptions options;
-    const auto file = option("-file");
-    if (!file)
-        fatal("You need to specify '-file'.\n\n");
-    options.filename = *file;
+    options.filename = requiredOption("-file");
     options.pfile = option("-pfile");
     if (!options.pfile)
         print("Flag '-pfile' not specified, so pfile not used.\n\n");

@@ -7,20 +7,12 @@
 
 #include <cmath>
 
-static std::string requiredFile(std::string_view name)
-{
-    const auto value = option(name);
-    if (!value)
-        fatal("You need to specify '%s'.\n\n", std::string(name).c_str());
-    return *value;
-}
-
 void readScanOptions()
 {
-    Phenoname = requiredFile("-pfile");
+    Phenoname = requiredOption("-pfile");
     Outname = textOption("-out", Phenoname + ".out");
     Statsname = Outname + ".stats";
-    Genoname = requiredFile("-gfile");
+    Genoname = requiredOption("-gfile");
     Missing = textOption("-missing", "NA");
     slope_lim = realOption("-slope", 0.1);
     if (slope_lim < 0)

@@ -7,12 +7,6 @@
 #include <string>
 #include <string_view>
 
-// The value of "-file"; its absence ends the run with a message.
-std::string requiredFileOption();
-
-// The value of "-out"; where it is absent, the input name + ".out", which is announced.
-std::string announcedOutOption(const std::string &filename);
-
 // A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME".
 size_t columnOption(std::string_view option, const char *name);
 
