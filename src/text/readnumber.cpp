@@ -98,7 +98,7 @@ Real readReal(std::string_view field)
         value = digitCount + exponent > 0 ? std::numeric_limits<double>::infinity() : 0;
     }
     if (value == 0)
-        return {0, false};
+        return {0, true};
     return {isNegative ? -value : value, !std::isinf(value)};
 }
 

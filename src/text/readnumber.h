@@ -15,8 +15,8 @@ struct Real {
 };
 
 // A real number is a whole field, white space around it allowed: optional sign, digits with at most one point,
-// optional exponent; "inf" and "nan" in any case, "inf" with a sign too. The value is the nearest double. No
-// number gives 0; too large gives infinity and too small 0, both marked as no number.
+// optional exponent; "inf" and "nan" in any case, "inf" with a sign too. The value is the nearest double, too
+// small for one is 0. What is no number gives 0; too large gives infinity and is marked as no number.
 Real readReal(std::string_view field);
 
 inline double readDouble(std::string_view field) { return readReal(field).value; }
