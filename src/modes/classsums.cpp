@@ -1,10 +1,7 @@
 #include "modes/classsums.h"
+#include "text/wide.h"
 
 #include <algorithm>
-
-#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
-#define MORVEL_WIDE_KERNELS
-#endif
 
 // A register's worth of lanes. Loads and stores need no more alignment than a double.
 template <size_t bytes>
@@ -218,10 +215,5 @@ std::span<const ScanKernels> allScanKernels()
 
 const ScanKernels &scanKernels()
 {
-    const ScanKernels *widest = kernels;
-    for (const ScanKernels &each : kernels) {
-        if (each.isSupported())
-            widest = &each;
-    }
-    return *widest;
+    return widestOf(allScanKernels());
 }

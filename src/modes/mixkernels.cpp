@@ -1,13 +1,10 @@
 #include "modes/mixkernels.h"
+#include "text/wide.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
-
-#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
-#define MORVEL_WIDE_KERNELS
-#endif
 
 // A register's worth of lanes. Loads and stores need no more alignment than a float.
 template <size_t bytes>
@@ -293,10 +290,5 @@ std::span<const SearchKernels> allSearchKernels()
 
 const SearchKernels &widestSearchKernels()
 {
-    const SearchKernels *widest = kernels;
-    for (const SearchKernels &each : kernels) {
-        if (each.isSupported())
-            widest = &each;
-    }
-    return *widest;
+    return widestOf(allSearchKernels());
 }

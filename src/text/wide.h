@@ -3,8 +3,28 @@
 // multiply-add stays off in both, so the results are the same.
 #pragma once
 
+#include <span>
+
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
 #define MORVEL_WIDE [[gnu::target_clones("default", "arch=x86-64-v3")]]
 #else
 #define MORVEL_WIDE
 #endif
+
+// Where instructions are chosen by hand, a table of the same functions for one kind of processor after the other, from
+// the narrowest, which runs everywhere, to the widest. The sanitizers see the narrowest alone.
+#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
+#define MORVEL_WIDE_KERNELS
+#endif
+
+// The widest of the table that this processor supports.
+template <class Kernels>
+const Kernels &widestOf(std::span<const Kernels> table)
+{
+    const Kernels *widest = &table.front();
+    for (const Kernels &each : table) {
+        if (each.isSupported())
+            widest = &each;
+    }
+    return *widest;
+}
