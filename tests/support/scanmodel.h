@@ -1,8 +1,6 @@
 // Slow and obvious versions of what the association scans share, one step after the other.
 #pragma once
 
-#include "support/random.h"
-
 #include <string>
 #include <vector>
 
@@ -32,22 +30,4 @@ struct PlainDecisions {
     std::string hits;                // rows
     int counts[4] = {};              // hits and classes of slopes
     std::string takeCounts();        // "\t" before each; and starts again
-};
-
-// Random files with much of what users and accidents put into them; tame ones have whole lines.
-struct ScanInput : RandomText {
-    using RandomText::RandomText;
-
-    size_t individuals = 1 + below(oneIn(4) ? 300 : 12);
-    bool isTame = !oneIn(4);
-    std::string delimiter = oneIn(8) ? "\t" : " ";
-
-    std::string phenotypes();
-    std::string dosages();
-    std::string triplets();
-
-private:
-    std::string markers(std::string (ScanInput::*individual)());
-    std::string dosage();
-    std::string triplet();
 };
