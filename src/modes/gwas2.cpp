@@ -14,7 +14,6 @@
 #include "text/wide.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <unistd.h>
@@ -215,7 +214,7 @@ static void addTrait(const Phenotype &phenotype, const std::vector<Bin> &bins, T
     }
 }
 
-// Keeps the best marker, and adds the hits of the phenotype among the markers of the block.
+// The best markers of the phenotypes of a table, and their hits.
 class Decisions {
 public:
     // The hits of the table's first phenotype with values go straight to their file.
@@ -227,7 +226,7 @@ public:
         m_out.openToMemory(m_row);
     }
 
-    // `sums` are those of the phenotype's bins, [bin][marker].
+    // Looks at the markers of the block for one phenotype. `sums` are those of its bins, [bin][marker], and are lost.
     void decide(size_t index, const Block &block, double *sums);
 
     // Writes what is not written yet of the phenotype's hits.
@@ -246,7 +245,7 @@ private:
     const bool m_takesAll = statistic == 0 && -1 >= stat_lim;
     const double m_leastSlope = m_takesAll ? -std::numeric_limits<double>::infinity() : slope_lim;
     const double m_leastR2 = leastPassingR2(testgroups);
-    std::vector<double> m_y = std::vector<double>(size_t(std::max(testgroups, 0)));
+    std::vector<double> m_y;
 };
 
 void Decisions::addHit(size_t index, const std::string &marker, const Fit &fit)
@@ -277,6 +276,7 @@ void Decisions::decide(size_t index, const Block &block, double *sums)
         }
         if (absSlope < m_leastSlope || !(r2s[m] >= m_leastR2 || m_takesAll))
             continue;
+        m_y.resize(trait.x.size());
         for (size_t k = 0; k < m_y.size(); ++k)
             m_y[k] = sums[k * blockMarkers + m];
         const Fit fit = fitLine(trait.x, m_y);
@@ -309,7 +309,7 @@ static void scanMarkers(DosageLines &lines, size_t individuals, Table &table, De
     } while (block.markers == blockMarkers);
 }
 
-// What the bins of a phenotype are is the same in both scans.
+// The bins are those of gwas.
 static constexpr auto findBins2 = findBins;
 
 // Scans every marker against every phenotype.
@@ -324,7 +324,7 @@ static void universal2(const ScanMemory &memory)
     int64_t PhenoID = 0;
     bool hasScanned = false;
 
-    // Works the phenotypes of the table, and empties it. `isLast` when no others with values follow.
+    // Scans for the phenotypes of the table, writes their rows and empties it. No further scan follows the last pass.
     const auto finishPass = [&](bool isLast) {
         Decisions decisions(table, memory.hitBytes, files.hits);
         progress.startPass(table.lineBytes);
