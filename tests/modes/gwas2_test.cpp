@@ -89,6 +89,8 @@ TEST(Gwas2, GivesTheBytesOfGwasOnOddFiles)
         {phenotypes, "1 m 1 A G 0 1\n1 n 1 A G 2 0\n1 o 1 A G 0\n", false},
         {phenotypes + "d 1\ne 1 2\n", "1 m 1 A G 0 1\n1 n 1 A G 2 0\n", false},
         {phenotypes + "d 1\n", "1 m 1 A G 0 1\n1 o 1 A G 0 1 1\n", false},
+        // No R2 can be formed, but none is needed where the slope is too small.
+        {"a 1 2 3\nb 1 2 3\n", "1 m 1 A G 1e200 3e200 1e200\n1 m 1 A G 2e200 1e200 2e200\n", false},
         // A line with two fields left over, or without triplets, goes on with the next one.
         {"a 1 2\n", "1" + marker + "1 n 1 A G 0 1 0 0 0\n1 n 1 A G 0 1 0 0 0 1 0\n", true},
         {"a 1 2\n", "1" + marker + "1 n 1\n2 A G 0 1 0 0 0 1 0 1\n1" + marker, true},
@@ -99,11 +101,13 @@ TEST(Gwas2, GivesTheBytesOfGwasOnOddFiles)
         {"a 1 2\n", "1 m 1 A G 0 1 0 0 0 1 \n1 m 1 A G 0 1 0 0 0 1  ", true},
     };
     for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("pheno", row.phenotypes);
-        folder.write("geno", row.genotypes);
-        compareWithGwas(folder, {"-out", "o", "-statistic", "r2", "-statlimit", "0", "-slope", "0"}, row.isTriplets,
-                        uint64_t(&row - cases));
+        for (const auto &[limit, slope] : {std::pair("0", "0"), std::pair("-1", "0.5")}) {
+            const Folder folder;
+            folder.write("pheno", row.phenotypes);
+            folder.write("geno", row.genotypes);
+            compareWithGwas(folder, {"-out", "o", "-statistic", "r2", "-statlimit", limit, "-slope", slope},
+                            row.isTriplets, uint64_t(&row - cases));
+        }
     }
 }
 
