@@ -50,9 +50,8 @@ BinScanFiles::BinScanFiles(const char *mode, bool rereadsGenotypes)
 {
     print("\nrunning %s() ...\n\n", mode);
     refuseSameScanFiles({});
-    if (!phenotypes.open(Phenoname)
-        || !(rereadsGenotypes ? genotypes.openToReread(Genoname) : genotypes.open(Genoname)) || !hits.open(Outname)
-        || !statistics.open(Statsname))
+    if (!phenotypes.open(Phenoname) || !(rereadsGenotypes ? genotypes.openToReread(Genoname) : genotypes.open(Genoname))
+        || !hits.open(Outname) || !statistics.open(Statsname))
         quit();
     writeHitHeader(hits);
     statistics.put("Pheno\tPhenoID\tHits\tTotHits\t<0.25*slope\t<0.5*slope\t>2*slope\tAbsMaxSlope\tBestSNP\t");

@@ -34,8 +34,7 @@ static int wholePart(float value)
 }
 
 template <bool isHardCall, bool hasSummary>
-MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out,
-                                        std::vector<float> &meanValues)
+MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out, std::vector<float> &meanValues)
 {
     constexpr size_t batchTriplets = Walker::batchSize / 3;
     const DosageTexts &dosageTexts = *texts;

@@ -26,11 +26,7 @@ static int format;  // of the genotype file: 0 dosages, 1 triplets
 // The lines of the genotype file as dosage lines.
 class DosageLines {
 public:
-    explicit DosageLines(text::LineReader &in)
-        : m_in(in)
-    {
-        m_out.openToMemory(m_text);
-    }
+    explicit DosageLines(text::LineReader &in) : m_in(in) { m_out.openToMemory(m_text); }
 
     // Reads the first line, which next() gives again. Empty where there is none.
     std::string_view first();
@@ -96,11 +92,7 @@ bool DosageLines::convertNext(std::string_view &line)
 
 // Some markers side by side.
 struct Block {
-    explicit Block(size_t individuals)
-        : rows(individuals)
-        , line(individuals * lineMarkers)
-    {
-    }
+    explicit Block(size_t individuals) : rows(individuals), line(individuals * lineMarkers) {}
 
     static constexpr size_t lineMarkers = 8;  // what is written of a row at a time
 
@@ -111,8 +103,8 @@ struct Block {
     std::vector<double> line;  // [marker][individual]
     std::string names[blockMarkers];
     size_t markers = 0;
-    size_t bytes = 0;        // of their lines
-    bool isBroken = false;   // the line behind them does not fit
+    size_t bytes = 0;       // of their lines
+    bool isBroken = false;  // the line behind them does not fit
 };
 
 // Puts up to lineMarkers markers in their place in the rows.
@@ -219,9 +211,7 @@ class Decisions {
 public:
     // The hits of the table's first phenotype with values go straight to their file.
     Decisions(Table &table, size_t hitBytes, text::Writer &hitFile)
-        : m_table(table)
-        , m_hitFile(hitFile)
-        , m_hits(table.traits.size(), hitBytes)
+        : m_table(table), m_hitFile(hitFile), m_hits(table.traits.size(), hitBytes)
     {
         m_out.openToMemory(m_row);
     }

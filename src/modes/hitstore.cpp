@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-HitStore::HitStore(size_t phenotypes, size_t limit)
-    : m_rows(phenotypes)
-    , m_limit(limit)
+HitStore::HitStore(size_t phenotypes, size_t limit) : m_rows(phenotypes), m_limit(limit)
 {
 }
 

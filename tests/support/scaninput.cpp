@@ -52,7 +52,8 @@ std::string ScanInput::markers(std::string (ScanInput::*individual)())
 {
     std::string text;
     for (size_t marker = oneIn(4) ? 30 + below(50) : below(6); marker > 0; --marker) {
-        for (const std::string &word : {std::string("1"), "m" + std::to_string(marker), std::string("7"), std::string("A")})
+        for (const std::string &word :
+             {std::string("1"), "m" + std::to_string(marker), std::string("7"), std::string("A")})
             text += word + delimiter;
         text += "G";
         for (size_t i = 0; i < individuals; ++i) {
