@@ -179,8 +179,8 @@ static std::vector<float> searchResults(uint64_t seed)
     const BestTriple best = searchTriples(2, 0, 1, 0.04f);
     for (size_t i = 0; i < 3; ++i)
         results.insert(results.end(), {best.score, best.proportions[i], float(best.populations[i])});
-    scanPair(0, 1, {0, 0.25, 0.5, 0.75, 1}, distances);
-    results.insert(results.end(), distances.begin(), distances.end());
+    scanPair(0, 1, pairGrid({0, 0.25, 0.5, 0.75, 1}), distances);
+    results.insert(results.end(), distances.begin(), distances.begin() + 5);
     releaseTable();
     for (float &result : results)
         result = result != result ? -1 : result;
