@@ -72,7 +72,7 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
 {
     using Real = typename Lanes<bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float), registers = blockSize / lanes;
-    constexpr size_t valuesPerLook = 4;  // at the limit
+    constexpr size_t valuesPerLook = 8;  // at the limit
     size_t found = grid.a.size();
     int32_t least = std::bit_cast<int32_t>(limit), beyond = least;  // as bits; equal ones count once one is found
     for (const uint32_t number : blocks) {

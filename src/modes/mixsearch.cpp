@@ -206,7 +206,7 @@ public:
     bool add(int one, int two, int three);
 
     // The blocks of the grid with mixtures of the triple that no cut rules out.
-    const std::vector<uint32_t> &findOpenBlocks(int one, int two, int three, const Grid &grid);
+    std::span<const uint32_t> findOpenBlocks(int one, int two, int three, const Grid &grid);
 
 private:
     static constexpr size_t most = 64;
@@ -265,7 +265,7 @@ void Cuts::mark(size_t cut)
     const float *const sums = m_sums.data() + cut * size_t(rows);
     const uint64_t bit = uint64_t(1) << cut;
     for (size_t i = 0; i < size_t(rows); ++i)
-        m_beyond[i] = sums[i] >= m_limit ? m_beyond[i] | bit : m_beyond[i] & ~bit;
+        m_beyond[i] = (m_beyond[i] & ~bit) | (uint64_t(sums[i] >= m_limit) << cut);
 }
 
 // What the weighed differences between each population and the sample add up to.
@@ -306,17 +306,18 @@ MORVEL_WIDE void Cuts::raiseBounds(const float *sums, int one, int two, int thre
         bounds[i] = std::max(bounds[i], base + slopeA * cornersA[i] + slopeB * cornersB[i]);
 }
 
-const std::vector<uint32_t> &Cuts::findOpenBlocks(int one, int two, int three, const Grid &grid)
+std::span<const uint32_t> Cuts::findOpenBlocks(int one, int two, int three, const Grid &grid)
 {
     m_bounds.assign(grid.lowA.size(), 0);
     for (size_t cut = 0; cut < m_count; ++cut)
         raiseBounds(m_sums.data() + cut * size_t(rows), one, two, three, grid);
-    m_open.clear();
-    for (size_t i = 0; i < m_bounds.size(); ++i) {
-        if (!(m_bounds[i] >= m_limit))
-            m_open.push_back(uint32_t(i));
+    m_open.resize(m_bounds.size());
+    size_t count = 0;
+    for (size_t i = 0; i < m_bounds.size(); ++i) {  // no branch that cannot be foreseen
+        m_open[count] = uint32_t(i);
+        count += !(m_bounds[i] >= m_limit);
     }
-    return m_open;
+    return {m_open.data(), count};
 }
 
 // Whether the triple has every population of the best one whose proportion is not 0.
@@ -359,14 +360,18 @@ BestTriple searchTriples(int one, int two, int three, float step)
                 const bool isBefore = triple < best.populations;
                 if (!isBefore && best.score == 0)
                     return best;
-                // No cut rules out a triple that can mix the best mixture, so none is tried.
-                if (!holdsBest(triple, best) && cuts.add(p, q, r)) {
-                    common = cuts.findCommon(p, q);
-                    continue;
+                std::span<const uint32_t> open = cuts.findOpenBlocks(p, q, r, grid);
+                // A few blocks are scored sooner than a cut is found. No cut rules out a triple that can mix the best
+                // mixture, so none is tried.
+                if (open.size() > 2 && !holdsBest(triple, best)) {
+                    if (cuts.add(p, q, r)) {
+                        common = cuts.findCommon(p, q);
+                        continue;
+                    }
+                    open = cuts.findOpenBlocks(p, q, r, grid);
                 }
                 // An equal score counts where the triple comes first.
-                if (fit(triple, isBefore ? std::nextafter(best.score, 9999.0f) : best.score,
-                        cuts.findOpenBlocks(p, q, r, grid)))
+                if (fit(triple, isBefore ? std::nextafter(best.score, 9999.0f) : best.score, open))
                     cuts.setScore(best.score);
                 common = cuts.findCommon(p, q);
             }
