@@ -187,9 +187,9 @@ void scanPair(int population, int base, const PairGrid &grid, std::vector<float>
 // -1 to 1: what the differences between a mixture and the sample add up to is no more than the mixture's
 // score, and no less than the least of what those between its populations and the sample add up to. So where
 // that is beyond the best score for all three, no mixture of them is better. A cut is such a set of weights;
-// found for one triple that fails, it also rules out many of those that fail for the same reason. Of the
-// triples of the benchmark two thirds (8 populations) to nine tenths (20) go by cuts found before, and half
-// of the others by their own.
+// found for one triple that fails, it also rules out many of those that fail for the same reason, and most blocks of
+// the grid of others. Of the triples of the benchmark two thirds (8 populations) to nine tenths (20) go by cuts found
+// before, and of the points of the others nine tenths.
 class Cuts {
 public:
     // For the current table and sample.
