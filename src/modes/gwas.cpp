@@ -218,7 +218,7 @@ static void universal()
     refuseSameScanFiles({});
     text::LineReader phenotypeFile, dosageFile;
     text::Writer hitFile, statisticsFile;
-    if (!phenotypeFile.open(Phenoname) || !dosageFile.open(Genoname) || !hitFile.open(Outname)
+    if (!phenotypeFile.open(Phenoname) || !dosageFile.openToReread(Genoname) || !hitFile.open(Outname)
         || !statisticsFile.open(Statsname))
         quit();
     writeHitHeader(hitFile);

@@ -74,7 +74,7 @@ static int64_t countFields(std::string_view line)
 static int64_t readPhenotypes()
 {
     text::LineReader in;
-    if (!in.open(Phenoname))
+    if (!in.openToReread(Phenoname))
         quit();
     int64_t rows = 0, columns = 0;
     std::string_view line;

@@ -1,8 +1,12 @@
 #include "text/files.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace text {
 
@@ -33,6 +37,58 @@ bool isSameFile(const std::string &name1, const std::string &name2)
     if (exists1)
         return S_ISREG(file1.st_mode) && file1.st_dev == file2.st_dev && file1.st_ino == file2.st_ino;
     return targetOf(name1) == targetOf(name2);
+}
+
+TemporaryFile::TemporaryFile()
+{
+    const char *chosen = std::getenv("TMPDIR");
+    const std::string folder = chosen && *chosen ? chosen : "/tmp";
+    m_name = "temporary file in " + folder;
+    // Some file systems have no files without a name: there it is taken away right after.
+    m_file = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (m_file < 0) {
+        std::string name = folder + "/morvel-XXXXXX";
+        m_file = mkostemp(name.data(), O_CLOEXEC);
+        if (m_file < 0)
+            onFailure("write", m_name);
+        unlink(name.c_str());
+    }
+}
+
+TemporaryFile::~TemporaryFile()
+{
+    if (m_file >= 0)
+        ::close(m_file);
+}
+
+void TemporaryFile::append(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t done = ::write(m_file, bytes.data(), bytes.size());
+        if (done >= 0)
+            bytes.remove_prefix(size_t(done));
+        else if (errno != EINTR)
+            onFailure("write", m_name);
+    }
+}
+
+void TemporaryFile::read(char *to, size_t bytes, size_t offset) const
+{
+    while (bytes > 0) {
+        const ssize_t done = ::pread(m_file, to, bytes, off_t(offset));
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done <= 0)
+            onFailure("read", m_name);
+        to += done;
+        offset += size_t(done);
+        bytes -= size_t(done);
+    }
+}
+
+int TemporaryFile::release()
+{
+    return std::exchange(m_file, -1);
 }
 
 } // namespace text

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace text {
 
@@ -14,5 +15,24 @@ extern FailureHandler onFailure;
 // True when both names lead to the same regular file: by the same name, through a hard link or through
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
 bool isSameFile(const std::string &name1, const std::string &name2);
+
+// A file without a name in $TMPDIR, or in /tmp, that is gone when it is closed. Failures go to onFailure.
+class TemporaryFile {
+public:
+    TemporaryFile();
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    ~TemporaryFile();
+
+    void append(std::string_view bytes);
+    // Reads exactly `bytes` bytes from the offset on.
+    void read(char *to, size_t bytes, size_t offset) const;
+    // The descriptor, to be closed by the caller from now on.
+    int release();
+
+private:
+    std::string m_name;  // for messages
+    int m_file = -1;
+};
 
 } // namespace text

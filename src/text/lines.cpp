@@ -29,6 +29,21 @@ bool LineReader::open(const std::string &name, size_t block)
     return true;
 }
 
+bool LineReader::openToReread(const std::string &name)
+{
+    if (!open(name))
+        return false;
+    if (lseek(m_file, 0, SEEK_CUR) >= 0)
+        return true;
+    TemporaryFile copy;
+    while (const size_t bytes = readSome(m_buffer.get(), m_size))
+        copy.append({m_buffer.get(), bytes});
+    close();
+    m_file = copy.release();
+    rewind();
+    return true;
+}
+
 void LineReader::close()
 {
     if (m_file >= 0)
@@ -74,14 +89,20 @@ bool LineReader::refill()
         m_buffer.reset(grown);
         m_size *= 2;
     }
-    ssize_t bytes;
-    do {
-        bytes = ::read(m_file, m_buffer.get() + m_end, m_size - m_end);
-    } while (bytes < 0 && errno == EINTR);
-    if (bytes < 0)
-        onFailure("read", m_name);
-    m_end += size_t(bytes);
+    const size_t bytes = readSome(m_buffer.get() + m_end, m_size - m_end);
+    m_end += bytes;
     return bytes > 0;
+}
+
+size_t LineReader::readSome(char *to, size_t bytes)
+{
+    ssize_t got;
+    do {
+        got = ::read(m_file, to, bytes);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0)
+        onFailure("read", m_name);
+    return size_t(got);
 }
 
 } // namespace text

@@ -23,6 +23,9 @@ public:
 
     // False when the file is missing, unreadable or a folder. A smaller block is for tests.
     bool open(const std::string &name, size_t block = size_t(256) << 10);
+    // The same for a file that will be read more than once: what cannot start again, such as a pipe, is copied to
+    // an unnamed temporary file first.
+    bool openToReread(const std::string &name);
     void close();
 
     // From now on a "\r" right before a line's end stays in the line.
@@ -52,7 +55,7 @@ public:
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
-    // Starts again at the first byte. A pipe cannot: that is a failed read.
+    // Starts again at the first byte. A pipe cannot, unless it was opened to be reread: that is a failed read.
     void rewind();
 
 private:
@@ -69,6 +72,7 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
+    size_t readSome(char *to, size_t bytes);
 
     std::string m_name;
     std::unique_ptr<char, Free> m_buffer;

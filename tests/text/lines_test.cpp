@@ -66,6 +66,27 @@ TEST(LineReader, RewindsAndRefusesFolders)
     EXPECT_FALSE(in.open(""));
 }
 
+TEST(LineReader, RereadsAPipe)
+{
+    const Folder folder;
+    std::string bytes;
+    for (int i = 0; i < 100000; ++i)  // more than a block
+        bytes += std::to_string(i) + "\n";
+    folder.write("in", bytes);
+    const std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(("cat " + folder.path("in")).c_str(), "r"), pclose);
+    text::LineReader in;
+    std::string_view line;
+    ASSERT_TRUE(in.openToReread("/dev/fd/" + std::to_string(fileno(pipe.get()))));
+    for (int pass = 0; pass < 2; ++pass) {
+        std::string read;
+        while (in.next(line))
+            read.append(line) += '\n';
+        EXPECT_EQ(read, bytes);
+        in.rewind();
+    }
+    EXPECT_FALSE(in.openToReread(folder.path("missing")));
+}
+
 TEST(TokenReader, FindsWordsAcrossLineEnds)
 {
     const Folder folder;
