@@ -12,14 +12,11 @@
 #include <set>
 #include <sstream>
 
-namespace fs = std::filesystem;
-
 struct Step {
-    size_t line = 0;  // of the guide, from 1
+    size_t line;  // of the guide, from 1
     std::string section;
-    std::string command;   // of a command
-    std::string fileName;  // of an input
-    std::string text;      // what the command shows, or the input holds
+    std::string command, fileName;  // one of the two
+    std::string text;               // what the command shows, or the file holds
 };
 
 static std::vector<Step> readSteps()
@@ -43,7 +40,7 @@ static std::vector<Step> readSteps()
             block.clear();
         } else if (block == "```console" && line.starts_with("$ ")) {
             steps.push_back({number, section, line.substr(2), "", ""});
-        } else if (block == "```console" || block == "```text") {
+        } else if (block != "```sh" && !steps.empty()) {
             steps.back().text += line + "\n";
         }
     }
@@ -56,10 +53,8 @@ static std::string visible(const std::string &text)
     std::istringstream lines(text);
     std::string line, result;
     while (std::getline(lines, line)) {
-        for (const std::string time : {"START TIME:", "END TIME:", "DONE in"}) {
-            if (line.starts_with(time))
-                line = time;
-        }
+        for (const std::string time : {"START TIME:", "END TIME:", "DONE in"})
+            line = line.starts_with(time) ? time : line;
         result += line.substr(0, line.find_last_not_of(" \t") + 1) + "\n";
     }
     return result.substr(0, result.find_last_not_of('\n') + 1);
@@ -80,16 +75,16 @@ static std::string squeezed(const std::string &text)
 TEST(Guide, ShowsWhatItsCommandsShow)
 {
     const Folder folder, tools;
-    fs::create_symlink(std::getenv("MORVEL_PROGRAM"), tools.path("morvel"));
-    fs::create_directory_symlink(MORVEL_SOURCE_FOLDER "/examples", folder.path("examples"));
+    std::filesystem::create_symlink(std::getenv("MORVEL_PROGRAM"), tools.path("morvel"));
+    std::filesystem::create_directory_symlink(MORVEL_SOURCE_FOLDER "/examples", folder.path("examples"));
     const std::string shell
         = "cd " + folder.path("") + " && PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");
     const bool hasZstd = std::system("command -v zstd > /dev/null") == 0;
     for (const Step &step : readSteps()) {
         SCOPED_TRACE("docs/usage.md:" + std::to_string(step.line) + ": " + step.command + step.fileName);
-        if (step.command.empty())
+        if (!step.fileName.empty())
             folder.write(step.fileName, step.text);
-        if (step.command.empty() || (step.command.find("zstd") != step.command.npos && !hasZstd))
+        if (!step.fileName.empty() || (!hasZstd && step.command.find("zstd") != step.command.npos))
             continue;
         tools.write("command", step.command);
         FILE *const pipe = popen((shell + " 2>&1").c_str(), "r");
@@ -117,8 +112,8 @@ TEST(Readme, ShowsTheHitsOfTheDemo)
 {
     const Folder folder;
     const std::string examples = MORVEL_SOURCE_FOLDER "/examples/example.";
-    folder.runMode("gentoAD", {"-file", examples + "gen", "-out", folder.path("ad")});
-    folder.runMode("gwas", {"-pfile", examples + "pheno", "-gfile", folder.path("ad"), "-out", folder.path("hits")});
+    folder.runMode("gentoAD", {"-file", examples + "gen", "-out", "ad"});
+    folder.runMode("gwas", {"-pfile", examples + "pheno", "-gfile", "ad", "-out", "hits"});
     std::ostringstream readme;
     readme << std::ifstream(MORVEL_SOURCE_FOLDER "/README.md").rdbuf();
     EXPECT_NE(squeezed(readme.str()).find(squeezed(folder.read("hits"))), std::string::npos) << folder.read("hits");
