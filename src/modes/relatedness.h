@@ -1,6 +1,8 @@
 // Tables of pairs of individuals, as read by the modes over relatedness.
 #pragma once
 
+#include "text/lines.h"
+
 #include <cstdint>
 #include <new>
 #include <span>
@@ -22,32 +24,76 @@ PairFields splitPair(std::string_view line, char delimiter);
 inline constexpr uint32_t none = UINT32_MAX;
 
 // Numbers texts from 0 in the order in which they first come.
+//
+// A look-up waits for memory twice, for the slot and for the name. Whoever knows several names ahead has both
+// fetched before the look-ups begin.
 class Identifiers {
 public:
     Identifiers();
 
-    uint32_t number(std::string_view name);      // numbered now where it is new
-    uint32_t find(std::string_view name) const;  // none where it has no number
-    std::string_view name(uint32_t number) const
-    {
-        const size_t first = number == 0 ? 0 : m_ends[number - 1];
-        return {m_bytes.data() + first, m_ends[number] - first};
-    }
-    size_t size() const { return m_ends.size(); }
+    static uint32_t hashOf(std::string_view name);
+    uint32_t number(std::string_view name, uint32_t hash);  // numbered now where it is new
+    uint32_t number(std::string_view name) { return number(name, hashOf(name)); }
+    uint32_t find(std::string_view name, uint32_t hash) const;  // none where it has no number
+    uint32_t find(std::string_view name) const { return find(name, hashOf(name)); }
+    std::string_view name(uint32_t number) const;
+    size_t size() const { return m_names.size(); }
+
+    // Fetch what the look-up of such a name begins with, and then, with that there, what it ends with.
+    void fetchSlot(uint32_t hash) const { __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
+    void fetchName(uint32_t hash) const;
 
 private:
     struct Slot {
         uint32_t hash;
         uint32_t number;  // none in a free slot
     };
+    // Most names are short, and stand where they are looked for.
+    struct Name {
+        static constexpr size_t maxShort = 15;
+        char bytes[maxShort];  // of a longer one: its first byte in m_longBytes and its size
+        uint8_t size;          // maxShort + 1 for all longer ones
+    };
 
     size_t slotOf(std::string_view name, uint32_t hash) const;
     void grow();
 
-    std::string m_bytes;         // all names in a row
-    std::vector<size_t> m_ends;  // of each name
-    std::vector<Slot> m_slots;   // a power of two, at most two thirds taken; a name is in the first
-                                 // slot that was free from the one that its hash names
+    std::vector<Name> m_names;  // [number]
+    std::string m_longBytes;    // all longer names in a row
+    std::vector<Slot> m_slots;  // a power of two, at most two thirds taken; a name is in the first
+                                // slot that was free from the one that its hash names
+};
+
+// The lines of a table with the hashes of their identifiers, some lines ahead of their use: by then what the
+// look-ups need is on its way.
+class PairReader {
+public:
+    struct Line {
+        PairFields fields;   // count is 0 for an empty line
+        uint32_t hashes[2];  // of the first fields
+    };
+
+    // The first `names` fields, 1 or 2, are identifiers.
+    PairReader(text::LineReader &in, const Identifiers &identifiers, char delimiter, int names)
+        : m_in(in)
+        , m_identifiers(identifiers)
+        , m_delimiter(delimiter)
+        , m_names(names)
+    {
+    }
+
+    // The next line, valid until the next call; null behind the last one.
+    const Line *next() { return m_next < m_count || readAhead() ? &m_lines[m_next++] : nullptr; }
+
+private:
+    bool readAhead();
+
+    text::LineReader &m_in;
+    const Identifiers &m_identifiers;
+    const char m_delimiter;
+    const int m_names;
+    Line m_lines[64];
+    size_t m_count = 0, m_next = 0;  // in m_lines
 };
 
 // Which pairs each individual is in, in the order of the pairs; a pair with itself once. A pair has its

@@ -23,22 +23,22 @@ RemovalOptions readRemovalOptions()
 
 static void readPairs(const RemovalOptions &options, text::LineReader &in, RemovalTables &tables)
 {
-    const char delim = options.delim;
     const float limit = options.limit;
-    std::string_view line;
     long long number = 1;  // of the line
-    if (options.header && in.next(line))
+    std::string_view skipped;
+    if (options.header && in.next(skipped))
         ++number;
-    for (; in.next(line); ++number) {
-        if (line.empty())
+    PairReader reader(in, tables.identifiers, options.delim, 2);
+    for (; const PairReader::Line *line = reader.next(); ++number) {
+        const PairFields &fields = line->fields;
+        if (fields.count == 0)
             continue;
-        const PairFields fields = splitPair(line, delim);
         if (fields.count < 3)
             fatal("Pair table line %lld has fewer than 3 fields\n", number);
         const float value = text::readFloat(fields.value);
         if (limit <= value) {
-            const uint32_t ID1 = tables.identifiers.number(fields.first);
-            tables.pairs.push_back({ID1, tables.identifiers.number(fields.second), value});
+            const uint32_t ID1 = tables.identifiers.number(fields.first, line->hashes[0]);
+            tables.pairs.push_back({ID1, tables.identifiers.number(fields.second, line->hashes[1]), value});
         }
     }
 }
@@ -68,13 +68,14 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
     if (!in.open(*options.pfile))
         fatal("Pfile not found\n");
     double sum = 0;
-    std::string_view line;
-    while (in.nextNonEmpty(line)) {
-        const PairFields fields = splitPair(line, options.delim);
-        const uint32_t individual = tables.identifiers.find(fields.first);
+    PairReader reader(in, tables.identifiers, options.delim, 1);
+    while (const PairReader::Line *line = reader.next()) {
+        if (line->fields.count == 0)
+            continue;
+        const uint32_t individual = tables.identifiers.find(line->fields.first, line->hashes[0]);
         if (individual == none)
             continue;
-        const double weight = text::readDouble(fields.second);
+        const double weight = text::readDouble(line->fields.second);
         appendEntry(individual, weight, tables);
         sum += weight;
     }
