@@ -30,6 +30,16 @@ struct Listed {
     double value;
 };
 
+// What an individual's list holds of the two.
+struct Relative {
+    uint32_t other;
+    static Relative from(const Joined &, uint32_t, uint32_t individual) { return {individual}; }
+};
+struct Shown {
+    uint32_t line, other;
+    static Shown from(const Listed &, uint32_t number, uint32_t individual) { return {number, individual}; }
+};
+
 static Identifiers identifiers;
 static std::vector<Joined> joined;
 static std::vector<Listed> listed;  // for the matrix only
@@ -186,7 +196,7 @@ static void writeMembers(const std::vector<uint32_t> &Family, char separator, te
 // Writes a row of cells for each member, and an empty line. position[individual] is the place in the family;
 // it may tell nothing about individuals of other families, but they are in no pair with a member that shows.
 static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<uint32_t> &position,
-                        PairLists &lists, text::Writer &out)
+                        PairLists<Shown> &lists, text::Writer &out)
 {
     out.put('\t');
     writeMembers(Family, '\t', out);
@@ -195,12 +205,9 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
         const auto isMember = [&](uint32_t individual) {
             return position[individual] < Family.size() && Family[position[individual]] == individual;
         };
-        const auto other = [&](uint32_t j) {
-            return listed[j].ID1 == Family[row] ? listed[j].ID2 : listed[j].ID1;
-        };
-        for (const uint32_t j : lists.of(Family[row])) {
-            if (isMember(other(j)))
-                cells[position[other(j)]] = j;  // a later line overwrites an earlier one
+        for (const Shown &shown : lists.of(Family[row])) {
+            if (isMember(shown.other))
+                cells[position[shown.other]] = shown.line;  // a later line overwrites an earlier one
         }
         out.put(identifiers.name(Family[row]));
         for (size_t column = 0; column < cells.size(); ++column) {
@@ -229,8 +236,8 @@ struct FamilyCounts {
 // other individuals in the order of the pairs; and so on.
 static FamilyCounts reportFamilies(text::Writer &out)
 {
-    PairLists pairsOf(joined, identifiers.size());
-    PairLists linesOf(listed, identifiers.size());
+    PairLists<Relative> relativesOf(joined, identifiers.size());
+    PairLists<Shown> linesOf(listed, identifiers.size());
     std::vector<uint32_t> position(identifiers.size(), none);  // in the individual's family
     std::vector<uint32_t> Family;
     const auto append = [&](uint32_t individual) {
@@ -247,9 +254,8 @@ static FamilyCounts reportFamilies(text::Writer &out)
         append(first.ID1);
         append(first.ID2);
         for (size_t f = 0; f < Family.size(); ++f) {
-            const uint32_t member = Family[f];
-            for (const uint32_t j : pairsOf.of(member))
-                append(joined[j].ID1 == member ? joined[j].ID2 : joined[j].ID1);
+            for (const Relative &relative : relativesOf.of(Family[f]))
+                append(relative.other);
         }
         if (Family.size() < size_t(fsize))
             continue;

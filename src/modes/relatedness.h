@@ -39,6 +39,7 @@ public:
     std::string_view name(uint32_t number) const;
     size_t size() const { return m_names.size(); }
 
+    void fetch(uint32_t number) const { __builtin_prefetch(&m_names[number]); }  // what name() needs
     // Fetch what the look-up of such a name begins with, and then, with that there, what it ends with.
     void fetchSlot(uint32_t hash) const { __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
     void fetchName(uint32_t hash) const;
@@ -97,47 +98,56 @@ private:
 };
 
 // Which pairs each individual is in, in the order of the pairs; a pair with itself once. A pair has its
-// individuals' numbers in ID1 and ID2.
+// individuals' numbers in ID1 and ID2; what a list keeps of it is an End, from the pair, its number and the other
+// individual.
+template <class End>
 class PairLists {
 public:
     template <class Pair>
     PairLists(const std::vector<Pair> &pairs, size_t individuals)
-        : m_first(individuals)
-        , m_size(individuals)
+        : m_lists(individuals)
     {
         if (pairs.size() > none / 2)
             throw std::bad_alloc();
         for (const Pair &pair : pairs) {
-            ++m_size[pair.ID1];
-            m_size[pair.ID2] += pair.ID1 != pair.ID2;
+            ++m_lists[pair.ID1].size;
+            m_lists[pair.ID2].size += pair.ID1 != pair.ID2;
         }
         uint32_t first = 0;
-        for (size_t i = 0; i < individuals; ++i) {
-            m_first[i] = first;
-            first += m_size[i];
-            m_size[i] = 0;
+        for (List &list : m_lists) {
+            list.first = first;
+            first += list.size;
+            list.size = 0;
         }
-        m_pairs.resize(first);
+        m_ends.resize(first);
         for (uint32_t j = 0; j < pairs.size(); ++j) {
-            append(pairs[j].ID1, j);
+            append(pairs[j].ID1, End::from(pairs[j], j, pairs[j].ID2));
             if (pairs[j].ID1 != pairs[j].ID2)
-                append(pairs[j].ID2, j);
+                append(pairs[j].ID2, End::from(pairs[j], j, pairs[j].ID1));
         }
     }
 
-    std::span<uint32_t> of(uint32_t individual)
+    std::span<End> of(uint32_t individual)
     {
-        return {m_pairs.data() + m_first[individual], m_size[individual]};
+        return {m_ends.data() + m_lists[individual].first, m_lists[individual].size};
     }
     // Keeps the first pairs of the individual's list, which the caller may have moved there.
-    void shrink(uint32_t individual, size_t size) { m_size[individual] = uint32_t(size); }
+    void shrink(uint32_t individual, size_t size) { m_lists[individual].size = uint32_t(size); }
+
+    // What of() begins with.
+    void fetch(uint32_t individual) const { __builtin_prefetch(&m_lists[individual]); }
 
 private:
-    void append(uint32_t individual, uint32_t pair)
+    struct List {
+        uint32_t first, size;  // in m_ends
+    };
+
+    void append(uint32_t individual, const End &end)
     {
-        m_pairs[m_first[individual] + m_size[individual]++] = pair;
+        List &list = m_lists[individual];
+        m_ends[list.first + list.size++] = end;
     }
 
-    std::vector<uint32_t> m_first, m_size;  // [individual], in m_pairs
-    std::vector<uint32_t> m_pairs;
+    std::vector<List> m_lists;  // [individual]
+    std::vector<End> m_ends;
 };
