@@ -209,3 +209,25 @@ TEST(Relout, RemovesTheIndividualInMostPairs)
     expectAll("relout6", relout6Cases);
     EXPECT_EQ(Folder().runMode("relout5", {}).messages, "You need to specify '-file'.\n\n");
 }
+
+// Their places are counted by blocks.
+TEST(Relout, RanksThousandsOfCandidates)
+{
+    std::string table, expected;
+    std::vector<int> pairOf(1000), isLeft(1000, 1);  // by value less 1
+    for (int i = 0; i < 1000; ++i) {
+        pairOf[size_t(i * 7 % 1000)] = i;
+        table += "A" + std::to_string(i) + "\tB" + std::to_string(i) + "\t" + std::to_string(i * 7 % 1000 + 1) + "\n";
+    }
+    for (int value = 1000; value > 0; --value) {
+        const int pair = pairOf[size_t(value) - 1];
+        const auto loc = 2 * std::count(isLeft.begin(), isLeft.begin() + pair, 1);
+        const std::string left = " " + std::to_string(2 * value);
+        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left + "\n";
+        isLeft[size_t(pair)] = 0;
+    }
+    const Folder folder;
+    folder.write("in", table);
+    folder.runMode("relout6", {"-file", "in", "-out", "o"});
+    EXPECT_EQ(folder.read("o"), expected);
+}
