@@ -213,7 +213,6 @@ private:
 
     void mark(size_t cut);
     void sumUp(float *sums) const;
-    void raiseBounds(const float *sums, int one, int two, int three, const Grid &grid);
 
     bool m_isUsable = false;
     float m_slack = 0;                 // no less than all rounding errors of a score and of a cut together
@@ -295,27 +294,24 @@ bool Cuts::add(int one, int two, int three)
 }
 
 // A mixture's weighed differences are the mixture of those of its populations, least in a corner of the block.
-MORVEL_WIDE void Cuts::raiseBounds(const float *sums, int one, int two, int three, const Grid &grid)
+MORVEL_WIDE std::span<const uint32_t> Cuts::findOpenBlocks(int one, int two, int three, const Grid &grid)
 {
-    const float base = sums[three], slopeA = sums[one] - base, slopeB = sums[two] - base;
-    const float *const cornersA = (slopeA < 0 ? grid.highA : grid.lowA).data();
-    const float *const cornersB = (slopeB < 0 ? grid.highB : grid.lowB).data();
+    const size_t blocks = grid.lowA.size();
+    m_bounds.assign(blocks, 0);
+    m_open.resize(blocks);
     float *const bounds = m_bounds.data();
-    const size_t blocks = m_bounds.size();
-    for (size_t i = 0; i < blocks; ++i)
-        bounds[i] = std::max(bounds[i], base + slopeA * cornersA[i] + slopeB * cornersB[i]);
-}
-
-std::span<const uint32_t> Cuts::findOpenBlocks(int one, int two, int three, const Grid &grid)
-{
-    m_bounds.assign(grid.lowA.size(), 0);
-    for (size_t cut = 0; cut < m_count; ++cut)
-        raiseBounds(m_sums.data() + cut * size_t(rows), one, two, three, grid);
-    m_open.resize(m_bounds.size());
+    for (size_t cut = 0; cut < m_count; ++cut) {
+        const float *const sums = m_sums.data() + cut * size_t(rows);
+        const float base = sums[three], slopeA = sums[one] - base, slopeB = sums[two] - base;
+        const float *const cornersA = (slopeA < 0 ? grid.highA : grid.lowA).data();
+        const float *const cornersB = (slopeB < 0 ? grid.highB : grid.lowB).data();
+        for (size_t i = 0; i < blocks; ++i)
+            bounds[i] = std::max(bounds[i], base + slopeA * cornersA[i] + slopeB * cornersB[i]);
+    }
     size_t count = 0;
-    for (size_t i = 0; i < m_bounds.size(); ++i) {  // no branch that cannot be foreseen
+    for (size_t i = 0; i < blocks; ++i) {  // no branch that cannot be foreseen
         m_open[count] = uint32_t(i);
-        count += !(m_bounds[i] >= m_limit);
+        count += !(bounds[i] >= m_limit);
     }
     return {m_open.data(), count};
 }
