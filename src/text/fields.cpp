@@ -50,7 +50,7 @@ bool TokenReader::next(std::string_view &token)
         m_rest.remove_prefix(first);
         if (!m_rest.empty())
             break;
-        if (!m_lines.next(m_rest))
+        if (!m_lines.nextWords(m_rest))
             return false;
     }
     size_t size = 0;
