@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 sed -n '2,3s/^# //p' "$0"
 . scripts/packages.sh
-install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev
+install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales
 
 build_and_test() {
     local folder=$1
@@ -15,4 +15,4 @@ build_and_test() {
     ctest --test-dir "$folder" --output-on-failure --parallel "$(nproc)"
 }
 build_and_test build -DCMAKE_BUILD_TYPE=Release
-build_and_test build-sanitize -DCMAKE_BUILD_TYPE=Debug -DMORVEL_SANITIZE=ON
+build_and_test build-sanitize -DCMAKE_BUILD_TYPE=Debug -DMORVEL_SANITIZE=ON -DMORVEL_COMPARE="$PWD/build/morvel"

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs all tests on a build that counts the lines and branches run, and lists those of src/ that none has reached.
+# Branches that only an exception takes are left out.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+sed -n '2,3s/^# //p' "$0"
+. scripts/packages.sh
+install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales gcovr
+
+cmake -S . -B build-coverage -DMORVEL_TESTS=ON -DMORVEL_COVERAGE=ON -DCMAKE_BUILD_TYPE=Debug
+cmake --build build-coverage --parallel "$(nproc)"
+find build-coverage -name '*.gcda' -delete
+ctest --test-dir build-coverage --output-on-failure --parallel "$(nproc)"
+figures() {
+    gcovr --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches "$@" build-coverage
+}
+figures --txt
+figures --branches --txt
+figures --print-summary --txt build-coverage/lines.txt
