@@ -12,8 +12,7 @@ cmake --build build-coverage --parallel "$(nproc)"
 find build-coverage -name '*.gcda' -delete
 ctest --test-dir build-coverage --output-on-failure --parallel "$(nproc)"
 figures() {
-    gcovr --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches "$@" build-coverage
+    gcovr build-coverage --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches "$@"
 }
-figures --txt
-figures --branches --txt
-figures --print-summary --txt build-coverage/lines.txt
+figures
+figures --branches

@@ -8,8 +8,8 @@
 //     short     transfer one byte
 //     full      write as a file system of 64 kB does that holds this file alone
 //     cut, remove    the file is cut to half its size, or removed, before the call
-// LOG gets the number of these calls, of those behind the first failed one on the same file, and the program's peak memory
-// in bytes. Ends as the program does.
+// LOG gets the number of these calls, of those behind the first failed one on the same file, and the program's peak
+// memory in bytes. Ends as the program does.
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -79,7 +79,7 @@ static int errorOf(const std::string &name)
 static bool isOurs(const std::string &file)
 {
     static const std::string folder = std::string(get_current_dir_name()) + "/";
-    return !file.empty() && (file[0] != '/' || file.starts_with(folder));
+    return !file.empty() && (file[0] != '/' || (file + '/').starts_with(folder));
 }
 
 // Disturbs the call about to begin, which `r` may change. Returns the error that it shall end with, or 0.

@@ -44,6 +44,7 @@ class Mode(NamedTuple):
     empty: dict = {}     # input -> last words of the failure where it is empty; no failure where not listed
     rows: int = 3000     # of a large run
     fixed: bool = False  # the file names cannot be chosen
+    rereads: bool = False  # an input, of which a pipe is copied first
     longest: tuple = ()  # (options, most bytes of their values, when a longer one aborts)
     lines: tuple = ()    # (input, start of a long line, what it repeats, most memory in lines; 0 for 64 MiB)
 
@@ -59,8 +60,8 @@ MARKER = b"1 rs1 1 A G"
 LONG_GENOTYPES = (("in", MARKER, b" 0 0 1", 1.5),)
 LONG_DOSAGES = (("in", MARKER, b" 1", 1.5),)
 LONG_RESULTS = (("in", b"rs1 5000 0.5 1 +++", b" 0", 1.5),)
-# The scans hold values as well: gwas those of a phenotype, gwas3 a table with room for 8 phenotypes at least.
 FIXED = "FULLSET_750_165000.impute"
+LONG_WALK = ((FIXED, MARKER, b" 0 0 1", 0),)
 FIXED_INPUT = {FIXED: genotypes}
 
 MODES = [
@@ -75,14 +76,15 @@ MODES = [
          longest=(NAMES, WORDS, ("-show", 19, "at once")), lines=LONG_GENOTYPES),
     Mode("gentoletters", "-file in -out out -flip yes -genodelim comma", {"in": genotypes}, "out",
          longest=(NAMES, WORDS, ("-gen1-loc -gen2-loc -flip", 19, "at once")), lines=LONG_GENOTYPES),
+    # The scans hold values of phenotypes as well, gwas3 a table with room for 8 of them at least.
     Mode("gwas", "-pfile pheno -gfile dose -out out -binfile bins -slope 0.3",
          {"pheno": phenotypes, "dose": dosages, "bins": bins}, "out out.stats", {"bins": "No groupfile\n"},
-         {"dose": OTHERS, "bins": "You need to choose at least 2 bins\n"}, 300, longest=(SCAN_NAMES,),
+         {"dose": OTHERS, "bins": "You need to choose at least 2 bins\n"}, 300, rereads=True, longest=(SCAN_NAMES,),
          lines=(("dose", MARKER, b" 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 3.5))),
     Mode("gwas", "-pfile pheno -gfile dose -out out -autobins 4 -statistic r2 -xmethod mean -method quick",
          {"pheno": phenotypes, "dose": dosages}, "out out.stats", {}, {"dose": OTHERS}, 300),
     Mode("gwas3", "-pfile pheno -gfile gen -out out -slope 9", {"pheno": phenotypes, "gen": genotypes}, "out out.stats",
-         {}, {"pheno": OTHERS, "gen": OTHERS}, 300, longest=(SCAN_NAMES,),
+         {}, {"pheno": OTHERS, "gen": OTHERS}, 300, rereads=True, longest=(SCAN_NAMES,),
          lines=(("gen", MARKER, b" 0 0 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 5))),
     Mode("mixfit", "-file in -ref ref -refpops 3 -step 0.25 -plimit 0.2 -combinatorics yes -out out",
          {"in": samples, "ref": populations}, "out", {}, {"ref": "Reference file must hold 3 lines of 3 values\n"},
@@ -104,8 +106,9 @@ MODES = [
     Mode("peakscan3", "-file in -out out -lcolumn 2 -pcolumn 3 -chrcolumn 4 -delim space -header yes",
          {"in": results}, "out out.ranges", rows=30000,
          lines=(("in", b"h\nrs1 5000 0.5 1", b" 0", 1.5),)),
-    Mode("read1", "", FIXED_INPUT, "OUTPUT.txt", fixed=True, lines=((FIXED, MARKER, b" 0 0 1", 0),)),
-    Mode("read2", "", FIXED_INPUT, "OUTPUT2.txt", {FIXED: NO_INPUT, "OUTPUT2.txt": NO_OUTPUT}, fixed=True, lines=((FIXED, MARKER, b" 0 0 1", 0),)),
-    Mode("read3", "", FIXED_INPUT, "OUTPUT2.txt", {"OUTPUT2.txt": "goes on"}, fixed=True, lines=((FIXED, MARKER, b" 0 0 1", 0),)),
-    Mode("read4", "", FIXED_INPUT, "", fixed=True, lines=((FIXED, MARKER, b" 0 0 1", 0),)),
+    Mode("read1", "", FIXED_INPUT, "OUTPUT.txt", fixed=True, lines=LONG_WALK),
+    Mode("read2", "", FIXED_INPUT, "OUTPUT2.txt", {FIXED: NO_INPUT, "OUTPUT2.txt": NO_OUTPUT}, fixed=True,
+         lines=LONG_WALK),
+    Mode("read3", "", FIXED_INPUT, "OUTPUT2.txt", {"OUTPUT2.txt": "goes on"}, fixed=True, lines=LONG_WALK),
+    Mode("read4", "", FIXED_INPUT, "", fixed=True, rereads=True, lines=LONG_WALK),
 ]
