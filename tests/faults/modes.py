@@ -3,6 +3,7 @@ import random
 from typing import NamedTuple
 
 PEOPLE = 12
+SMALL = 40  # rows of a small run
 
 
 def name(kind, i):
