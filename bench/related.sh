@@ -30,11 +30,14 @@ for mode in relout5 relout6; do
 done
 
 echo "                                      2 x pairs       pairs"
-command="$morvel -M family -out result -showmatrix yes"
-compare "family -showmatrix yes" "$command -file pairs" "$command -file pairs2"
+command="$morvel -M family -out result"
+compare "family" "$command -file pairs" "$command -file pairs2"
+compare "family -showmatrix yes" "$command -showmatrix yes -file pairs" "$command -showmatrix yes -file pairs2"
 for mode in relout5 relout6; do
-    command="$morvel -M $mode -limit 0.0442 -mode 1 -out result"
-    compare "$mode -mode 1" "$command -file pairs" "$command -file pairs2"
-    compare "$mode -mode 1, weights" "$command -file pairs -pfile weights" \
-        "$command -file pairs2 -pfile weights2"
+    for rule in 0 1 2; do
+        command="$morvel -M $mode -limit 0.0442 -mode $rule -out result"
+        compare "$mode -mode $rule" "$command -file pairs" "$command -file pairs2"
+        compare "$mode -mode $rule, weights" "$command -file pairs -pfile weights" \
+            "$command -file pairs2 -pfile weights2"
+    done
 done

@@ -9,7 +9,6 @@ if(MORVEL_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-option(MORVEL_COVERAGE "Count the lines and branches that are run, see scripts/coverage.sh" OFF)
 if(MORVEL_COVERAGE)
   add_compile_options(--coverage -O0 -g)
   add_link_options(--coverage)

@@ -7,10 +7,10 @@ sed -n '2,3s/^# //p' "$0"
 . scripts/packages.sh
 install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales gcovr
 
-cmake -S . -B build-coverage -DMORVEL_TESTS=ON -DMORVEL_COVERAGE=ON -DCMAKE_BUILD_TYPE=Debug
+cmake --preset coverage
 cmake --build build-coverage --parallel "$(nproc)"
 find build-coverage -name '*.gcda' -delete
-ctest --test-dir build-coverage --output-on-failure --parallel "$(nproc)"
+ctest --preset coverage --parallel "$(nproc)"
 figures() {
     gcovr build-coverage --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches "$@"
 }

@@ -8,14 +8,14 @@ sed -n '2,3s/^# //p' "$0"
 install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales
 
 build() {
-    cmake -S . -B "$1" -DMORVEL_TESTS=ON "${@:2}"
-    cmake --build "$1" --parallel "$(nproc)" --target morvel failcalls
+    cmake --preset "$1"
+    cmake --build --preset "$1" --parallel "$(nproc)" --target morvel failcalls
 }
 check() {
     python3 -B tests/faults/faults.py --full --program "$1/morvel" --failcalls "$1/tests/faults/failcalls" "${@:2}"
 }
-build build -DCMAKE_BUILD_TYPE=Release
-build build-sanitize -DCMAKE_BUILD_TYPE=Debug -DMORVEL_SANITIZE=ON
+build release
+build debug-sanitize
 status=0
 check build --compare build-sanitize/morvel "$@" || status=1
 # Ten minutes of mutations for each mode.

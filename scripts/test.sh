@@ -5,14 +5,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 sed -n '2,3s/^# //p' "$0"
 . scripts/packages.sh
-install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales
+install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales dpkg-dev lintian groff-base
 
-build_and_test() {
-    local folder=$1
-    shift
-    cmake -S . -B "$folder" -DMORVEL_TESTS=ON "$@"
-    cmake --build "$folder" --parallel "$(nproc)"
-    ctest --test-dir "$folder" --output-on-failure --parallel "$(nproc)"
-}
-build_and_test build -DCMAKE_BUILD_TYPE=Release
-build_and_test build-sanitize -DCMAKE_BUILD_TYPE=Debug -DMORVEL_SANITIZE=ON -DMORVEL_COMPARE="$PWD/build/morvel"
+for preset in release debug-sanitize; do
+    cmake --preset $preset
+    cmake --build --preset $preset --parallel "$(nproc)"
+    ctest --preset $preset --parallel "$(nproc)"
+done

@@ -1,6 +1,7 @@
 // One run from start to end.
 #include "main/banner.h"
 #include "main/console.h"
+#include "main/hints.h"
 #include "main/modes.h"
 #include "main/options.h"
 #include "main/timing.h"
@@ -35,11 +36,9 @@ static void findModeName(int argc, char **argv)
 static void collectOptions(int argc, char **argv, const Mode &chosen)
 {
     for (int i = 1; i < argc - 1; ++i) {
-        for (const std::string_view name : chosen.options) {
-            if (name == argv[i]) {
-                Switches.emplace_back(argv[i]);
-                Switches.emplace_back(argv[i + 1]);
-            }
+        if (findOption(chosen, argv[i])) {
+            Switches.emplace_back(argv[i]);
+            Switches.emplace_back(argv[i + 1]);
         }
     }
 }
@@ -60,6 +59,8 @@ int main(int argc, char **argv)
     for (int i = 1; i < argc; ++i)
         print("%d  %s\n", i, argv[i]);
     findModeName(argc, argv);
+    if (wantsHints())
+        showHints({argv + 1, argv + argc}, mode);
     const Mode *chosen = findMode(mode);
     if (chosen)
         collectOptions(argc, argv, *chosen);

@@ -30,6 +30,16 @@ struct Listed {
     double value;
 };
 
+// What an individual's list holds of the two.
+struct Relative {
+    uint32_t other;
+    static Relative from(const Joined &, uint32_t, uint32_t individual) { return {individual}; }
+};
+struct Shown {
+    uint32_t line, other;
+    static Shown from(const Listed &, uint32_t number, uint32_t individual) { return {number, individual}; }
+};
+
 static Identifiers identifiers;
 static std::vector<Joined> joined;
 static std::vector<Listed> listed;  // for the matrix only
@@ -47,27 +57,68 @@ static void readOptions()
     header = first == "yes" || first == "Yes";
 }
 
+// A set of pairs by their numbers.
+class PairSet {
+public:
+    // False where it is there already.
+    bool insert(Joined pair)
+    {
+        if (3 * (m_size + 1) > 2 * m_slots.size())
+            grow();
+        Joined &slot = slotOf(pair);
+        if (slot.ID1 != none)
+            return false;
+        slot = pair;
+        ++m_size;
+        return true;
+    }
+
+private:
+    size_t homeOf(Joined pair) const
+    {
+        const uint64_t mixed = (uint64_t(pair.ID1) << 32 | pair.ID2) * 0x9e3779b97f4a7c15;
+        return size_t(mixed >> 32 ^ mixed) & (m_slots.size() - 1);
+    }
+    Joined &slotOf(Joined pair)
+    {
+        size_t i = homeOf(pair);
+        while (m_slots[i].ID1 != none && (m_slots[i].ID1 != pair.ID1 || m_slots[i].ID2 != pair.ID2))
+            i = (i + 1) & (m_slots.size() - 1);
+        return m_slots[i];
+    }
+    void grow()
+    {
+        std::vector<Joined> slots(2 * m_slots.size(), Joined{none, none});
+        m_slots.swap(slots);
+        for (const Joined &pair : slots) {
+            if (pair.ID1 != none)
+                slotOf(pair) = pair;
+        }
+    }
+
+    std::vector<Joined> m_slots = std::vector<Joined>(1024, Joined{none, none});  // as in Identifiers
+    size_t m_size = 0;
+};
+
 // Remembers the pairs accepted so far by the key SMALLER.vs.LARGER. Two different pairs can have the same
 // key, and on purpose the second one is refused; but only where "vs" occurs in both, and all other pairs are
 // kept by number.
 class PairKeys {
 public:
-    bool isNew(const Joined &pair)
+    // The identifiers in their order.
+    bool isNew(Joined pair, std::string_view first, std::string_view second)
     {
-        const std::string_view first = identifiers.name(pair.ID1), second = identifiers.name(pair.ID2);
-        const bool isSpelled = first.find("vs") != first.npos || second.find("vs") != second.npos;
-        if (isSpelled)
-            m_key.assign(first).append(".vs.").append(second);
-        else
-            m_key.assign(reinterpret_cast<const char *>(&pair), sizeof pair);
-        Identifiers &mergedID = isSpelled ? m_spelled : m_numbers;
-        const size_t before = mergedID.size();
-        mergedID.number(m_key);
-        return mergedID.size() > before;
+        if (first.find("vs") == first.npos && second.find("vs") == second.npos)
+            return m_numbers.insert(pair);
+        m_key.assign(first).append(".vs.").append(second);
+        const size_t before = m_spelled.size();
+        m_spelled.number(m_key);
+        return m_spelled.size() > before;
     }
 
 private:
-    Identifiers m_numbers, m_spelled;
+    PairSet m_numbers;
+    Identifiers m_spelled;
     std::string m_key;
 };
 
@@ -79,22 +130,23 @@ static void reportDuplicate(int64_t rowcounter)
 static void readPairs(text::LineReader &in)
 {
     PairKeys mergedID;
-    std::string_view line;
     int order = 0;  // of the last line: 1 or 2 by its orientation, 0 a self comparison, -1 not joined
     int64_t rowcounter = 0;
     // The matrix shows the header line as well, where it is a pair.
-    if (header && in.next(line) && showMatrix && !line.empty()) {
-        const PairFields fields = splitPair(line, delim);
+    std::string_view heading;
+    if (header && in.next(heading) && showMatrix && !heading.empty()) {
+        const PairFields fields = splitPair(heading, delim);
         const uint32_t first = identifiers.number(fields.first);
         listed.push_back({first, identifiers.number(fields.second), text::readDouble(fields.value)});
     }
-    while (in.next(line)) {
-        if (line.empty()) {
+    PairReader reader(in, identifiers, delim, 2);
+    while (const PairReader::Line *line = reader.next()) {
+        const PairFields &fields = line->fields;
+        if (fields.count == 0) {
             if (order > 0)  // on purpose: the pair before it is tried once more
                 reportDuplicate(rowcounter);
             continue;
         }
-        const PairFields fields = splitPair(line, delim);
         ++rowcounter;
         if (fields.count != 3)
             fatal("error in input file\n");
@@ -103,7 +155,8 @@ static void readPairs(text::LineReader &in)
         order = -1;
         if (!isJoined && !showMatrix)
             continue;
-        const uint32_t first = identifiers.number(fields.first), second = identifiers.number(fields.second);
+        const uint32_t first = identifiers.number(fields.first, line->hashes[0]);
+        const uint32_t second = identifiers.number(fields.second, line->hashes[1]);
         if (showMatrix)
             listed.push_back({first, second, value});
         if (!isJoined)
@@ -123,7 +176,7 @@ static void readPairs(text::LineReader &in)
             print("Unexpected\n");
             continue;
         }
-        if (mergedID.isNew(pair))
+        if (mergedID.isNew(pair, std::min(fields.first, fields.second), std::max(fields.first, fields.second)))
             joined.push_back(pair);
         else
             reportDuplicate(rowcounter);
@@ -143,7 +196,7 @@ static void writeMembers(const std::vector<uint32_t> &Family, char separator, te
 // Writes a row of cells for each member, and an empty line. position[individual] is the place in the family;
 // it may tell nothing about individuals of other families, but they are in no pair with a member that shows.
 static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<uint32_t> &position,
-                        PairLists &lists, text::Writer &out)
+                        PairLists<Shown> &lists, text::Writer &out)
 {
     out.put('\t');
     writeMembers(Family, '\t', out);
@@ -152,12 +205,9 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
         const auto isMember = [&](uint32_t individual) {
             return position[individual] < Family.size() && Family[position[individual]] == individual;
         };
-        const auto other = [&](uint32_t j) {
-            return listed[j].ID1 == Family[row] ? listed[j].ID2 : listed[j].ID1;
-        };
-        for (const uint32_t j : lists.of(Family[row])) {
-            if (isMember(other(j)))
-                cells[position[other(j)]] = j;  // a later line overwrites an earlier one
+        for (const Shown &shown : lists.of(Family[row])) {
+            if (isMember(shown.other))
+                cells[position[shown.other]] = shown.line;  // a later line overwrites an earlier one
         }
         out.put(identifiers.name(Family[row]));
         for (size_t column = 0; column < cells.size(); ++column) {
@@ -186,8 +236,8 @@ struct FamilyCounts {
 // other individuals in the order of the pairs; and so on.
 static FamilyCounts reportFamilies(text::Writer &out)
 {
-    PairLists pairsOf(joined, identifiers.size());
-    PairLists linesOf(listed, identifiers.size());
+    PairLists<Relative> relativesOf(joined, identifiers.size());
+    PairLists<Shown> linesOf(listed, identifiers.size());
     std::vector<uint32_t> position(identifiers.size(), none);  // in the individual's family
     std::vector<uint32_t> Family;
     const auto append = [&](uint32_t individual) {
@@ -204,9 +254,8 @@ static FamilyCounts reportFamilies(text::Writer &out)
         append(first.ID1);
         append(first.ID2);
         for (size_t f = 0; f < Family.size(); ++f) {
-            const uint32_t member = Family[f];
-            for (const uint32_t j : pairsOf.of(member))
-                append(joined[j].ID1 == member ? joined[j].ID2 : joined[j].ID1);
+            for (const Relative &relative : relativesOf.of(Family[f]))
+                append(relative.other);
         }
         if (Family.size() < size_t(fsize))
             continue;

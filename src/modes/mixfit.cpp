@@ -28,7 +28,7 @@ static float step;            // of the grid, and least relative drop that count
 static std::vector<std::string> refIDList;           // [population]
 static std::vector<double> cumulResults;             // [population], proportions of the normal fit
 static std::vector<double> cumulResults_select;      // of the exhaustive fit
-static std::vector<float> ks;                        // of the drop scan
+static PairGrid dropGrid;                            // of the drop scan
 static std::string dropHeader;                       // the line that shows them
 
 static bool isOn(std::string_view name)
@@ -85,12 +85,14 @@ static void readReferences(text::LineReader &in)
 // On purpose k is summed up in single precision, and compared in double.
 static void prepareDropScan()
 {
+    std::vector<float> ks;
     dropHeader = " ";
     for (float k = 0; step + 1.0 > k; k += step) {
         char text[text::maxRealSize];
         dropHeader.append(text, text::writeReal(text, k)) += ' ';
         ks.push_back(k);
     }
+    dropGrid = pairGrid(ks);
     dropHeader += "= mindiff mindiff_loc abs_drop rel_drop\n";
 }
 
@@ -160,16 +162,17 @@ static Drops scanDrops(size_t best, text::Writer &out)
 {
     static std::vector<float> distances;
     out.put(dropHeader);
-    Drops drops;
+    const size_t populations = size_t(rows);
+    Drops drops{std::vector<float>(populations), std::vector<float>(populations), std::vector<float>(populations)};
     for (int i = 0; i < rows; ++i) {
-        scanPair(i, int(best), ks, distances);
+        scanPair(i, int(best), dropGrid, distances);
         float mindiff = 9999.9f, mindiff_loc = -9.9f;
         out.put(refIDList[size_t(i)]);
         out.put(' ');
-        for (size_t k = 0; k < ks.size(); ++k) {
+        for (size_t k = 0; k < dropGrid.points; ++k) {
             if (distances[k] < mindiff) {
                 mindiff = distances[k];
-                mindiff_loc = ks[k];
+                mindiff_loc = dropGrid.k[k];
             }
             char *end = text::writeFixed3(out.reserve(text::maxFixedSize + 1), distances[k]);
             *end++ = ' ';
@@ -181,9 +184,9 @@ static Drops scanDrops(size_t best, text::Writer &out)
         out.put("__");
         out.put(mindiff_loc);
         out.put('\n');
-        drops.mindiff.push_back(mindiff);
-        drops.mindiff_loc.push_back(mindiff_loc);
-        drops.rel_drop.push_back((distances[0] - mindiff) / distances[0]);
+        drops.mindiff[size_t(i)] = mindiff;
+        drops.mindiff_loc[size_t(i)] = mindiff_loc;
+        drops.rel_drop[size_t(i)] = (distances[0] - mindiff) / distances[0];
     }
     return drops;
 }

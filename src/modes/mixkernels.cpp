@@ -68,15 +68,16 @@ MORVEL_INLINE int32_t findLeast(const typename Lanes<bytes>::Real (&sums)[regist
 }
 
 template <size_t bytes>
-MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, float &limit)
+MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks, float &limit)
 {
     using Real = typename Lanes<bytes>::Real;
-    constexpr size_t lanes = bytes / sizeof(float), registers = 4, block = lanes * registers;
-    constexpr size_t valuesPerLook = 4;  // at the limit
-    const size_t points = grid.a.size();
-    const float *const a = grid.a.data(), *const b = grid.b.data(), *const c = grid.c.data();
-    size_t found = points;
-    for (size_t first = 0; first < points; first += block) {
+    constexpr size_t lanes = bytes / sizeof(float), registers = blockSize / lanes;
+    constexpr size_t valuesPerLook = 8;  // at the limit
+    size_t found = grid.a.size();
+    int32_t least = std::bit_cast<int32_t>(limit), beyond = least;  // as bits; equal ones count once one is found
+    for (const uint32_t number : blocks) {
+        const size_t first = number * blockSize;
+        const float *const a = grid.a.data() + first, *const b = grid.b.data() + first, *const c = grid.c.data() + first;
         Real sum[registers] = {};
         bool isBelow = true;
         for (size_t j = 0; j < mixture.values && isBelow;) {
@@ -86,25 +87,28 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, float &l
                 const float one = row[mixture.one], two = row[mixture.two], three = row[mixture.three];
                 const float value = mixture.sample[j];
                 for (size_t i = 0; i < registers; ++i) {
-                    const size_t k = first + i * lanes;
+                    const size_t k = i * lanes;
                     Real sumOf = three * load<bytes>(c + k) + two * load<bytes>(b + k);
                     sumOf += one * load<bytes>(a + k);
                     addAbsolute<bytes>(sum[i], sumOf - value);
                 }
             }
             // A sum of absolute values never falls, nor does nan become less than anything.
-            isBelow = findLeast<bytes>(sum) < std::bit_cast<int32_t>(limit);
+            isBelow = findLeast<bytes>(sum) < beyond;
         }
         if (!isBelow)
             continue;
-        const float *const scores = reinterpret_cast<const float *>(sum);
-        for (size_t i = 0; i < block; ++i) {
-            if (scores[i] < limit) {
-                limit = scores[i];
+        int32_t scores[blockSize];
+        std::memcpy(scores, sum, sizeof scores);
+        for (size_t i = 0; i < blockSize; ++i) {
+            if (scores[i] < least || (scores[i] < beyond && grid.rank[first + i] < grid.rank[found])) {
+                least = scores[i];
+                beyond = least + 1;
                 found = first + i;
             }
         }
     }
+    limit = std::bit_cast<float>(least);
     return found;
 }
 
@@ -253,9 +257,10 @@ MORVEL_INLINE void findWeights(const Mixture &mixture, float *weights)
 }
 
 #define MORVEL_KERNELS(name, bytes, target)                                                                  \
-    target static size_t findBest##name(const Mixture &mixture, const Grid &grid, float &limit)              \
+    target static size_t findBest##name(const Mixture &mixture, const Grid &grid,                            \
+                                        std::span<const uint32_t> blocks, float &limit)                      \
     {                                                                                                        \
-        return findBest<bytes>(mixture, grid, limit);                                                        \
+        return findBest<bytes>(mixture, grid, blocks, limit);                                                \
     }                                                                                                        \
     target static void scorePairs##name(const Mixture &mixture, const float *a, const float *b,              \
                                         size_t points, float *scores)                                        \

@@ -3,16 +3,20 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
-// Points are scored in blocks of at most this many.
-inline constexpr size_t maxBlock = 64;
+// Points are scored in blocks of this many.
+inline constexpr size_t blockSize = 32;
 
-// Proportions to try, in the order of the search; filled up with nan to whole blocks.
+// Proportions to try, so arranged that the points of a block lie near each other; filled up with nan to whole
+// blocks.
 struct Grid {
     float step = 0;
     std::vector<float> a, b, c;
+    std::vector<uint32_t> rank;  // place of a point in the order of the search
+    std::vector<float> lowA, highA, lowB, highB;  // [block], where its points lie
 };
 
 // A sample and the populations it is held against.
@@ -27,9 +31,9 @@ struct SearchKernels {
     const char *name;
     bool (*isSupported)();
 
-    // The first of the points with the least score below `limit`, which becomes that score; the number of
-    // points where there is none. Only what cannot fall below the limit any more is left unfinished.
-    size_t (*findBest)(const Mixture &mixture, const Grid &grid, float &limit);
+    // Of the points with the least score below `limit`, which becomes that score, the one of first rank; the number
+    // of points where there is none. Only what cannot fall below the limit any more is left unfinished.
+    size_t (*findBest)(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks, float &limit);
 
     // The score of every mixture a * one + b * two; for whole blocks.
     void (*scorePairs)(const Mixture &mixture, const float *a, const float *b, size_t points,

@@ -1,11 +1,13 @@
 #include "modes/mixsearch.h"
 #include "modes/mixkernels.h"
+#include "text/wide.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <numeric>
 
 float **myTable = nullptr;
 std::vector<float> testValues;
@@ -45,28 +47,54 @@ int gridStep(float step)
     return thousandths >= 1 && thousandths < 2147483648.0 ? int(thousandths) : 0;
 }
 
-// The proportions of combMatrix, and for two populations those without a third one.
+// Fills up with copies of the value to whole registers of any width.
+static void fillUp(std::vector<float> &values, size_t multiple, float value)
+{
+    values.resize((values.size() + multiple - 1) / multiple * multiple, value);
+}
+
+// The proportions of combMatrix, in bands of neighbouring rows so that blocks are about as long as wide.
+static void arrangeGrid(int64_t intstep, Grid &grid)
+{
+    constexpr int64_t rowsPerBand = 6;
+    const int64_t last = 1000 / intstep;  // row, and point of row 0
+    const auto add = [&](int64_t i, int64_t j) {
+        const int64_t n = i * intstep, nn = j * intstep, nnn = 1000 - n - nn;
+        if (i > last || nnn < 0)
+            return;
+        grid.a.push_back(float(double(n) / 1000.0));
+        grid.b.push_back(float(double(nn) / 1000.0));
+        grid.c.push_back(float(double(nnn) / 1000.0));
+        grid.rank.push_back(uint32_t(i * (last + 1) + j));
+    };
+    for (int64_t band = 0; band <= last; band += rowsPerBand) {
+        for (int64_t j = 0; j <= last; ++j) {
+            for (int64_t i = band; i < band + rowsPerBand; ++i)
+                add(i, j);
+        }
+    }
+}
+
 static const Grid &tripleGrid(float step)
 {
     static Grid grid;
     if (grid.step == step)
         return grid;
-    grid = {step, {}, {}, {}};
-    const int64_t intstep = gridStep(step);
-    for (int64_t n = 0; n <= intstep + 999 && intstep > 0; n += intstep) {
-        for (int64_t nn = 0; nn <= intstep + 999; nn += intstep) {
-            const int64_t nnn = 1000 - n - nn;
-            if (nnn < 0)
-                break;
-            grid.a.push_back(float(double(n) / 1000.0));
-            grid.b.push_back(float(double(nn) / 1000.0));
-            grid.c.push_back(float(double(nnn) / 1000.0));
-        }
+    grid = {step, {}, {}, {}, {}, {}, {}, {}, {}};
+    if (const int intstep = gridStep(step))
+        arrangeGrid(intstep, grid);
+    for (size_t first = 0; first < grid.a.size(); first += blockSize) {
+        const ptrdiff_t begin = ptrdiff_t(first), end = ptrdiff_t(std::min(first + blockSize, grid.a.size()));
+        const auto [lowA, highA] = std::minmax_element(grid.a.begin() + begin, grid.a.begin() + end);
+        const auto [lowB, highB] = std::minmax_element(grid.b.begin() + begin, grid.b.begin() + end);
+        grid.lowA.push_back(*lowA);
+        grid.highA.push_back(*highA);
+        grid.lowB.push_back(*lowB);
+        grid.highB.push_back(*highB);
     }
-    while (grid.a.size() % maxBlock != 0) {
-        for (std::vector<float> *proportions : {&grid.a, &grid.b, &grid.c})
-            proportions->push_back(std::numeric_limits<float>::quiet_NaN());
-    }
+    for (std::vector<float> *proportions : {&grid.a, &grid.b, &grid.c})
+        fillUp(*proportions, blockSize, std::numeric_limits<float>::quiet_NaN());
+    grid.rank.resize(grid.a.size() + 1, std::numeric_limits<uint32_t>::max());  // one more for no point
     return grid;
 }
 
@@ -75,12 +103,21 @@ static Mixture mixtureOf(int one, int two, int three)
     return {myTable, testValues.data(), size_t(cols), one, two, three};
 }
 
-// Like combMatrix, for scores below the limit alone.
-static bool combMatrixBelow(int one, int two, int three, float step, float limit)
+// The numbers of all blocks.
+static const std::vector<uint32_t> &allBlocks(const Grid &grid)
+{
+    static std::vector<uint32_t> blocks;
+    blocks.resize(grid.lowA.size());
+    std::iota(blocks.begin(), blocks.end(), 0u);
+    return blocks;
+}
+
+// Like combMatrix, for scores below the limit alone, and points of these blocks.
+static bool combMatrixBelow(int one, int two, int three, float step, float limit, std::span<const uint32_t> blocks)
 {
     const Grid &grid = tripleGrid(step);
     minP = limit;
-    const size_t found = searchKernels->findBest(mixtureOf(one, two, three), grid, minP);
+    const size_t found = searchKernels->findBest(mixtureOf(one, two, three), grid, blocks, minP);
     if (found == grid.a.size()) {
         P1 = P2 = P3 = -9;
         return false;
@@ -93,7 +130,7 @@ static bool combMatrixBelow(int one, int two, int three, float step, float limit
 
 void combMatrix(int one, int two, int three, float step)
 {
-    combMatrixBelow(one, two, three, step, 9999);
+    combMatrixBelow(one, two, three, step, 9999, allBlocks(tripleGrid(step)));
 }
 
 void combMatrix2(int one, int two, float step)
@@ -129,32 +166,30 @@ void combMatrix1(int one, float)
     }
 }
 
-void scanPair(int population, int base, const std::vector<float> &ks, std::vector<float> &distances)
+PairGrid pairGrid(const std::vector<float> &ks)
 {
-    // [0]: k, [1]: 1 - k, both filled up to whole blocks.
-    static std::vector<float> proportions[2];
-    const size_t points = (ks.size() + maxBlock - 1) / maxBlock * maxBlock;
-    if (proportions[0].size() != points || !std::equal(ks.begin(), ks.end(), proportions[0].begin())) {
-        proportions[0].assign(points, 0);
-        proportions[1].assign(points, 0);
-        for (size_t i = 0; i < ks.size(); ++i) {
-            proportions[0][i] = ks[i];
-            proportions[1][i] = 1 - ks[i];
-        }
-    }
-    distances.resize(points);
-    searchKernels->scorePairs(mixtureOf(population, base, base), proportions[0].data(), proportions[1].data(),
-                              points, distances.data());
-    distances.resize(ks.size());
+    const size_t size = (ks.size() + blockSize - 1) / blockSize * blockSize;
+    PairGrid grid{ks.size(), ks, std::vector<float>(size)};
+    for (size_t i = 0; i < ks.size(); ++i)
+        grid.rest[i] = 1 - ks[i];
+    grid.k.resize(size);
+    return grid;
+}
+
+void scanPair(int population, int base, const PairGrid &grid, std::vector<float> &distances)
+{
+    distances.resize(grid.k.size());
+    searchKernels->scorePairs(mixtureOf(population, base, base), grid.k.data(), grid.rest.data(), grid.k.size(),
+                              distances.data());
 }
 
 // Lower bounds that rule out triples without scoring a point. Weigh each value's difference by a factor from
 // -1 to 1: what the differences between a mixture and the sample add up to is no more than the mixture's
 // score, and no less than the least of what those between its populations and the sample add up to. So where
 // that is beyond the best score for all three, no mixture of them is better. A cut is such a set of weights;
-// found for one triple that fails, it also rules out many of those that fail for the same reason. Of the
-// triples of the benchmark two thirds (8 populations) to nine tenths (20) go by cuts found before, and half
-// of the others by their own.
+// found for one triple that fails, it also rules out many of those that fail for the same reason, and most blocks of
+// the grid of others. Of the triples of the benchmark two thirds (8 populations) to nine tenths (20) go by cuts found
+// before, and of the points of the others nine tenths.
 class Cuts {
 public:
     // For the current table and sample.
@@ -170,10 +205,15 @@ public:
     // Finds a cut for the triple; true where it rules it out.
     bool add(int one, int two, int three);
 
+    // The blocks of the grid with mixtures of the triple that no cut rules out.
+    std::span<const uint32_t> findOpenBlocks(int one, int two, int three, const Grid &grid);
+
 private:
     static constexpr size_t most = 64;
 
     void mark(size_t cut);
+    void sumUp(float *sums) const;
+    void raiseBounds(const float *sums, int one, int two, int three, const Grid &grid);
 
     bool m_isUsable = false;
     float m_slack = 0;                 // no less than all rounding errors of a score and of a cut together
@@ -182,6 +222,8 @@ private:
     std::vector<uint64_t> m_beyond;    // [population], a bit for each cut
     std::vector<float> m_sums;         // [cut][population]
     std::vector<float> m_weights;      // [value]
+    std::vector<float> m_bounds;       // [block], no score of its points is less
+    std::vector<uint32_t> m_open;      // blocks
 };
 
 void Cuts::start()
@@ -204,8 +246,9 @@ void Cuts::start()
             return;
         size += double(largest) + double(std::abs(testValues[size_t(j)]));
     }
-    // A term of a score takes 5 roundings and the sums on both sides one for each value; all this twice.
-    m_slack = float(size * (4.0 * double(cols) + 32) * 0x1p-24 + 1e-30);
+    // A term of a score takes 5 roundings and the sums on both sides one for each value; a bound for a block takes
+    // 17 more. All this twice.
+    m_slack = float(size * (4.0 * double(cols) + 64) * 0x1p-24 + 1e-30);
     m_isUsable = size < large;
 }
 
@@ -222,7 +265,20 @@ void Cuts::mark(size_t cut)
     const float *const sums = m_sums.data() + cut * size_t(rows);
     const uint64_t bit = uint64_t(1) << cut;
     for (size_t i = 0; i < size_t(rows); ++i)
-        m_beyond[i] = sums[i] >= m_limit ? m_beyond[i] | bit : m_beyond[i] & ~bit;
+        m_beyond[i] = (m_beyond[i] & ~bit) | (uint64_t(sums[i] >= m_limit) << cut);
+}
+
+// What the weighed differences between each population and the sample add up to.
+MORVEL_WIDE void Cuts::sumUp(float *sums) const
+{
+    const size_t populations = size_t(rows);
+    std::fill_n(sums, populations, 0.0f);
+    for (size_t j = 0; j < m_weights.size(); ++j) {
+        const float weight = m_weights[j], value = testValues[j];
+        const float *const row = myTable[j];
+        for (size_t i = 0; i < populations; ++i)
+            sums[i] += weight * (row[i] - value);
+    }
 }
 
 bool Cuts::add(int one, int two, int three)
@@ -233,16 +289,35 @@ bool Cuts::add(int one, int two, int three)
     const size_t cut = m_next;
     m_next = (m_next + 1) % most;
     m_count = std::max(m_count, cut + 1);
-    float *const sums = m_sums.data() + cut * size_t(rows);
-    std::fill_n(sums, rows, 0.0f);
-    for (int j = 0; j < cols; ++j) {
-        const float weight = m_weights[size_t(j)], value = testValues[size_t(j)];
-        const float *const row = myTable[j];
-        for (int i = 0; i < rows; ++i)
-            sums[i] += weight * (row[i] - value);
-    }
+    sumUp(m_sums.data() + cut * size_t(rows));
     mark(cut);
     return isRuledOut(findCommon(one, two), three);
+}
+
+// A mixture's weighed differences are the mixture of those of its populations, least in a corner of the block.
+MORVEL_WIDE void Cuts::raiseBounds(const float *sums, int one, int two, int three, const Grid &grid)
+{
+    const float base = sums[three], slopeA = sums[one] - base, slopeB = sums[two] - base;
+    const float *const cornersA = (slopeA < 0 ? grid.highA : grid.lowA).data();
+    const float *const cornersB = (slopeB < 0 ? grid.highB : grid.lowB).data();
+    float *const bounds = m_bounds.data();
+    const size_t blocks = m_bounds.size();
+    for (size_t i = 0; i < blocks; ++i)
+        bounds[i] = std::max(bounds[i], base + slopeA * cornersA[i] + slopeB * cornersB[i]);
+}
+
+std::span<const uint32_t> Cuts::findOpenBlocks(int one, int two, int three, const Grid &grid)
+{
+    m_bounds.assign(grid.lowA.size(), 0);
+    for (size_t cut = 0; cut < m_count; ++cut)
+        raiseBounds(m_sums.data() + cut * size_t(rows), one, two, three, grid);
+    m_open.resize(m_bounds.size());
+    size_t count = 0;
+    for (size_t i = 0; i < m_bounds.size(); ++i) {  // no branch that cannot be foreseen
+        m_open[count] = uint32_t(i);
+        count += !(m_bounds[i] >= m_limit);
+    }
+    return {m_open.data(), count};
 }
 
 // Whether the triple has every population of the best one whose proportion is not 0.
@@ -260,8 +335,9 @@ BestTriple searchTriples(int one, int two, int three, float step)
 {
     static Cuts cuts;
     BestTriple best;
-    const auto fit = [&](const std::array<int, 3> &triple, float limit) {
-        if (!combMatrixBelow(triple[0], triple[1], triple[2], step, limit))
+    const Grid &grid = tripleGrid(step);
+    const auto fit = [&](const std::array<int, 3> &triple, float limit, std::span<const uint32_t> blocks) {
+        if (!combMatrixBelow(triple[0], triple[1], triple[2], step, limit, blocks))
             return false;
         best = {triple, {P1, P2, P3}, minP};
         return true;
@@ -269,7 +345,7 @@ BestTriple searchTriples(int one, int two, int three, float step)
     std::array first = {one, two, three};
     std::ranges::sort(first);
     if (first[0] != first[1] && first[1] != first[2])
-        fit(first, best.score);
+        fit(first, best.score, allBlocks(grid));
     cuts.start();
     cuts.setScore(best.score);
     for (int p = 0; p < rows; ++p) {
@@ -284,13 +360,18 @@ BestTriple searchTriples(int one, int two, int three, float step)
                 const bool isBefore = triple < best.populations;
                 if (!isBefore && best.score == 0)
                     return best;
-                // No cut rules out a triple that can mix the best mixture, so none is tried.
-                if (!holdsBest(triple, best) && cuts.add(p, q, r)) {
-                    common = cuts.findCommon(p, q);
-                    continue;
+                std::span<const uint32_t> open = cuts.findOpenBlocks(p, q, r, grid);
+                // A few blocks are scored sooner than a cut is found. No cut rules out a triple that can mix the best
+                // mixture, so none is tried.
+                if (open.size() > 2 && !holdsBest(triple, best)) {
+                    if (cuts.add(p, q, r)) {
+                        common = cuts.findCommon(p, q);
+                        continue;
+                    }
+                    open = cuts.findOpenBlocks(p, q, r, grid);
                 }
                 // An equal score counts where the triple comes first.
-                if (fit(triple, isBefore ? std::nextafter(best.score, 9999.0f) : best.score))
+                if (fit(triple, isBefore ? std::nextafter(best.score, 9999.0f) : best.score, open))
                     cuts.setScore(best.score);
                 common = cuts.findCommon(p, q);
             }

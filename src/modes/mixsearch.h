@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 // What the searches read: the mode fills the table once and the values for every sample.
@@ -24,8 +25,15 @@ void combMatrix(int one, int two, int three, float step);
 void combMatrix2(int one, int two, float step);
 void combMatrix1(int one, float step);
 
-// The distances of the mixtures k * population + (1 - k) * base, for each k.
-void scanPair(int population, int base, const std::vector<float> &ks, std::vector<float> &distances);
+// Proportions of two populations to try: each k beside 1 - k, filled up to whole blocks.
+struct PairGrid {
+    size_t points = 0;  // without what fills up
+    std::vector<float> k, rest;
+};
+PairGrid pairGrid(const std::vector<float> &ks);
+
+// The distances of the mixtures k * population + rest * base, [point]; what stands behind the points is not one.
+void scanPair(int population, int base, const PairGrid &grid, std::vector<float> &distances);
 
 // The triple of populations in increasing order that combMatrix fits best, the first of equal ones;
 // proportions of -9 where no triple is nearer than 9999. The nearer the triple given to begin with, the

@@ -1,6 +1,9 @@
 #include "modes/relatedness.h"
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
+#include <iterator>
 #include <new>
 
 char pairDelimiter(std::string_view word)
@@ -41,7 +44,28 @@ PairFields splitPair(std::string_view line, char delimiter)
     return fields;
 }
 
-static uint32_t hashOf(std::string_view name)
+bool PairReader::readAhead()
+{
+    m_count = m_next = 0;
+    std::string_view line;
+    if (!m_in.next(line))
+        return false;
+    do {
+        Line &ahead = m_lines[m_count++];
+        ahead.fields = line.empty() ? PairFields{} : splitPair(line, m_delimiter);
+        for (int i = 0; i < m_names; ++i) {
+            ahead.hashes[i] = Identifiers::hashOf(i == 0 ? ahead.fields.first : ahead.fields.second);
+            m_identifiers.fetchSlot(ahead.hashes[i]);
+        }
+    } while (m_count < std::size(m_lines) && m_in.nextInBlock(line));
+    for (size_t l = 0; l < m_count; ++l) {
+        for (int i = 0; i < m_names; ++i)
+            m_identifiers.fetchName(m_lines[l].hashes[i]);
+    }
+    return true;
+}
+
+uint32_t Identifiers::hashOf(std::string_view name)
 {
     return uint32_t(std::hash<std::string_view>()(name));
 }
@@ -49,6 +73,18 @@ static uint32_t hashOf(std::string_view name)
 Identifiers::Identifiers()
     : m_slots(1024, Slot{0, none})
 {
+}
+
+std::string_view Identifiers::name(uint32_t number) const
+{
+    const Name &name = m_names[number];
+    if (name.size <= Name::maxShort)
+        return {name.bytes, name.size};
+    uint64_t first;
+    uint32_t size;
+    std::memcpy(&first, name.bytes, sizeof first);
+    std::memcpy(&size, name.bytes + sizeof first, sizeof size);
+    return {m_longBytes.data() + first, size};
 }
 
 // The slot that holds the name, or the free one where it would be put.
@@ -61,9 +97,18 @@ size_t Identifiers::slotOf(std::string_view name, uint32_t hash) const
     return i;
 }
 
-uint32_t Identifiers::number(std::string_view name)
+void Identifiers::fetchName(uint32_t hash) const
 {
-    const uint32_t hash = hashOf(name);
+    const size_t mask = m_slots.size() - 1;
+    size_t i = hash & mask;
+    while (m_slots[i].number != none && m_slots[i].hash != hash)
+        i = (i + 1) & mask;
+    if (m_slots[i].number != none)
+        __builtin_prefetch(&m_names[m_slots[i].number]);
+}
+
+uint32_t Identifiers::number(std::string_view name, uint32_t hash)
+{
     size_t i = slotOf(name, hash);
     if (m_slots[i].number != none)
         return m_slots[i].number;
@@ -71,17 +116,28 @@ uint32_t Identifiers::number(std::string_view name)
         grow();
         i = slotOf(name, hash);
     }
-    if (size() == none)
+    if (size() == none || name.size() > UINT32_MAX)
         throw std::bad_alloc();
     m_slots[i] = {hash, uint32_t(size())};
-    m_bytes += name;
-    m_ends.push_back(m_bytes.size());
+    Name added = {};
+    if (name.size() <= Name::maxShort) {
+        std::copy(name.begin(), name.end(), added.bytes);
+        added.size = uint8_t(name.size());
+    } else {
+        const uint64_t first = m_longBytes.size();
+        const uint32_t size = uint32_t(name.size());
+        std::memcpy(added.bytes, &first, sizeof first);
+        std::memcpy(added.bytes + sizeof first, &size, sizeof size);
+        added.size = Name::maxShort + 1;
+        m_longBytes += name;
+    }
+    m_names.push_back(added);
     return m_slots[i].number;
 }
 
-uint32_t Identifiers::find(std::string_view name) const
+uint32_t Identifiers::find(std::string_view name, uint32_t hash) const
 {
-    return m_slots[slotOf(name, hashOf(name))].number;
+    return m_slots[slotOf(name, hash)].number;
 }
 
 void Identifiers::grow()

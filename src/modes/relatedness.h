@@ -1,6 +1,8 @@
 // Tables of pairs of individuals, as read by the modes over relatedness.
 #pragma once
 
+#include "text/lines.h"
+
 #include <cstdint>
 #include <new>
 #include <span>
@@ -22,76 +24,130 @@ PairFields splitPair(std::string_view line, char delimiter);
 inline constexpr uint32_t none = UINT32_MAX;
 
 // Numbers texts from 0 in the order in which they first come.
+//
+// A look-up waits for memory twice, for the slot and for the name. Whoever knows several names ahead has both
+// fetched before the look-ups begin.
 class Identifiers {
 public:
     Identifiers();
 
-    uint32_t number(std::string_view name);      // numbered now where it is new
-    uint32_t find(std::string_view name) const;  // none where it has no number
-    std::string_view name(uint32_t number) const
-    {
-        const size_t first = number == 0 ? 0 : m_ends[number - 1];
-        return {m_bytes.data() + first, m_ends[number] - first};
-    }
-    size_t size() const { return m_ends.size(); }
+    static uint32_t hashOf(std::string_view name);
+    uint32_t number(std::string_view name, uint32_t hash);  // numbered now where it is new
+    uint32_t number(std::string_view name) { return number(name, hashOf(name)); }
+    uint32_t find(std::string_view name, uint32_t hash) const;  // none where it has no number
+    uint32_t find(std::string_view name) const { return find(name, hashOf(name)); }
+    std::string_view name(uint32_t number) const;
+    size_t size() const { return m_names.size(); }
+
+    void fetch(uint32_t number) const { __builtin_prefetch(&m_names[number]); }  // what name() needs
+    // Fetch what the look-up of such a name begins with, and then, with that there, what it ends with.
+    void fetchSlot(uint32_t hash) const { __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
+    void fetchName(uint32_t hash) const;
 
 private:
     struct Slot {
         uint32_t hash;
         uint32_t number;  // none in a free slot
     };
+    // Most names are short, and stand where they are looked for.
+    struct Name {
+        static constexpr size_t maxShort = 15;
+        char bytes[maxShort];  // of a longer one: its first byte in m_longBytes and its size
+        uint8_t size;          // maxShort + 1 for all longer ones
+    };
 
     size_t slotOf(std::string_view name, uint32_t hash) const;
     void grow();
 
-    std::string m_bytes;         // all names in a row
-    std::vector<size_t> m_ends;  // of each name
-    std::vector<Slot> m_slots;   // a power of two, at most two thirds taken; a name is in the first
-                                 // slot that was free from the one that its hash names
+    std::vector<Name> m_names;  // [number]
+    std::string m_longBytes;    // all longer names in a row
+    std::vector<Slot> m_slots;  // a power of two, at most two thirds taken; a name is in the first
+                                // slot that was free from the one that its hash names
+};
+
+// The lines of a table with the hashes of their identifiers, some lines ahead of their use: by then what the
+// look-ups need is on its way.
+class PairReader {
+public:
+    struct Line {
+        PairFields fields;   // count is 0 for an empty line
+        uint32_t hashes[2];  // of the first fields
+    };
+
+    // The first `names` fields, 1 or 2, are identifiers.
+    PairReader(text::LineReader &in, const Identifiers &identifiers, char delimiter, int names)
+        : m_in(in)
+        , m_identifiers(identifiers)
+        , m_delimiter(delimiter)
+        , m_names(names)
+    {
+    }
+
+    // The next line, valid until the next call; null behind the last one.
+    const Line *next() { return m_next < m_count || readAhead() ? &m_lines[m_next++] : nullptr; }
+
+private:
+    bool readAhead();
+
+    text::LineReader &m_in;
+    const Identifiers &m_identifiers;
+    const char m_delimiter;
+    const int m_names;
+    Line m_lines[64];
+    size_t m_count = 0, m_next = 0;  // in m_lines
 };
 
 // Which pairs each individual is in, in the order of the pairs; a pair with itself once. A pair has its
-// individuals' numbers in ID1 and ID2.
+// individuals' numbers in ID1 and ID2; what a list keeps of it is an End, from the pair, its number and the other
+// individual.
+template <class End>
 class PairLists {
 public:
     template <class Pair>
     PairLists(const std::vector<Pair> &pairs, size_t individuals)
-        : m_first(individuals)
-        , m_size(individuals)
+        : m_lists(individuals)
     {
         if (pairs.size() > none / 2)
             throw std::bad_alloc();
         for (const Pair &pair : pairs) {
-            ++m_size[pair.ID1];
-            m_size[pair.ID2] += pair.ID1 != pair.ID2;
+            ++m_lists[pair.ID1].size;
+            m_lists[pair.ID2].size += pair.ID1 != pair.ID2;
         }
         uint32_t first = 0;
-        for (size_t i = 0; i < individuals; ++i) {
-            m_first[i] = first;
-            first += m_size[i];
-            m_size[i] = 0;
+        for (List &list : m_lists) {
+            list.first = first;
+            first += list.size;
+            list.size = 0;
         }
-        m_pairs.resize(first);
+        m_ends.resize(first);
         for (uint32_t j = 0; j < pairs.size(); ++j) {
-            append(pairs[j].ID1, j);
+            append(pairs[j].ID1, End::from(pairs[j], j, pairs[j].ID2));
             if (pairs[j].ID1 != pairs[j].ID2)
-                append(pairs[j].ID2, j);
+                append(pairs[j].ID2, End::from(pairs[j], j, pairs[j].ID1));
         }
     }
 
-    std::span<uint32_t> of(uint32_t individual)
+    std::span<End> of(uint32_t individual)
     {
-        return {m_pairs.data() + m_first[individual], m_size[individual]};
+        return {m_ends.data() + m_lists[individual].first, m_lists[individual].size};
     }
     // Keeps the first pairs of the individual's list, which the caller may have moved there.
-    void shrink(uint32_t individual, size_t size) { m_size[individual] = uint32_t(size); }
+    void shrink(uint32_t individual, size_t size) { m_lists[individual].size = uint32_t(size); }
+
+    // What of() begins with.
+    void fetch(uint32_t individual) const { __builtin_prefetch(&m_lists[individual]); }
 
 private:
-    void append(uint32_t individual, uint32_t pair)
+    struct List {
+        uint32_t first, size;  // in m_ends
+    };
+
+    void append(uint32_t individual, const End &end)
     {
-        m_pairs[m_first[individual] + m_size[individual]++] = pair;
+        List &list = m_lists[individual];
+        m_ends[list.first + list.size++] = end;
     }
 
-    std::vector<uint32_t> m_first, m_size;  // [individual], in m_pairs
-    std::vector<uint32_t> m_pairs;
+    std::vector<List> m_lists;  // [individual]
+    std::vector<End> m_ends;
 };

@@ -51,29 +51,25 @@ public:
 private:
     void removePairs(uint32_t individual)
     {
-        std::vector<RelatedPair> &pairs = m_tables.pairs;
+        const std::vector<RelatedPair> &pairs = m_tables.pairs;
         uint32_t passedOver = none;
         skipRemovedPairs();
         if (pairs[m_firstPair].ID1 == individual || pairs[m_firstPair].ID2 == individual) {
-            removePair(m_firstPair);
-            skipRemovedPairs();
-            passedOver = m_firstPair;
+            passedOver = m_firstPair + 1;
+            while (passedOver < pairs.size() && m_removal.isRemoved(passedOver))
+                ++passedOver;
         }
-        for (const uint32_t j : m_removal.pairsOf(individual)) {
-            if (pairs[j].ID1 != none && j != passedOver)
-                removePair(j);
+        for (const PairEnd &end : m_removal.pairsOf(individual)) {
+            if (m_removal.isRemoved(end.pair) || end.pair == passedOver)
+                continue;
+            m_removal.removePair(individual, end, m_touched);
+            --m_pairsLeft;
         }
-    }
-
-    void removePair(uint32_t pair)
-    {
-        m_removal.removePair(pair, m_touched);
-        --m_pairsLeft;
     }
 
     void skipRemovedPairs()
     {
-        while (m_firstPair < m_tables.pairs.size() && m_tables.pairs[m_firstPair].ID1 == none)
+        while (m_firstPair < m_tables.pairs.size() && m_removal.isRemoved(m_firstPair))
             ++m_firstPair;
     }
 
@@ -81,10 +77,10 @@ private:
     // before.
     void removeEntries()
     {
-        const std::vector<uint32_t> &P_ID = m_tables.P_ID;
+        const std::vector<RemovalTables::Entry> &P_ID = m_tables.P_ID;
         uint32_t passedOver = none;
         skipRemovedEntries();
-        if (m_firstEntry < P_ID.size() && m_removal.countOf(P_ID[m_firstEntry]) == 0) {
+        if (m_firstEntry < P_ID.size() && m_removal.countOf(P_ID[m_firstEntry].individual) == 0) {
             removeEntry(m_firstEntry);
             skipRemovedEntries();
             passedOver = m_firstEntry;
@@ -92,9 +88,9 @@ private:
         for (const uint32_t individual : m_touched) {
             if (m_removal.countOf(individual) > 0)
                 continue;
-            uint32_t entry = m_tables.firstEntry[individual];
-            for (; entry != none; entry = m_tables.nextEntry[entry]) {
-                if (P_ID[entry] != none && entry != passedOver)
+            uint32_t entry = m_tables.individuals[individual].firstEntry;
+            for (; entry != none; entry = P_ID[entry].next) {
+                if (P_ID[entry].individual != none && entry != passedOver)
                     removeEntry(entry);
             }
         }
@@ -102,13 +98,13 @@ private:
 
     void removeEntry(uint32_t entry)
     {
-        m_tables.P_ID[entry] = none;
+        m_tables.P_ID[entry].individual = none;
         --m_entriesLeft;
     }
 
     void skipRemovedEntries()
     {
-        while (m_firstEntry < m_tables.P_ID.size() && m_tables.P_ID[m_firstEntry] == none)
+        while (m_firstEntry < m_tables.P_ID.size() && m_tables.P_ID[m_firstEntry].individual == none)
             ++m_firstEntry;
     }
 

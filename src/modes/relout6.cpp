@@ -42,9 +42,9 @@ public:
     void remove(uint32_t individual)
     {
         m_touched.clear();
-        for (const uint32_t j : m_removal.pairsOf(individual)) {
-            if (m_tables.pairs[j].ID1 != none && m_tables.pairs[j].value > 0)
-                m_removal.removePair(j, m_touched);
+        for (const PairEnd &end : m_removal.pairsOf(individual)) {
+            if (!m_removal.isRemoved(end.pair) && end.value > 0)
+                m_removal.removePair(individual, end, m_touched);
         }
         if (m_isFirst) {
             for (uint32_t i = 0; i < m_tables.identifiers.size(); ++i)
@@ -62,9 +62,9 @@ private:
     void removeIndividual(uint32_t individual)
     {
         m_removal.dismiss(individual);
-        uint32_t entry = m_tables.firstEntry[individual];
-        for (; entry != none && m_tables.P_ID[entry] != none; entry = m_tables.nextEntry[entry]) {
-            m_tables.P_ID[entry] = none;
+        uint32_t entry = m_tables.individuals[individual].firstEntry;
+        for (; entry != none && m_tables.P_ID[entry].individual != none; entry = m_tables.P_ID[entry].next) {
+            m_tables.P_ID[entry].individual = none;
             --m_pentrynum;
         }
     }

@@ -4,6 +4,7 @@
 #include "text/readnumber.h"
 
 #include <algorithm>
+#include <bit>
 
 RemovalOptions readRemovalOptions()
 {
@@ -23,40 +24,39 @@ RemovalOptions readRemovalOptions()
 
 static void readPairs(const RemovalOptions &options, text::LineReader &in, RemovalTables &tables)
 {
-    const char delim = options.delim;
     const float limit = options.limit;
-    std::string_view line;
     long long number = 1;  // of the line
-    if (options.header && in.next(line))
+    std::string_view skipped;
+    if (options.header && in.next(skipped))
         ++number;
-    for (; in.next(line); ++number) {
-        if (line.empty())
+    PairReader reader(in, tables.identifiers, options.delim, 2);
+    for (; const PairReader::Line *line = reader.next(); ++number) {
+        const PairFields &fields = line->fields;
+        if (fields.count == 0)
             continue;
-        const PairFields fields = splitPair(line, delim);
         if (fields.count < 3)
             fatal("Pair table line %lld has fewer than 3 fields\n", number);
         const float value = text::readFloat(fields.value);
         if (limit <= value) {
-            const uint32_t ID1 = tables.identifiers.number(fields.first);
-            tables.pairs.push_back({ID1, tables.identifiers.number(fields.second), value});
+            const uint32_t ID1 = tables.identifiers.number(fields.first, line->hashes[0]);
+            tables.pairs.push_back({ID1, tables.identifiers.number(fields.second, line->hashes[1]), value});
         }
     }
 }
 
 static void appendEntry(uint32_t individual, double weight, RemovalTables &tables)
 {
-    tables.P_ID.push_back(individual);
-    tables.PValues.push_back(weight);
+    tables.P_ID.push_back({weight, individual, none, none});
 }
 
-// Sets firstEntry and nextEntry for the entries so far.
+// Sets firstEntry and next for the entries so far.
 static void chainEntries(RemovalTables &tables)
 {
-    tables.firstEntry.assign(tables.identifiers.size(), none);
-    tables.nextEntry.resize(tables.P_ID.size());
+    tables.individuals.assign(tables.identifiers.size(), {none, 0});
     for (size_t entry = tables.P_ID.size(); entry-- > 0;) {
-        tables.nextEntry[entry] = tables.firstEntry[tables.P_ID[entry]];
-        tables.firstEntry[tables.P_ID[entry]] = uint32_t(entry);
+        uint32_t &firstEntry = tables.individuals[tables.P_ID[entry].individual].firstEntry;
+        tables.P_ID[entry].next = firstEntry;
+        firstEntry = uint32_t(entry);
     }
 }
 
@@ -68,13 +68,14 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
     if (!in.open(*options.pfile))
         fatal("Pfile not found\n");
     double sum = 0;
-    std::string_view line;
-    while (in.nextNonEmpty(line)) {
-        const PairFields fields = splitPair(line, options.delim);
-        const uint32_t individual = tables.identifiers.find(fields.first);
+    PairReader reader(in, tables.identifiers, options.delim, 1);
+    while (const PairReader::Line *line = reader.next()) {
+        if (line->fields.count == 0)
+            continue;
+        const uint32_t individual = tables.identifiers.find(line->fields.first, line->hashes[0]);
         if (individual == none)
             continue;
-        const double weight = text::readDouble(fields.second);
+        const double weight = text::readDouble(line->fields.second);
         appendEntry(individual, weight, tables);
         sum += weight;
     }
@@ -95,7 +96,7 @@ static void enterOthers(double weight, bool isReported, RemovalTables &tables)
     char text[text::maxRealSize];
     const std::string_view weightText(text, size_t(text::writeReal(text, weight) - text));
     for (uint32_t i = 0; i < tables.identifiers.size(); ++i) {
-        if (tables.firstEntry[i] != none)
+        if (tables.individuals[i].firstEntry != none)
             continue;
         appendEntry(i, weight, tables);
         if (isReported)
@@ -130,85 +131,87 @@ RemovalTables readRemovalTables(const RemovalOptions &options, const char *pfile
     return tables;
 }
 
+static constexpr uint32_t blockSize = 512;  // places that the tree counts as one
+
 Removal::Removal(RemovalTables &tables, int mode)
     : m_tables(tables)
     , m_mode(mode)
     , m_pairsOf(tables.pairs, tables.identifiers.size())
-    , m_IDcounts(tables.identifiers.size())
-    , m_nextWaiting(tables.P_ID.size())
-    , m_place(tables.P_ID.size(), none)
+    , m_isRemoved(tables.pairs.size())
 {
-    for (uint32_t i = 0; i < m_IDcounts.size(); ++i)
-        m_IDcounts[i] = uint32_t(m_pairsOf.of(i).size());
-    m_level = 1 + *std::max_element(m_IDcounts.begin(), m_IDcounts.end());
-    m_waiting.assign(m_level, none);
-    for (size_t entry = tables.P_ID.size(); entry-- > 0;)
-        wait(uint32_t(entry), m_IDcounts[tables.P_ID[entry]]);
+    for (uint32_t i = 0; i < tables.individuals.size(); ++i) {
+        tables.individuals[i].IDcount = uint32_t(m_pairsOf.of(i).size());
+        m_level = std::max(m_level, tables.individuals[i].IDcount + 1);
+    }
+    m_waiting.resize(m_level);
+    for (uint32_t entry = 0; entry < tables.P_ID.size(); ++entry)
+        m_waiting[countOf(tables.P_ID[entry].individual)].push_back(entry);
 }
 
-void Removal::wait(uint32_t entry, uint32_t count)
-{
-    m_nextWaiting[entry] = m_waiting[count];
-    m_waiting[count] = entry;
-}
-
-// Where the individual is a candidate, its entries go to the next chain below; they may yet fall deeper.
+// Where the individual is a candidate, its entries go to the next heap below; they may yet fall deeper.
 void Removal::leaveLevel(uint32_t individual)
 {
-    for (uint32_t entry = m_tables.firstEntry[individual]; entry != none; entry = m_tables.nextEntry[entry]) {
-        if (m_place[entry] == none)
+    uint32_t number = m_tables.individuals[individual].firstEntry;
+    while (number != none) {
+        RemovalTables::Entry &entry = m_tables.P_ID[number];
+        if (entry.place == none)
             return;
-        for (size_t at = m_place[entry] + 1; at < m_leftBefore.size(); at += at & -at)
+        m_candidates[entry.place / 64] &= ~(uint64_t(1) << entry.place % 64);
+        for (size_t at = entry.place / blockSize + 1; at < m_leftBefore.size(); at += at & -at)
             --m_leftBefore[at];
-        m_place[entry] = none;
+        entry.place = none;
         --m_left;
-        wait(entry, m_level - 1);
+        m_waiting[m_level - 1].push_back(number);
+        number = entry.next;
     }
 }
 
 // Begins the next level below that has candidates; false when there is none.
 bool Removal::startLevel()
 {
-    m_entries.clear();
-    while (m_entries.empty() && m_level > 1) {
+    m_order.clear();
+    while (m_order.empty() && m_level > 1) {
         --m_level;
-        uint32_t next;
-        for (uint32_t entry = m_waiting[m_level]; entry != none; entry = next) {
-            next = m_nextWaiting[entry];
-            const uint32_t individual = m_tables.P_ID[entry];
-            const uint32_t count = individual == none ? 0 : m_IDcounts[individual];
+        const std::vector<uint32_t> heap = std::move(m_waiting[m_level]);
+        for (const uint32_t entry : heap) {
+            const uint32_t individual = m_tables.P_ID[entry].individual;
+            const uint32_t count = individual == none ? 0 : countOf(individual);
             if (count == m_level)
-                m_entries.push_back(entry);
+                m_order.push_back({0, 0, entry});
             else if (count > 0)
-                wait(entry, count);
+                m_waiting[count].push_back(entry);
         }
     }
-    std::sort(m_entries.begin(), m_entries.end());
     putInOrder();
     return m_left > 0;
 }
 
 void Removal::putInOrder()
 {
-    m_left = m_entries.size();
+    std::sort(m_order.begin(), m_order.end(),
+              [](const Preference &a, const Preference &b) { return a.entry < b.entry; });
+    m_left = m_order.size();
     m_next = 0;
-    m_order.resize(m_left);
-    m_leftBefore.resize(m_left + 1);
+    m_candidates.assign(m_left / 64 + 1, 0);
+    m_leftBefore.assign(m_left / blockSize + 1, 0);
+    for (size_t at = 1; at < m_leftBefore.size(); ++at)
+        m_leftBefore[at] = blockSize * uint32_t(at & -at);
     for (uint32_t place = 0; place < m_left; ++place) {
-        const uint32_t individual = m_tables.P_ID[m_entries[place]];
-        double key = 0, IDvalue = 0;
+        RemovalTables::Entry &entry = m_tables.P_ID[m_order[place].entry];
+        double key = 0;
         // No sum up to -999999.9 is preferred to any other, and no weight from 999999.9 on. NaN is neither.
         if (m_mode == 1) {
-            IDvalue = sumOfValues(individual);
+            const double IDvalue = sumOfValues(entry.individual);
             key = IDvalue > -999999.9 ? -IDvalue : 999999.9;
         } else if (m_mode == 2) {
             // On purpose that of the individual's first entry, also for its others.
-            const double weight = m_tables.PValues[m_tables.firstEntry[individual]];
+            const double weight = m_tables.P_ID[m_tables.individuals[entry.individual].firstEntry].PValue;
             key = weight < 999999.9 ? weight : 999999.9;
         }
-        m_order[place] = {key, IDvalue, place};
-        m_place[m_entries[place]] = place;
-        m_leftBefore[place + 1] = (place + 1) & -(place + 1);
+        m_order[place].key = key;
+        m_order[place].place = place;
+        entry.place = place;
+        m_candidates[place / 64] |= uint64_t(1) << place % 64;
     }
     if (m_mode == 1 || m_mode == 2) {
         std::sort(m_order.begin(), m_order.end(), [](const Preference &a, const Preference &b) {
@@ -220,18 +223,63 @@ void Removal::putInOrder()
 // From 0.0 in the order of the pairs. Drops the removed ones from the list on the way.
 double Removal::sumOfValues(uint32_t individual)
 {
-    const std::span<uint32_t> list = m_pairsOf.of(individual);
+    const std::span<PairEnd> list = m_pairsOf.of(individual);
     size_t kept = 0;
     double sum = 0.0;
-    for (const uint32_t j : list) {
-        const RelatedPair &pair = m_tables.pairs[j];
-        if (pair.ID1 == none)
+    for (const PairEnd &end : list) {
+        if (isRemoved(end.pair))
             continue;
-        list[kept++] = j;
-        sum += double(pair.value);
+        list[kept++] = end;
+        sum += double(end.value);
     }
-    m_pairsOf.shrink(individual, kept);
+    if (kept < list.size())
+        m_pairsOf.shrink(individual, kept);
     return sum;
+}
+
+// The candidates left before the place.
+size_t Removal::locOf(uint32_t place) const
+{
+    size_t loc = 0;
+    for (uint32_t at = place / blockSize; at > 0; at -= at & -at)
+        loc += m_leftBefore[at];
+    uint32_t word = place / blockSize * (blockSize / 64);
+    for (; word < place / 64; ++word)
+        loc += size_t(std::popcount(m_candidates[word]));
+    return loc + size_t(std::popcount(m_candidates[word] & ((uint64_t(1) << place % 64) - 1)));
+}
+
+// No more of them than are worth fetching.
+std::span<const PairEnd> Removal::firstPairsOf(uint32_t individual)
+{
+    const std::span<const PairEnd> all = m_pairsOf.of(individual);
+    return all.first(std::min<size_t>(all.size(), 8));
+}
+
+// Each step on the way to a candidate's data needs the one before it to be there.
+void Removal::fetchAhead()
+{
+    const auto individualAt = [this](size_t distance) {
+        const size_t at = m_next + distance;
+        return at < m_order.size() ? m_tables.P_ID[m_order[at].entry].individual : none;
+    };
+    if (m_next + 32 < m_order.size())
+        __builtin_prefetch(&m_tables.P_ID[m_order[m_next + 32].entry]);
+    if (const uint32_t individual = individualAt(24); individual != none) {
+        m_pairsOf.fetch(individual);
+        m_tables.identifiers.fetch(individual);
+        __builtin_prefetch(&m_tables.individuals[individual]);
+    }
+    if (const uint32_t individual = individualAt(16); individual != none)
+        __builtin_prefetch(m_pairsOf.of(individual).data());
+    if (const uint32_t individual = individualAt(8); individual != none) {
+        for (const PairEnd &end : firstPairsOf(individual))
+            __builtin_prefetch(&m_tables.individuals[end.other]);
+    }
+    if (const uint32_t individual = individualAt(4); individual != none) {
+        for (const PairEnd &end : firstPairsOf(individual))
+            __builtin_prefetch(&m_tables.P_ID[m_tables.individuals[end.other].firstEntry]);
+    }
 }
 
 std::optional<Choice> Removal::choose()
@@ -240,15 +288,10 @@ std::optional<Choice> Removal::choose()
         return std::nullopt;
     if (m_left > 1 && (m_mode < 0 || m_mode > 2))
         fatal("Wrong mode!\n");
-    while (m_place[m_entries[m_order[m_next].place]] == none)
+    for (fetchAhead(); !isCandidate(m_order[m_next].place); fetchAhead())
         ++m_next;
-    const uint32_t place = m_order[m_next].place;
-    const uint32_t individual = m_tables.P_ID[m_entries[place]];
-    size_t loc = 0;
-    for (uint32_t at = place; at > 0; at -= at & -at)
-        loc += m_leftBefore[at];
-    const double IDvalue = m_mode == 1 ? m_order[m_next].IDvalue : sumOfValues(individual);
-    return Choice{individual, m_level, IDvalue, loc, m_left};
+    const uint32_t individual = m_tables.P_ID[m_order[m_next].entry].individual;
+    return Choice{individual, m_level, sumOfValues(individual), locOf(m_order[m_next].place), m_left};
 }
 
 void Removal::writeRow(const Choice &choice, size_t entriesLeft, text::Writer &out) const
@@ -266,27 +309,27 @@ void Removal::writeRow(const Choice &choice, size_t entriesLeft, text::Writer &o
     out.put(choice.candidates);
     if (m_mode == 2) {
         out.put(' ');
-        out.put(m_tables.PValues[m_tables.firstEntry[choice.individual]]);
+        out.put(m_tables.P_ID[m_tables.individuals[choice.individual].firstEntry].PValue);
     }
     out.put('\n');
 }
 
-void Removal::removePair(uint32_t pair, std::vector<uint32_t> &touched)
+void Removal::removePair(uint32_t individual, const PairEnd &end, std::vector<uint32_t> &touched)
 {
-    const auto loseOne = [&](uint32_t individual) {
-        leaveLevel(individual);
-        m_IDcounts[individual] -= m_IDcounts[individual] > 0;  // a dismissed one stays at 0
-        touched.push_back(individual);
+    const auto loseOne = [&](uint32_t loser) {
+        leaveLevel(loser);
+        uint32_t &IDcount = m_tables.individuals[loser].IDcount;
+        IDcount -= IDcount > 0;  // a dismissed one stays at 0
+        touched.push_back(loser);
     };
-    RelatedPair &removed = m_tables.pairs[pair];
-    loseOne(removed.ID1);
-    if (removed.ID2 != removed.ID1)
-        loseOne(removed.ID2);
-    removed.ID1 = removed.ID2 = none;
+    loseOne(individual);
+    if (end.other != individual)
+        loseOne(end.other);
+    m_isRemoved[end.pair] = true;
 }
 
 void Removal::dismiss(uint32_t individual)
 {
     leaveLevel(individual);
-    m_IDcounts[individual] = 0;
+    m_tables.individuals[individual].IDcount = 0;
 }

@@ -26,20 +26,38 @@ struct RemovalOptions {
 RemovalOptions readRemovalOptions();
 
 struct RelatedPair {
-    uint32_t ID1, ID2;  // both none once it is removed
+    uint32_t ID1, ID2;
     float value;
+};
+
+// What an individual's list holds of a pair.
+struct PairEnd {
+    uint32_t pair, other;
+    float value;
+    static PairEnd from(const RelatedPair &whole, uint32_t number, uint32_t individual)
+    {
+        return {number, individual, whole.value};
+    }
 };
 
 // The individuals and pairs of a run. Individuals are numbers in the order of their first pairs; the entries
 // of P_ID are in the order that decides ties, and an individual that the weight table lists twice has two of
 // them.
 struct RemovalTables {
+    struct Entry {
+        double PValue;        // weight
+        uint32_t individual;  // none once it is removed
+        uint32_t next;        // entry of the same individual, or none
+        uint32_t place;       // among the candidates; none where it is not one of them
+    };
+    struct Individual {
+        uint32_t firstEntry;
+        uint32_t IDcount;  // its pairs that are not removed
+    };
     Identifiers identifiers;
     std::vector<RelatedPair> pairs;
-    std::vector<uint32_t> P_ID;        // [entry] individual; none once it is removed
-    std::vector<double> PValues;       // [entry] weight
-    std::vector<uint32_t> firstEntry;  // [individual]
-    std::vector<uint32_t> nextEntry;   // [entry] of the same individual, or none
+    std::vector<Entry> P_ID;
+    std::vector<Individual> individuals;
 };
 
 // Opens the files, and reads the tables; the messages tell how far it is. Ends the run where no pair is kept.
@@ -56,12 +74,15 @@ struct Choice {
 
 // Counts each individual's pairs, and finds the one to be removed next.
 //
-// Counts only fall, so entries wait in chains by count, and the candidates are those of the highest chain
+// Counts only fall, so entries wait in heaps by count, and the candidates are those of the highest heap
 // that is not empty: its level. They are put in order once, when the level begins. None can join them later,
-// and one whose count falls leaves for the chain below; it is moved further down when that level begins. So
+// and one whose count falls leaves for the heap below; it is moved further down when that level begins. So
 // all moves of an entry together cost no more than its pairs. What a candidate is chosen by cannot change
 // while it stays: its sum changes with its count only, and is formed anew at each level, over its own pairs
 // in their order.
+//
+// Individuals are chosen in no order of memory, but in one that is known ahead within a level; so what the next
+// ones need is fetched some steps before.
 class Removal {
 public:
     Removal(RemovalTables &tables, int mode);
@@ -72,41 +93,42 @@ public:
 
     void writeRow(const Choice &choice, size_t entriesLeft, text::Writer &out) const;
 
-    // Takes the pair out of the counts. Its individuals are added to `touched`.
-    void removePair(uint32_t pair, std::vector<uint32_t> &touched);
+    // Takes the pair of the individual out of the counts. Its individuals are added to `touched`.
+    void removePair(uint32_t individual, const PairEnd &end, std::vector<uint32_t> &touched);
+    bool isRemoved(uint32_t pair) const { return m_isRemoved[pair]; }
 
     // Sets the count to 0, where it stays: the individual is no candidate any more.
     void dismiss(uint32_t individual);
 
     // Some of them may be removed.
-    std::span<const uint32_t> pairsOf(uint32_t individual) { return m_pairsOf.of(individual); }
-    uint32_t countOf(uint32_t individual) const { return m_IDcounts[individual]; }
+    std::span<const PairEnd> pairsOf(uint32_t individual) { return m_pairsOf.of(individual); }
+    uint32_t countOf(uint32_t individual) const { return m_tables.individuals[individual].IDcount; }
 
 private:
-    void wait(uint32_t entry, uint32_t count);
     void leaveLevel(uint32_t individual);
     bool startLevel();
     void putInOrder();
     double sumOfValues(uint32_t individual);
+    bool isCandidate(uint32_t place) const { return m_candidates[place / 64] >> place % 64 & 1; }
+    size_t locOf(uint32_t place) const;
+    std::span<const PairEnd> firstPairsOf(uint32_t individual);
+    void fetchAhead();
 
     RemovalTables &m_tables;
     const int m_mode;
-    PairLists m_pairsOf;
-    std::vector<uint32_t> m_IDcounts;     // [individual]
-    std::vector<uint32_t> m_waiting;      // [count] first entry of the chain
-    std::vector<uint32_t> m_nextWaiting;  // [entry]
-    uint32_t m_level = 0;                 // the largest count, once the first level has begun
+    PairLists<PairEnd> m_pairsOf;
+    std::vector<bool> m_isRemoved;                 // [pair]
+    std::vector<std::vector<uint32_t>> m_waiting;  // [count] entries; their counts may have fallen since
+    uint32_t m_level = 0;                          // the largest count, once the first level has begun
 
     // Of the level. Places are 0-based, in P_ID order, among the entries that it began with.
-    size_t m_left = 0;                    // candidates left
-    std::vector<uint32_t> m_place;        // [entry] none where it is no candidate
-    std::vector<uint32_t> m_entries;      // [place]
-    std::vector<uint32_t> m_leftBefore;   // candidates left, as a Fenwick tree over places from 1
+    size_t m_left = 0;                   // candidates left
+    std::vector<uint64_t> m_candidates;  // bit of each place: whether it is left
+    std::vector<uint32_t> m_leftBefore;  // candidates left, as a Fenwick tree over blocks of places from 1
     struct Preference {
-        double key;                       // the least one first, ties by place
-        double IDvalue;                   // with tie-break 1: the sum of values
-        uint32_t place;
+        double key;                      // the least one first, ties by place
+        uint32_t place, entry;
     };
     std::vector<Preference> m_order;
-    size_t m_next = 0;                    // in m_order: all before it have left
+    size_t m_next = 0;                   // in m_order: all before it have left
 };

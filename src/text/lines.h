@@ -34,15 +34,21 @@ public:
     // The next line without its end, valid until the next call; false after the last one.
     bool next(std::string_view &line)
     {
-        const char *first = m_buffer.get() + m_next;
-        if (const void *end = std::memchr(first, '\n', m_end - m_next)) {
-            take(first, static_cast<const char *>(end), line);
-            return true;
-        }
-        return nextAcrossBlocks(line);
+        return nextInBlock(line) || nextAcrossBlocks(line);
     }
 
-    // The same, passing over empty lines.
+    // The next line where all of it is in the block already: no read, and the lines before stay valid. False
+    // does not mean that there is none.
+    bool nextInBlock(std::string_view &line)
+    {
+        const char *first = m_buffer.get() + m_next;
+        const void *end = std::memchr(first, '\n', m_end - m_next);
+        if (end)
+            take(first, static_cast<const char *>(end), line);
+        return end;
+    }
+
+    // As next(), passing over empty lines.
     bool nextNonEmpty(std::string_view &line)
     {
         while (next(line)) {

@@ -427,9 +427,11 @@ def mutate(randoms, content):
 
 
 def known_options(mode):
-    source = (Path(__file__).parents[2] / "src/main/modes.cpp").read_text()
-    table = re.search(r'\{"%s", \w+, (\w+)\}' % mode, source)
-    return re.findall(r'"(-[\w-]+)"', re.search(rf"{table[1]}\[\]\s*=\s*\{{([^}}]*)\}}", source)[1]) if table else []
+    """Those that the guide names for the mode, or for all where it names none there."""
+    guide = (Path(__file__).parents[2] / "docs/usage.md").read_text()
+    section = re.search(rf"^## {mode}\n(.*?)(?=^## |\Z)", guide, re.M | re.S)
+    names = lambda text: sorted({*re.findall(r"`(-[a-z][\w-]+)`", text)} - {"-file", "-pfile", "-gfile", "-ref", "-map"})
+    return names(section[1] if section else "") or names(guide)
 
 
 def mutations(case):

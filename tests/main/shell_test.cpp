@@ -137,7 +137,7 @@ TEST(Guide, HasASectionForEveryModeThatRuns)
         const std::string name = mode.name;
         EXPECT_TRUE(guide.find("\n## " + name) != guide.npos || guide.find("lso spelled `" + name + "`") != guide.npos)
             << name;
-        for (const std::string option : mode.options)
-            EXPECT_NE(guide.find("`" + option + "`"), guide.npos) << name << " " << option;
+        for (const Option &option : mode.options)
+            EXPECT_NE(guide.find("`" + std::string(option.name) + "`"), guide.npos) << name << " " << option.name;
     }
 }

@@ -4,14 +4,6 @@
 
 #include <cmath>
 
-static Result average(const Folder &folder, const std::string &mode, std::string_view input,
-                   std::vector<std::string> options = {})
-{
-    folder.write("in", input);
-    options.insert(options.begin(), {"-file", "in", "-out", "out"});
-    return folder.runMode(mode, options);
-}
-
 struct Case {
     const char *name, *input;
     std::vector<std::string> options;
@@ -22,7 +14,7 @@ static void expectAll(const std::string &mode, const std::vector<Case> &cases)
 {
     for (const Case &row : cases) {
         const Folder folder;
-        EXPECT_EQ(average(folder, mode, row.input, row.options).status, 0) << row.name;
+        EXPECT_EQ(convert(folder, mode, row.input, row.options).status, 0) << row.name;
         EXPECT_EQ(folder.read("out"), row.out) << mode << ": " << row.name;
     }
 }
@@ -33,21 +25,15 @@ TEST(AvgAd, WritesMeanAndDeviation)
         {"all", "1 r 7 A G 0 1 2\n", {}, "1 r 7 A G 1 0.816497"},  // the square root of 2/3
         {"no-stdev", "1 r 7 A G 0 1 2\n", {"-show", "no-stdev"}, "1 r 7 A G 1"},
         {"only-values", "1 r 7 A G 0 1 2\n1 s 8 A G 1 2\n", {"-show", "only-values"}, "1\n1.5"},
-        {"other word", "1 r 7 A G 1 1\n", {"-show", "ALL"}, "1 r 7 A G 1 0"},
         {"some", "1 r 7 A G 0 1 3 9\n", {"-beg", "2", "-end", "3"}, "1 r 7 A G 2 1"},
-        {"end beyond the line", "1 r 7 A G 0 1 3\n", {"-beg", "2", "-end", "50"}, "1 r 7 A G 2 1"},
-        {"beg beyond the line", "1 r 7 A G 1\n", {"-beg", "2"}, "1 r 7 A G nan nan"},
-        {"end before beg", "1 r 7 A G 1 1\n", {"-beg", "2", "-end", "1"}, "1 r 7 A G nan nan"},
         {"into the leading columns", "8 4 1 3\n", {"-last-bef-geno", "2", "-beg", "0"},
          "8 4 2.66667 1.24722"},
-        {"before the line", "8 4 1 3\n", {"-last-bef-geno", "1", "-beg", "-9"}, "8 4 2.54951"},
         {"no leading columns", "1 3\n", {"-last-bef-geno", "-1", "-beg", "2"}, "2 1"},
         {"empty values", "1 r 7 A G 1 3\n", {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
          "1 r 7 A G 2 1"},
         {"no numbers", "1 r 7 A G x  3 \r\n", {"-show", "no-stdev"}, "1 r 7 A G 0.75"},
         {"short line", "a b\n", {}, "a b    nan nan"},
         {"empty lines", "\n1 r 7 A G 1\n\n", {}, "1 r 7 A G 1 0\n"},  // a line follows, though it is empty
-        {"nothing", "", {}, ""},
     });
 }
 
@@ -68,14 +54,11 @@ TEST(AvgGen, WritesClassMeansDosageAndDeviation)
 
 TEST(AvgGen, StopsAtALineWithoutIndividuals)
 {
-    const std::string full = "1 r 7 A G 0 0 1 0 0 1\n";
-    for (const char *line : {"1 s 8 A G 0 0 1\n", "1 s 8 A G 0 0 1 0 0\n", "1 s 8 A G\n"}) {
-        const Folder folder;
-        const auto run = average(folder, "avggen", full + line + full, {"-beg", "2"});
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.messages, "running avgGen()\n\nCounter < 1\n");
-        EXPECT_EQ(folder.read("out"), "1 r 7 A G 0 0 1 2 0\n1 s 8 A G ");
-    }
+    const Folder folder;
+    const auto run = convert(folder, "avggen", "1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n", {"-beg", "2"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.messages, "running avgGen()\n\nCounter < 1\n");
+    EXPECT_EQ(folder.read("out"), "1 r 7 A G 0 0 1 2 0\n1 s 8 A G ");
 }
 
 // The individuals of a line that the options choose, `width` fields each: the positions of their first
@@ -168,8 +151,8 @@ TEST(Averages, GoTwiceThroughALongLine)
     std::string line = "1 r 7 A G";
     for (int i = 0; i < 400000; ++i)
         line += " 0.000 1.000 0.000 1.000 0.000 0.000";
-    average(folder, "avgGEN", line);
+    convert(folder, "avgGEN", line);
     EXPECT_EQ(folder.read("out"), "1 r 7 A G 0.5 0.5 0 0.5 0.5");
-    average(folder, "avgAD", line, {"-show", "all"});
+    convert(folder, "avgAD", line, {"-show", "all"});
     EXPECT_EQ(folder.read("out"), "1 r 7 A G 0.333333 0.471405");  // the square root of 2/9
 }

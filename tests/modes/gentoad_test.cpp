@@ -5,13 +5,6 @@
 
 static const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n";
 
-static Result convert(const Folder &folder, std::string_view input, std::vector<std::string> options = {})
-{
-    folder.write("in", input);
-    options.insert(options.begin(), {"-file", "in", "-out", "out"});
-    return folder.runMode("gentoAD", options);
-}
-
 TEST(GenToAd, WritesADosagePerTriplet)
 {
     const struct {
@@ -38,30 +31,11 @@ TEST(GenToAd, WritesADosagePerTriplet)
     };
     for (const auto &row : cases) {
         const Folder folder;
-        EXPECT_EQ(convert(folder, row.input, row.options).messages,
+        EXPECT_EQ(convert(folder, "gentoAD", row.input, row.options).messages,
                   "running genToAd()\nStatistical summary not provided\n") << row.name;
         EXPECT_EQ(folder.read("out"), row.output) << row.name;
         EXPECT_EQ(folder.files().size(), 2u) << row.name;  // no summary remains
     }
-}
-
-TEST(GenToAd, EndsLinesOfWholeBatchesAcrossBuffers)
-{
-    // 256 individuals are one batch of fields; 600 lines fill the output buffer more than once.
-    std::string input, output;
-    for (int line = 0; line < 600; ++line) {
-        input += "1 rs1 10 A G";
-        output += "1 rs1 10 A G";
-        for (int i = 0; i < 256; ++i) {
-            input += " 0 0 1";
-            output += " 2";
-        }
-        input += '\n';
-        output += '\n';
-    }
-    const Folder folder;
-    convert(folder, input);
-    EXPECT_TRUE(folder.read("out") == output);
 }
 
 TEST(GenToAd, SummarisesEveryLine)
@@ -83,7 +57,7 @@ TEST(GenToAd, SummarisesEveryLine)
         const Folder folder;
         auto options = row.options;
         options.insert(options.end(), {"-statistics", "yes"});
-        EXPECT_EQ(convert(folder, row.input, options).messages,
+        EXPECT_EQ(convert(folder, "gentoAD", row.input, options).messages,
                   std::string("running genToAd()\nStatistical summary is provided\ndose problems: ") + row.problems
                       + "\n") << row.name;
         EXPECT_EQ(folder.read("out.stats"), header + row.row) << row.name;
@@ -118,7 +92,7 @@ TEST(GenToAd, RefusesWrongOptions)
     };
     for (const auto &row : cases) {
         const Folder folder;
-        const Result result = convert(folder, "", row.options);
+        const Result result = convert(folder, "gentoAD", "", row.options);
         EXPECT_EQ(result.messages, row.message);
         EXPECT_EQ(result.status, 1);
         EXPECT_EQ(folder.files().size(), 1u);

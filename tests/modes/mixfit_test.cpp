@@ -64,27 +64,24 @@ TEST(MixFit, WritesTheReport)
 
 TEST(MixFit, EndsWithAMessage)
 {
+    const std::string running = "running mixFit()\n\n", notThree = "Reference file must hold 3 lines of 3 values\n";
     const struct {
         std::string references;
         std::vector<std::string> options;
         std::string messages;
         int status = 1;
     } cases[] = {
-        {corners, {"-refpops", "2"}, "You have less than 3 ref populations\n"},
         {corners, {"-step", "0.0009", "-refpops", "3.5"}, "You have less than 3 ref populations\n"},
         {corners, {"-refpops", "3", "-step", "0.0009"}, "Incorrect step\n"},
         {corners, {"-refpops", "3", "-step", "nan"}, "Incorrect step\n"},
         {corners, {"-refpops", "3", "-step", "2147484"}, "Incorrect step\n"},
-        {corners, {"-refpops", "3", "-out", "r"}, "running mixFit()\n\nOutput file 'r' is also an input\n"},
-        {corners, {"-refpops", "4"}, "running mixFit()\n\nReference file must hold 4 lines of 4 values\n"},
-        {corners + "D\t1\t0\t0\n", {"-refpops", "3"},
-         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
-        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"},
-         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
-        {corners, {"-refpops", "2147483647"}, "running mixFit()\n\n"},  // more memory than there is
-        {corners, {"-refpops", "3"}, "running mixFit()\n\nSample short has fewer than 3 values\n"},
-        {corners, {"-refpops", "3", "-delim", std::string(19, 'x')},
-         "running mixFit()\n\nReference file must hold 3 lines of 3 values\n"},
+        {corners, {"-refpops", "3", "-out", "r"}, running + "Output file 'r' is also an input\n"},
+        {corners, {"-refpops", "4"}, running + "Reference file must hold 4 lines of 4 values\n"},
+        {corners + "D\t1\t0\t0\n", {"-refpops", "3"}, running + notThree},
+        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, running + notThree},
+        {corners, {"-refpops", "2147483647"}, running},  // more memory than there is
+        {corners, {"-refpops", "3"}, running + "Sample short has fewer than 3 values\n"},
+        {corners, {"-refpops", "3", "-delim", std::string(19, 'x')}, running + notThree},
         {corners, {"-delim", std::string(20, 'x'), "-refpops", "2"}, "", -SIGABRT},
     };
     for (const auto &row : cases) {
@@ -179,8 +176,8 @@ static std::vector<float> searchResults(uint64_t seed)
     const BestTriple best = searchTriples(2, 0, 1, 0.04f);
     for (size_t i = 0; i < 3; ++i)
         results.insert(results.end(), {best.score, best.proportions[i], float(best.populations[i])});
-    scanPair(0, 1, {0, 0.25, 0.5, 0.75, 1}, distances);
-    results.insert(results.end(), distances.begin(), distances.end());
+    scanPair(0, 1, pairGrid({0, 0.25, 0.5, 0.75, 1}), distances);
+    results.insert(results.end(), distances.begin(), distances.begin() + 5);
     releaseTable();
     for (float &result : results)
         result = result != result ? -1 : result;

@@ -35,7 +35,8 @@ static int runInChild(const Folder &folder, void (*mode)(), const std::map<std::
 static std::string randomTable(RandomText &random, size_t fields)
 {
     static const char *const names[] = {"A", "B", "C", "D", "E", "F", "NA", "", "a", "a.vs.b", "vs.b", "b",
-                                        "a.vs", " A", "\xc3\xa4", "A1", "A2", "A3", "A4", "A5"};
+                                        "a.vs", " A", "\xc3\xa4", "A1", "A2", "fifteen bytes..", "sixteen bytes...",
+                                        "sixteen bytes..!"};
     static const char *const values[]
         = {"0.5", "0.25", "0.5", "1", "0.1", "0.3", "2", "0.0625", "1e-9", "16777217", "0", "-0", "-1", "nan",
            "inf", "-inf", "x", "", "-2000000", "1e39", " 0.4 ", "0.7\r"};
@@ -122,6 +123,16 @@ TEST(Family, AddsToItsStatistics)
         folder.runMode("family", {"-file", "in", "-delim", "space", "-threshold", threshold});
     EXPECT_EQ(folder.read("in.out.stats"), "fsize 2 thold 0.1 totind 5 famnum 2 avg 2.5 maxfam 3\n"
                                            "fsize 2 thold 0.9 totind 0 famnum 0 avg 0 maxfam 0\n");
+    // More than the tables of names and pairs begin with; every pair once more the other way round.
+    std::string table, duplicates;
+    for (int i = 0; i < 6000; ++i) {
+        const std::string pair[2] = {"A" + std::to_string(i / 2), "B" + std::to_string(i / 2)};
+        table += pair[i % 2] + "\t" + pair[1 - i % 2] + "\t1\n";
+        duplicates += i % 2 ? "Duplicate declaration (not used) at " + std::to_string(i + 1) + "\n" : "";
+    }
+    folder.write("many", table);
+    EXPECT_EQ(folder.runMode("family", {"-file", "many", "-out", "m"}).messages, "running family()\n\n" + duplicates);
+    EXPECT_EQ(folder.read("m.stats"), "fsize 2 thold 0.1 totind 6000 famnum 3000 avg 2 maxfam 2\n");
     EXPECT_EQ(folder.runMode("family", {"-out", "o"}).messages, "You need to specify '-file'.\n\n");
     EXPECT_EQ(folder.runMode("family", {"-file", "in", "-out", "o"}).messages,
               "running family()\n\nerror in input file\n");
@@ -197,4 +208,26 @@ TEST(Relout, RemovesTheIndividualInMostPairs)
     expectAll("RELOUT5", relout5Cases);
     expectAll("relout6", relout6Cases);
     EXPECT_EQ(Folder().runMode("relout5", {}).messages, "You need to specify '-file'.\n\n");
+}
+
+// Their places are counted by blocks.
+TEST(Relout, RanksThousandsOfCandidates)
+{
+    std::string table, expected;
+    std::vector<int> pairOf(1000), isLeft(1000, 1);  // by value less 1
+    for (int i = 0; i < 1000; ++i) {
+        pairOf[size_t(i * 7 % 1000)] = i;
+        table += "A" + std::to_string(i) + "\tB" + std::to_string(i) + "\t" + std::to_string(i * 7 % 1000 + 1) + "\n";
+    }
+    for (int value = 1000; value > 0; --value) {
+        const int pair = pairOf[size_t(value) - 1];
+        const auto loc = 2 * std::count(isLeft.begin(), isLeft.begin() + pair, 1);
+        const std::string left = " " + std::to_string(2 * value);
+        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left + "\n";
+        isLeft[size_t(pair)] = 0;
+    }
+    const Folder folder;
+    folder.write("in", table);
+    folder.runMode("relout6", {"-file", "in", "-out", "o"});
+    EXPECT_EQ(folder.read("o"), expected);
 }

@@ -1,5 +1,6 @@
 #include "support/genotypemodel.h"
 #include "support/random.h"
+#include "text/fields.h"
 
 #include <gtest/gtest.h>
 
@@ -31,13 +32,9 @@ std::vector<ModelLine> modelLines(const std::string &input)
         lines.push_back({{}, first >= input.size()});
         if (line.empty())
             continue;
-        lines.back().fields.emplace_back();
-        for (const char byte : line) {
-            if (byte == ' ')
-                lines.back().fields.emplace_back();
-            else
-                lines.back().fields.back() += byte;
-        }
+        std::vector<std::string_view> fields;
+        text::splitFields(line, " ", fields);
+        lines.back().fields.assign(fields.begin(), fields.end());
     }
     return lines;
 }
@@ -79,14 +76,21 @@ static std::string randomInput(RandomText &random)
     return input;
 }
 
+Result convert(const Folder &folder, const std::string &mode, std::string_view input,
+               std::vector<std::string> options)
+{
+    folder.write("in", input);
+    options.insert(options.begin(), {"-file", "in", "-out", "out"});
+    return folder.runMode(mode, options);
+}
+
 static ModelResult runProgram(const std::string &mode, const std::string &input, const OptionMap &options)
 {
     const Folder folder;
-    folder.write("in", input);
-    std::vector<std::string> words = {"-file", "in", "-out", "out"};
+    std::vector<std::string> words;
     for (const auto &[name, value] : options)
         words.insert(words.end(), {name, value});
-    const auto run = folder.runMode(mode, words);
+    const auto run = convert(folder, mode, input, words);
     return {run.messages, folder.read("out"), folder.read("out.stats")};
 }
 

@@ -22,6 +22,10 @@ struct ModelLine {
 };
 std::vector<ModelLine> modelLines(const std::string &input);
 
+// Runs the mode on a file of these bytes; the results go to "out" and "out.stats".
+Result convert(const Folder &folder, const std::string &mode, std::string_view input,
+               std::vector<std::string> options = {});
+
 long modelInteger(const OptionMap &options, const std::string &name, long absent);
 
 // The fields before `columns`, each with a blank, empty ones beyond the end of the line.

@@ -1,0 +1,26 @@
+# What is installed, and the Debian package of it: cpack -G DEB
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+install(TARGETS morvel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${CMAKE_BINARY_DIR}/morvel.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${CMAKE_BINARY_DIR}/morvel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME morvel)
+install(FILES README.md CHANGELOG.md docs/usage.md docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES examples/example.gen examples/example.pheno examples/region.gen DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "MORVEL developers <support@morvel.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "toolbox for genetic-association data")
+set(CPACK_PACKAGE_DESCRIPTION
+    "MORVEL turns imputed genotype probabilities into dosages or hard calls, scans
+many traits against many markers, and summarises the results: peaks, pruning,
+families and related individuals, mixtures of reference populations. It reads
+and writes plain text tables and runs one analysis per call.")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+include(CPack)

@@ -1,0 +1,225 @@
+#include "main/hints.h"
+#include "main/modes.h"
+#include "text/readnumber.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+using std::string_view;
+
+bool wantsHints()
+{
+    const char *chosen = std::getenv("MORVEL_HINTS");
+    if (chosen && (string_view(chosen) == "0" || string_view(chosen) == "1"))
+        return *chosen == '1';
+    return isatty(STDERR_FILENO);
+}
+
+static std::string quoted(string_view word)
+{
+    return '"' + std::string(word) + '"';
+}
+
+static constexpr size_t editCost = 10;
+static constexpr size_t caseCost = 1;
+
+static size_t changeCost(char a, char b)
+{
+    if (a == b)
+        return 0;
+    return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)) ? caseCost
+                                                                                                      : editCost;
+}
+
+// Cost of turning one word into the other by inserting, deleting, changing and swapping neighbouring letters.
+static size_t distance(string_view a, string_view b)
+{
+    std::vector<size_t> beforeLast, last, row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j)
+        row[j] = j * editCost;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        beforeLast = std::move(last);
+        last = std::move(row);
+        row.assign(1, i * editCost);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            size_t cost
+                = std::min({last[j] + editCost, row[j - 1] + editCost, last[j - 1] + changeCost(a[i - 1], b[j - 1])});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                cost = std::min(cost, beforeLast[j - 2] + editCost);
+            row.push_back(cost);
+        }
+    }
+    return row.back();
+}
+
+// "; did you mean ...?" with the nearest name, the first of equals, or nothing where none is near: one letter in
+// three may be wrong, or the end be missing.
+static std::string suggestion(string_view typed, const std::vector<string_view> &names)
+{
+    const size_t edits = typed.size() / 3;
+    size_t least = edits * editCost + editCost;
+    string_view nearest;
+    for (const string_view name : names) {
+        size_t cost = least;
+        if (typed.size() >= 4 && name.starts_with(typed))
+            cost = editCost;
+        else if (name.size() <= typed.size() + edits && typed.size() <= name.size() + edits)
+            cost = distance(typed, name);
+        if (cost < least) {
+            least = cost;
+            nearest = name;
+        }
+    }
+    return nearest.empty() ? "" : "; did you mean " + quoted(nearest) + "?";
+}
+
+static std::string modeSuggestion(string_view typed)
+{
+    std::vector<string_view> names;
+    for (const Mode &mode : allModes()) {
+        if (mode.run)
+            names.push_back(mode.name);
+    }
+    return suggestion(typed, names);
+}
+
+static std::string optionSuggestion(string_view typed, const Mode &mode)
+{
+    std::vector<string_view> names;
+    for (const Option &option : mode.options)
+        names.push_back(option.name);
+    return suggestion(typed, names);
+}
+
+static bool isModeSwitch(string_view word)
+{
+    return word == "-M" || word == "-m";
+}
+
+// Negative numbers do not.
+static bool looksLikeOption(string_view word)
+{
+    return word.size() > 1 && word[0] == '-' && !text::readReal(word).isNumber
+           && (std::isalpha(static_cast<unsigned char>(word[1])) || (word[1] == '-' && word.size() > 2));
+}
+
+static bool isInteger(string_view word)
+{
+    return text::readInteger(word) != 0 || word.find_first_not_of(" \t+-0") == word.npos;
+}
+
+static bool isOneOf(string_view words, string_view word)
+{
+    return word.find(' ') == word.npos
+           && (' ' + std::string(words) + ' ').find(' ' + std::string(word) + ' ') != words.npos;
+}
+
+// What is wrong with the value; nothing where nothing is. An empty value may be meant.
+static std::string valueHint(const Option &option, string_view value)
+{
+    if (value.empty())
+        return "";
+    const std::string name = quoted(option.name);
+    if (option.value == Value::Integer && !isInteger(value))
+        return name + " takes a whole number, and " + quoted(value) + " counts as 0";
+    if (option.value == Value::Real && text::readReal(value).value == 0 && !text::readReal(value).isNumber)
+        return name + " takes a number, and " + quoted(value) + " counts as 0";
+    if (option.value == Value::Word && !isOneOf(option.words, value)) {
+        std::string words = option.words;
+        for (size_t i = 0; (i = words.find(' ', i)) != words.npos; i += 2)
+            words.replace(i, 1, ", ");
+        return name + " does not know " + quoted(value) + "; its words are " + words;
+    }
+    return "";
+}
+
+static std::string unusedOptionsHint(const Mode &mode)
+{
+    std::string hint = "mode " + quoted(mode.name) + " takes no options, all are ignored";
+    for (const Mode &other : allModes()) {
+        if (other.run == mode.run && !other.options.empty())
+            return hint + "; " + quoted(other.name) + " takes them";
+    }
+    return hint;
+}
+
+// Walks the words as they were meant: an option and its value, the next option and so on.
+static std::vector<std::string> findOptionHints(std::span<const char *const> arguments, const Mode &mode)
+{
+    std::vector<std::string> hints;
+    const size_t count = arguments.size();
+    std::vector<std::pair<string_view, string_view>> given;
+    std::vector<string_view> strays;
+    bool isModeFound = false;
+    for (size_t i = 0; i < count; ++i) {
+        const string_view word = arguments[i];
+        const bool isLast = i + 1 == count;
+        const string_view value = isLast ? "" : arguments[i + 1];
+        if (isModeSwitch(word)) {
+            if (isLast || isModeFound)
+                hints.push_back(quoted(word) + " is ignored: mode " + quoted(mode.name) + " was named before");
+            isModeFound = true;
+            ++i;
+        } else if (const Option *option = findOption(mode, word)) {
+            if (isLast) {
+                hints.push_back("option " + quoted(word) + " is ignored: no value follows");
+            } else if (findOption(mode, value) || isModeSwitch(value)) {
+                // The value is looked at as an option too, and so it is here.
+                hints.push_back("option " + quoted(word) + " takes the next word, " + quoted(value)
+                                + ", as its value; is its value missing?");
+            } else {
+                ++i;
+                const auto first = std::ranges::find(given, word, &std::pair<string_view, string_view>::first);
+                if (first != given.end()) {
+                    if (first->second != value)
+                        hints.push_back("option " + quoted(word) + " is given again; the first value, "
+                                        + quoted(first->second) + ", counts");
+                } else if (looksLikeOption(value)) {
+                    hints.push_back("option " + quoted(word) + " takes " + quoted(value)
+                                    + ", which looks like an option, as its value" + optionSuggestion(value, mode));
+                    if (i + 1 < count && *arguments[i + 1] != '-')
+                        ++i;  // that option's value, no further mistake
+                } else if (const std::string hint = valueHint(*option, value); !hint.empty()) {
+                    hints.push_back(hint);
+                }
+                given.emplace_back(word, value);
+            }
+        } else if (looksLikeOption(word)) {
+            hints.push_back("option " + quoted(word) + " is ignored: mode " + quoted(mode.name) + " does not know it"
+                            + optionSuggestion(word, mode));
+            if (!isLast && !findOption(mode, value) && !looksLikeOption(value))
+                ++i;
+        } else {
+            strays.push_back(word);
+        }
+    }
+    if (strays.size() == 1)
+        hints.push_back(quoted(strays[0]) + " is ignored: no option stands before it");
+    else if (!strays.empty())
+        hints.push_back(quoted(strays[0]) + " and further words, " + std::to_string(strays.size())
+                        + " in all, are ignored: no option stands before them");
+    return hints;
+}
+
+std::vector<std::string> findHints(std::span<const char *const> arguments, string_view name)
+{
+    if (arguments.empty())
+        return {"no mode is named, nothing runs; call morvel -M MODE -option value ..."};
+    const Mode *mode = findMode(name);
+    if (!mode)
+        return {"mode " + quoted(name) + " is unknown, nothing runs" + modeSuggestion(name)};
+    if (!mode->run)
+        return {"mode " + quoted(name) + " runs nothing" + modeSuggestion(name)};
+    if (mode->options.empty() && arguments.size() > 2)
+        return {unusedOptionsHint(*mode)};
+    return findOptionHints(arguments, *mode);
+}
+
+void showHints(std::span<const char *const> arguments, string_view mode)
+{
+    for (const std::string &hint : findHints(arguments, mode))
+        std::fprintf(stderr, "morvel: hint: %s\n", hint.c_str());
+}

@@ -1,0 +1,175 @@
+#include "main/hints.h"
+#include "main/modes.h"
+#include "support/program.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+
+static std::string page(const std::string &name)
+{
+    std::ifstream file(MORVEL_PAGES_FOLDER "/" + name);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+static std::string inManual(std::string text)
+{
+    for (size_t i = 0; (i = text.find('-', i)) != text.npos; i += 2)
+        text.insert(i, "\\");
+    return text;
+}
+
+TEST(Help, IsThereForEveryModeAndOptionAndInTheManual)
+{
+    const std::string manual = page("morvel.1");
+    const Mode *main = nullptr;  // of which others are spellings
+    std::string section;
+    for (const Mode &mode : allModes()) {
+        if (*mode.help) {
+            main = &mode;
+            const size_t start = manual.find("\n.SS " + std::string(mode.name));
+            ASSERT_NE(start, manual.npos) << mode.name;
+            section = manual.substr(start, manual.find("\n.S", start + 1) - start);
+            EXPECT_NE(section.find(inManual(mode.help) + "."), section.npos) << mode.name;
+            EXPECT_EQ(section.find("Not available") != section.npos, isUnavailable(mode)) << mode.name;
+        }
+        ASSERT_TRUE(main && main->run == mode.run && main->options.data() == mode.options.data()) << mode.name;
+        EXPECT_NE(section.substr(0, section.find('\n', 1)).find(mode.name), section.npos) << mode.name;
+        for (const Option &option : mode.options) {
+            EXPECT_GT(std::string(option.help).size(), 5u) << mode.name << option.name;
+            EXPECT_TRUE(option.value != Value::Word || *option.words) << mode.name << option.name;
+            const size_t at = section.find("\\fB" + inManual(option.name) + "\\fR ");
+            ASSERT_NE(at, section.npos) << mode.name << option.name;
+            EXPECT_NE(section.find(inManual(option.help), at), section.npos) << mode.name << option.name;
+        }
+    }
+    size_t last = 0;
+    for (const std::string title :
+         {"NAME", "SYNOPSIS", "DESCRIPTION", "MODES", "EXIT STATUS", "ENVIRONMENT", "FILES", "EXAMPLES", "SEE ALSO"}) {
+        const size_t at = manual.find("\n.SH " + title + "\n", last);
+        EXPECT_NE(at, manual.npos) << title;
+        last = at;
+    }
+}
+
+TEST(Completion, KnowsModesOptionsAndWords)
+{
+    const struct {
+        const char *words;  // the cursor is in the last one
+        const char *completions;
+    } cases[] = {
+        {"morvel ''", "-M"},
+        {"morvel -M gw", "gwas gwas2 gwas3 gwamafilter"},
+        {"morvel -m relout", "relout5 relout6"},
+        {"morvel -M levin ''", "-file -out -delim -header -columns"},
+        {"morvel -M mf -ref", "-ref -refheader -refpops"},
+        {"morvel -M GWAS -statistic ''", "p t r2"},
+        {"morvel -M relout5 -mode ''", "0 1 2"},
+        {"morvel -M gwas -pfile x -delim se", "semicolon"},
+        {"morvel -M gwas3 -format ''", "-pfile -gfile -out -missing -delim -slope -statistic -statlimit"},
+        {"morvel -M gwas2 -format d", "dosage"},
+        {"morvel -M gwas -M le", ""},      // the first mode counts
+        {"morvel -M gwas -pfile ''", ""},  // file names are the shell's own
+        {"morvel -M read1 ''", ""},
+        {"morvel -M unknown ''", ""},
+    };
+    const Folder folder;
+    std::string script = "source '" MORVEL_PAGES_FOLDER "/morvel.bash'\ncomplete -p morvel\n"
+                         "try() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _morvel; echo \"${COMPREPLY[*]}\"; }\n";
+    std::string expected = "complete -o default -F _morvel morvel\n";
+    for (const auto &row : cases) {
+        script += "try " + std::string(row.words) + "\n";
+        expected += std::string(row.completions) + "\n";
+    }
+    // The mode may stand behind the cursor.
+    script += "COMP_WORDS=(morvel -co -M levin) COMP_CWORD=1; _morvel; echo \"${COMPREPLY[*]}\"\n";
+    folder.write("script", script);
+    EXPECT_EQ(std::system(("bash -u " + folder.path("script") + " >" + folder.path("shown")).c_str()), 0);
+    EXPECT_EQ(folder.read("shown"), expected + "-columns\n");
+}
+
+// The hints on words separated by single blanks, of which two in a row make an empty one.
+static std::string hintsOn(const std::string &line)
+{
+    std::vector<std::string> words;
+    for (size_t start = 0, end; start < line.size(); start = end + 1) {
+        end = std::min(line.find(' ', start), line.size());
+        words.push_back(line.substr(start, end - start));
+    }
+    std::vector<const char *> arguments;
+    for (const std::string &word : words)
+        arguments.push_back(word.c_str());
+    const auto isSwitch = [](const std::string &word) { return word == "-M" || word == "-m"; };
+    const auto found = std::ranges::find_if(words, isSwitch);
+    std::string lines;
+    for (const std::string &hint : findHints(arguments, found == words.end() ? "" : found[1]))
+        lines += hint + '\n';
+    return lines;
+}
+
+TEST(Hints, NameWhatHasNoEffect)
+{
+    const struct {
+        const char *words;
+        const char *hints;
+    } cases[] = {
+        {"", "no mode is named, nothing runs; call morvel -M MODE -option value ...\n"},
+        {"-M gwsa", "mode \"gwsa\" is unknown, nothing runs; did you mean \"gwas\"?\n"},
+        {"-M PEAKSCAN3", "mode \"PEAKSCAN3\" is unknown, nothing runs; did you mean \"peakscan3\"?\n"},
+        {"-M x -file y", "mode \"x\" is unknown, nothing runs\n"},
+        {"-M -M fam", "mode \"-M\" is unknown, nothing runs\n"},
+        {"-M bgen -x", "mode \"bgen\" runs nothing\n"},
+        {"-M REGSCAN1", "mode \"REGSCAN1\" runs nothing; did you mean \"regscan1\"?\n"},
+        {"-M gentoLETTERS -file x",
+         "mode \"gentoLETTERS\" takes no options, all are ignored; \"gentoletters\" takes them\n"},
+        {"-M read1", ""},
+        {"-M gwas -slope -0.5 -missing -9 -delim - -statlimit 1e-8 -autobins +3 -out  -manualbins -.5:1,1:2", ""},
+        {"-pfil x -M gwas -gfile",
+         "option \"-pfil\" is ignored: mode \"gwas\" does not know it; did you mean \"-pfile\"?\n"
+         "option \"-gfile\" is ignored: no value follows\n"},
+        {"-M gwas3 -bintype -pfile x", "option \"-bintype\" is ignored: mode \"gwas3\" does not know it\n"},
+        {"-out -file x -M fam",
+         "option \"-out\" takes the next word, \"-file\", as its value; is its value missing?\n"},
+        {"-out -M fam", "option \"-out\" takes the next word, \"-M\", as its value; is its value missing?\n"},
+        {"-M fam -out -flie x -file y",
+         "option \"-out\" takes \"-flie\", which looks like an option, as its value; did you mean \"-file\"?\n"},
+        {"-M fam -threshold high -familysize 2.5 -showmatrix YES -header Yes",
+         "\"-threshold\" takes a number, and \"high\" counts as 0\n"
+         "\"-familysize\" takes a whole number, and \"2.5\" counts as 0\n"
+         "\"-showmatrix\" does not know \"YES\"; its words are yes, no\n"},
+        {"-m fam -file a -file b -file a -M gwas", "option \"-file\" is given again; the first value, \"a\", counts\n"
+                                                   "\"-M\" is ignored: mode \"fam\" was named before\n"},
+        {"-M fam x", "\"x\" is ignored: no option stands before it\n"},
+        {"x -M fam -file a b c", "\"x\" and further words, 3 in all, are ignored: no option stands before them\n"},
+    };
+    for (const auto &row : cases)
+        EXPECT_EQ(hintsOn(row.words), row.hints) << row.words;
+}
+
+TEST(Hints, ShowOnATerminalOrOnRequestAndChangeNothingElse)
+{
+    const std::string hint = "morvel: hint: option \"-stat\" is ignored: mode \"gentoAD\" does not know it"
+                             "; did you mean \"-statistics\"?\n";
+    const std::vector<std::string> arguments = {"-M", "gentoAD", "-file", "in", "-stat", "yes"};
+    const auto runWith = [&](const std::string &variable, const std::string &expectedErrors) {
+        const Folder folder;
+        folder.write("in", "1 rs1 10 A G 0 1 0\n");
+        const Result run = folder.run(arguments, variable);
+        EXPECT_EQ(run.errors, expectedErrors) << variable;
+        return std::tuple(run.status, run.messages, folder.files());
+    };
+    const auto plain = runWith("env -u MORVEL_HINTS", "");
+    EXPECT_EQ(runWith("MORVEL_HINTS=1", hint), plain);
+    EXPECT_EQ(runWith("MORVEL_HINTS=0", ""), plain);
+    EXPECT_EQ(runWith("MORVEL_HINTS=", ""), plain);
+
+    const Folder folder;
+    for (const std::string variable : {"-u MORVEL_HINTS", "MORVEL_HINTS=0"}) {
+        const std::string command = "cd " + folder.path("") + " && script -qec 'env " + variable
+                                    + " $MORVEL_PROGRAM -M gwsa >out' shown </dev/null >/dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        EXPECT_EQ(folder.read("shown").find("did you mean \"gwas\"?") != std::string::npos, variable[0] == '-');
+        EXPECT_EQ(folder.read("out").find("hint"), std::string::npos);
+    }
+}

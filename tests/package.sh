@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Makes the Debian package, has lintian judge it, unpacks it into a scratch folder and runs the main job from there.
+set -euo pipefail
+build=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+
+cpack --config "$build/CPackConfig.cmake" -G DEB -B "$scratch/made" >log 2>&1 || { cat log; exit 1; }
+package=$(echo made/morvel_1.3.7_*.deb)
+if command -v lintian >/dev/null; then
+    lintian --fail-on error,warning "$package"
+fi
+dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is no dependency"; exit 1; }
+dpkg-deb -x "$package" root
+
+root/usr/bin/morvel -M gentoAD -file root/usr/share/doc/morvel/examples/example.gen -out example.ad >log
+root/usr/bin/morvel -M gwas -pfile root/usr/share/doc/morvel/examples/example.pheno -gfile example.ad -out hits >log
+# The table as README shows it, where its columns are aligned.
+diff <(awk '/^    Pheno /, /^$/ { $1 = $1; print }' root/usr/share/doc/morvel/README.md) \
+     <(awk '{ $1 = $1; print } END { print "" }' hits)
+if command -v groff >/dev/null; then
+    zcat root/usr/share/man/man1/morvel.1.gz | groff -man -ww -z 2>warnings
+    diff /dev/null warnings
+fi
+
+# Installed without the package: the same files, below the given prefix.
+DESTDIR=$scratch/staged cmake --install "$build" --prefix /opt/morvel >log
+diff <(cd root/usr && find . -type f | sort) <(cd staged/opt/morvel && find . -type f | sort)
