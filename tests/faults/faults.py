@@ -4,8 +4,8 @@
 
 Each check is a function that is called for every mode of modes.py. A failing case leaves its folder in faults-failed/
 and prints the command that shows it again."""
-import argparse, concurrent.futures, os, random, re, resource, shlex, shutil, signal, subprocess, sys, tempfile
-import threading, time
+import argparse, concurrent.futures, contextlib, os, random, re, resource, shlex, shutil, signal, subprocess, sys
+import tempfile, threading, time
 from pathlib import Path
 from modes import MODES, SMALL
 
@@ -58,9 +58,11 @@ class Run:
 
     def execute(self, out, errors, during, limit):
         env = {"PATH": os.environ["PATH"], "TMPDIR": str(self.folder), **options.env, **self.env}
-        set_limit = (lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))) if limit else None
         process = subprocess.Popen(self.command, cwd=self.folder, env=env, stdin=subprocess.DEVNULL, stdout=out,
-                                   stderr=errors, start_new_session=True, preexec_fn=set_limit)
+                                   stderr=errors, start_new_session=True)
+        if limit:  # of the files' sizes; an early end has no limit any more
+            with contextlib.suppress(ProcessLookupError):
+                resource.prlimit(process.pid, resource.RLIMIT_FSIZE, (limit, limit))
         timer = threading.Timer(options.patience, os.killpg, (process.pid, signal.SIGKILL))
         timer.start()
         helpers = during(self.folder) if during else []
@@ -303,7 +305,7 @@ def long_lines(case):
     """memory for a long line"""
     measured = failing("lseek", "none")  # a process of its own: Python's memory counts otherwise
     at_start = Run(MODES[0], wrap=measured).peak
-    for file, start, field, lines in () if options.no_memory else case.mode.lines:
+    for file, start, field, lines in () if options.slow else case.mode.lines:
         size = 10 ** 9 if options.full else 20 * 10 ** 6 if lines else 10 ** 8
         def prepare(folder):
             with open(folder / file, "wb") as out:
@@ -388,7 +390,7 @@ def longest(case, option, size, is_too_long, when):
 
 def many_lines(case):
     """line numbers beyond 2^31"""
-    if not options.full or case.mode.mode not in ("ldprune", "peakscan3", "relout5", "relout6"):
+    if not options.full or options.slow or case.mode.mode not in ("ldprune", "peakscan3", "relout5", "relout6"):
         return
     lines, block = 2 ** 31 + 5, b"\n" * 2 ** 20
     file = next(iter(case.mode.inputs))
@@ -430,7 +432,8 @@ def known_options(mode):
     """Those that the guide names for the mode, or for all where it names none there."""
     guide = (Path(__file__).parents[2] / "docs/usage.md").read_text()
     section = re.search(rf"^## {mode}\n(.*?)(?=^## |\Z)", guide, re.M | re.S)
-    names = lambda text: sorted({*re.findall(r"`(-[a-z][\w-]+)`", text)} - {"-file", "-pfile", "-gfile", "-ref", "-map"})
+    inputs = {"-file", "-pfile", "-gfile", "-ref", "-map"}
+    names = lambda text: sorted({*re.findall(r"`(-[a-z][\w-]+)`", text)} - inputs)
     return names(section[1] if section else "") or names(guide)
 
 
@@ -483,7 +486,7 @@ def main():
     parser.add_argument("--failcalls", type=Path, required=True)
     parser.add_argument("--compare", type=Path, help="another build, without wide vectors")
     parser.add_argument("--full", action="store_true")
-    parser.add_argument("--no-memory", action="store_true", help="skip the limits, for builds that need more")
+    parser.add_argument("--slow", action="store_true", help="a build without memory limits and billions of lines")
     parser.add_argument("--fuzz", type=float, default=0, help="seconds of mutations for each mode")
     parser.add_argument("--seed", type=int, default=0)
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
