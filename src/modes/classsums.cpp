@@ -1,23 +1,8 @@
 #include "modes/classsums.h"
+#include "modes/lanes.h"
 #include "text/wide.h"
 
 #include <algorithm>
-
-// A register's worth of lanes. Loads and stores need no more alignment than a double.
-template <size_t bytes>
-struct Lanes;
-#define MORVEL_LANES(size)                                                                                   \
-    template <>                                                                                              \
-    struct Lanes<size> {                                                                                     \
-        typedef double Real __attribute__((vector_size(size), may_alias, aligned(8)));                       \
-        typedef uint64_t Bits __attribute__((vector_size(size), may_alias, aligned(8)));                     \
-    }
-MORVEL_LANES(16);
-MORVEL_LANES(32);
-MORVEL_LANES(64);
-
-// Everything below is inlined into the entry points at the end, each compiled for its processors.
-#define MORVEL_INLINE [[gnu::always_inline]] static inline
 
 // `registers` side by side keep the adders busy while each waits for its own last sum.
 template <size_t bytes, size_t registers>

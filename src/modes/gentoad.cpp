@@ -4,6 +4,7 @@
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
+#include "modes/dosages.h"
 #include "modes/genotypes.h"
 #include "modes/modes.h"
 #include "text/fields.h"
@@ -12,9 +13,7 @@
 #include "text/wide.h"
 #include "text/writer.h"
 
-#include <array>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 using Walker = text::FieldWalker<text::Separator::Blank>;
@@ -48,32 +47,8 @@ static void readOptions()
     hardCalls = textOption("-to-hard-call", "no") == "yes";
 }
 
-// The text of every dosage up to 3000 thousandths and the blank behind it in bytes 0 to 6, and their number in byte 7.
-// Six digits are too few to show the rounding to single precision, so the text depends on the thousandths alone. The
-// conversion is 1.4 times as fast as with writeReal().
-using DosageTexts = std::array<std::array<char, 8>, 3001>;
-
-static DosageTexts makeDosageTexts()
-{
-    DosageTexts texts;
-    for (size_t i = 0; i < texts.size(); ++i) {
-        char text[text::maxRealSize + 1];
-        char *end = text::writeReal(text, text::thousandthValues[i]);
-        *end++ = ' ';
-        std::memcpy(texts[i].data(), text, 7);
-        texts[i][7] = char(end - text);
-    }
-    return texts;
-}
-
-// Rounded to the nearest whole number by a half added before; what does not fit an integer is 0.
-static int wholePart(float value)
-{
-    return value >= -2147483648.0f && value < 2147483648.0f ? int(value) : 0;
-}
-
 // What the summary tells of a line's dosages. Sums in single precision, in their order.
-class DosageSummary {
+class DosageSummary : public DosageSink {
 public:
     // A long line's dosages are not kept, and so are formed a second time.
     void start(bool keepsValues)
@@ -83,7 +58,7 @@ public:
         m_figures = {};
     }
 
-    void add(const float *values, size_t count)
+    void add(const float *values, size_t count) override
     {
         if (m_keepsValues)
             m_values.insert(m_values.end(), values, values + count);
@@ -108,65 +83,6 @@ private:
     std::vector<float> m_values;
     Figures m_figures;
 };
-
-// Converts the triplets of a line, each value followed by a blank, the last one by a line break where at most one
-// field is left over.
-template <bool isHardCall, bool hasSummary>
-MORVEL_WIDE static void convertTriplets(std::string_view genotypes, const DosageTexts &dosageTexts, text::Writer &out,
-                                        DosageSummary &summary)
-{
-    constexpr size_t batchTriplets = Walker::batchSize / 3;
-    Walker walker(genotypes);
-    bool hasTriplets = false;
-    for (;;) {
-        const size_t fields = walker.next(Walker::batchSize);
-        const size_t triplets = fields / 3;
-        char *end = out.reserve(batchTriplets * (text::maxRealSize + 1));
-        float values[batchTriplets];
-        for (size_t i = 0; i < triplets; ++i) {
-            const size_t j = 3 * i;
-            const text::ShortNumber shortHetero = text::readShortNumber(walker.begin(j + 1), walker.size(j + 1));
-            const text::ShortNumber shortHomo = text::readShortNumber(walker.begin(j + 2), walker.size(j + 2));
-            const bool isShort = !(shortHetero.invalid | shortHomo.invalid);
-            const size_t thousandths = size_t(text::thousandthsOf(shortHetero.digits + 2 * shortHomo.digits));
-            const bool hasText = isShort && thousandths < dosageTexts.size();
-            if (!isHardCall && hasText) [[likely]] {
-                std::memcpy(end, &dosageTexts[thousandths], 8);
-                end += dosageTexts[thousandths][7];
-                if constexpr (!hasSummary)
-                    continue;
-            }
-            float hetero, homo;
-            if (isShort) {
-                hetero = float(text::thousandthValues[size_t(text::thousandthsOf(shortHetero.digits))]);
-                homo = float(text::thousandthValues[size_t(text::thousandthsOf(shortHomo.digits))]);
-            } else {
-                hetero = text::readFloat(walker.field(j + 1));
-                homo = text::readFloat(walker.field(j + 2));
-            }
-            float ad = 2 * homo + hetero;
-            if constexpr (isHardCall) {
-                ad += 0.5f;
-                end = text::writeInteger(end, wholePart(ad));
-                *end++ = ' ';
-            } else if (!hasText) {
-                end = text::writeReal(end, ad);
-                *end++ = ' ';
-            }
-            if constexpr (hasSummary)
-                values[i] = ad;
-        }
-        out.commit(end);
-        if constexpr (hasSummary)
-            summary.add(values, triplets);
-        hasTriplets |= triplets > 0;
-        if (fields < Walker::batchSize) {
-            if (hasTriplets && fields % 3 < 2)
-                out.replaceLast('\n');
-            return;
-        }
-    }
-}
 
 MORVEL_WIDE void DosageSummary::Figures::add(const float *values, size_t valueCount)
 {
@@ -248,10 +164,9 @@ int64_t DosageSummary::write(std::string_view marker, std::string_view genotypes
 }
 
 // Converts all lines; returns the number of dosages outside 0 to 2, as far as the summary counts them.
-template <bool isHardCall, bool hasSummary>
 static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Writer &summary)
 {
-    const DosageTexts dosageTexts = makeDosageTexts();
+    const TripletConverter convertTriplets = tripletConverter(hardCalls, statistics);
     int64_t SUMdosePROBLEM = 0;
     DosageSummary dosageSummary;
     Progress progress(filename);
@@ -260,8 +175,8 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
         progress.advance(line.size());
         dosageSummary.start(line.size() <= keptLineSize);
         const std::string_view genotypes = copyLeadingColumns(line, lastbeforegeno, out);
-        convertTriplets<isHardCall, hasSummary>(genotypes, dosageTexts, out, dosageSummary);
-        if constexpr (hasSummary)
+        convertTriplets(genotypes, out, &dosageSummary);
+        if (statistics)
             SUMdosePROBLEM += dosageSummary.write(fieldAt(line, rsnumber - 1), genotypes, summary);
     }
     return SUMdosePROBLEM;
@@ -286,14 +201,13 @@ void genoToAd()
         summary.close();
         std::remove(sumname.c_str());
         print("Statistical summary not provided\n");
-        hardCalls ? convertLines<true, false>(in, out, summary) : convertLines<false, false>(in, out, summary);
+        convertLines(in, out, summary);
         out.close();
         return;
     }
     summary.put("RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\tAD=2\tAD=err\n");
     print("Statistical summary is provided\n");
-    const int64_t SUMdosePROBLEM
-        = hardCalls ? convertLines<true, true>(in, out, summary) : convertLines<false, true>(in, out, summary);
+    const int64_t SUMdosePROBLEM = convertLines(in, out, summary);
     out.close();
     summary.close();
     print("dose problems: %lld\n", static_cast<long long>(SUMdosePROBLEM));

@@ -297,34 +297,10 @@ static void fitBatch()
     }
 }
 
-// t and p depend on R2 alone and run with it, p against it, in one go from R2 = 0 up; only above all rows of
-// the table p goes back up a little. So pairs whose R2 lies below a limit need no t and p: they can neither
-// pass nor be the best. That spares all but one pair in twenty. The limits stay clear, by this part of R2, of
-// all that rounding could do: an R2, which is 1 less something, is 0 or at least 2^-53, and there p still
-// moves by 30 times its precision.
-static constexpr double clearance = 1e-6;
-
-// Pairs with an R2 below it do not pass the statistic.
-static double leastPassingR2()
-{
-    if (std::isnan(stat_lim))
-        return std::numeric_limits<double>::infinity();
-    if (statistic == 0)
-        return stat_lim;
-    double tLimit = stat_lim;
-    if (statistic == 2) {
-        size_t row = 1;
-        while (row + 1 < p.size() && p[row + 1] > stat_lim)
-            ++row;
-        tLimit = t[row];  // its p is above the limit, or it is the first row
-    }
-    return tLimit > 0 ? 1 / (1 + 1 / (tLimit * tLimit)) * (1 - clearance) : 0;
-}
-
 // Pairs with an R2 below it have a worse statistic than the pair with this R2, the largest of the marker.
 static double leastBestR2(double largestR2)
 {
-    return statistic == 0 ? largestR2 : largestR2 * (1 - clearance);
+    return statistic == 0 ? largestR2 : largestR2 * (1 - r2Clearance);
 }
 
 // The first phenotype with a value of somebody in no class; the number of phenotypes where there is none.
@@ -428,7 +404,7 @@ static void writeStatistics(const Marker &marker, int64_t MarkerID, const HitCou
 // Scans the markers of the batch, writes their rows and empties the batch.
 static void finishBatch(text::Writer &hitFile, text::Writer &statisticsFile, Progress &progress)
 {
-    static const double passingR2 = leastPassingR2();
+    static const double passingR2 = leastPassingR2(int(classCount));
     static int64_t MarkerID = 0, totalHits = 0;
     fitBatch();
     for (size_t m = 0; m < markerCount; ++m) {

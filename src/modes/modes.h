@@ -11,6 +11,7 @@ void readTest2();     //   lines of a text stream, split
 void readTest3();     //   a line buffer, walked by hand
 void readTest4();     //   blocks, walked by hand
 void gwas();          // association scan over phenotype bins
+void gwas2();         // the same, reading the genotypes once
 void gwas3();         // fast association scan over genotype classes
 void mixFit();        // samples as mixtures of reference populations
 void family();        // families among pairs of relatives

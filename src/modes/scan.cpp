@@ -6,6 +6,7 @@
 #include "text/readnumber.h"
 
 #include <cmath>
+#include <limits>
 
 void readScanOptions()
 {
@@ -76,6 +77,22 @@ Fit fitLine(std::span<const double> x, std::span<const double> y)
     fit.t = test.t;
     fit.p = test.p;
     return fit;
+}
+
+double leastPassingR2(int points)
+{
+    if (std::isnan(stat_lim))
+        return std::numeric_limits<double>::infinity();
+    if (statistic == 0)
+        return stat_lim;
+    double tLimit = stat_lim;
+    if (statistic == 2) {
+        size_t row = 1;
+        while (row + 1 < p.size() && p[row + 1] > stat_lim)
+            ++row;
+        tLimit = t[row];  // its p is above the limit, or it is the first row
+    }
+    return tLimit > 0 ? 1 / (1 + (points - 2) / (tLimit * tLimit)) * (1 - r2Clearance) : 0;
 }
 
 static bool isPassing(const Fit &fit)

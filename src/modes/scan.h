@@ -41,6 +41,15 @@ struct HitCounts {
 // below slope_lim, or there are fewer than 3 points, they are not formed.
 Fit fitLine(std::span<const double> x, std::span<const double> y);
 
+// t and p depend on R2 alone and run with it, p against it, in one go from R2 = 0 up; only above all rows of the
+// table p goes back up a little. So pairs whose R2 lies below a limit need no t and p. Such limits stay clear, by this
+// part of R2, of all that rounding could do: an R2, which is 1 less something, is 0 or at least 2^-53, and there p
+// still moves by 30 times its precision.
+inline constexpr double r2Clearance = 1e-6;
+
+// Fits over so many points whose R2 was formed and is below this do not pass the statistic.
+double leastPassingR2(int points);
+
 // True when the fit passes the chosen statistic against stat_lim and its absolute slope reaches slope_lim. Counts
 // it, and every fit that passes the statistic in its class of slopes.
 bool isHit(const Fit &fit, HitCounts &counts);

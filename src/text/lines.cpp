@@ -41,9 +41,16 @@ bool LineReader::openToReread(const std::string &name)
 {
     if (!open(name))
         return false;
+    copyRestToReread();
+    return true;
+}
+
+bool LineReader::copyRestToReread()
+{
     if (lseek(m_file, 0, SEEK_CUR) >= 0)
-        return true;
+        return false;
     TemporaryFile copy;
+    copy.append({m_buffer.get() + m_next, m_end - m_next});
     while (const size_t bytes = readSome(m_buffer.get(), m_size))
         copy.append({m_buffer.get(), bytes});
     close();

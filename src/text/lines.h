@@ -26,6 +26,9 @@ public:
     // The same for a file that will be read more than once: what cannot start again, such as a pipe, is copied to
     // an unnamed temporary file first.
     bool openToReread(const std::string &name);
+    // For a file that turns out to be read more than once: true where it cannot start again, and then rewind() leads
+    // from now on to the line behind the one read last, from a copy.
+    bool copyRestToReread();
     void close();
 
     // From now on a "\r" right before a line's end stays in the line.

@@ -22,6 +22,7 @@ bool Writer::openToAppend(const std::string &name)
 bool Writer::openWith(int flags, const std::string &name)
 {
     close();
+    m_memory = nullptr;
     do {
         m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
     } while (m_file < 0 && errno == EINTR);
@@ -33,6 +34,14 @@ bool Writer::openWith(int flags, const std::string &name)
     m_nextOpen = firstOpen;
     firstOpen = this;
     return true;
+}
+
+void Writer::openToMemory(std::string &bytes)
+{
+    close();
+    m_memory = &bytes;
+    m_buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
+    m_size = 0;
 }
 
 void Writer::close()
@@ -82,6 +91,10 @@ void Writer::put(std::string_view bytes)
 
 void Writer::write(const char *bytes, size_t size)
 {
+    if (m_memory) {
+        m_memory->append(bytes, size);
+        return;
+    }
     while (size > 0) {
         const ssize_t written = ::write(m_file, bytes, size);
         if (written < 0 && errno == EINTR)

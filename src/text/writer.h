@@ -26,6 +26,8 @@ public:
     bool open(const std::string &name);
     // Creates the file, or goes on behind what is in it.
     bool openToAppend(const std::string &name);
+    // Instead of a file: appends to `bytes`, which has all of it after flush().
+    void openToMemory(std::string &bytes);
     void close();
     void flush();
 
@@ -61,6 +63,7 @@ private:
     void write(const char *bytes, size_t size);
 
     std::string m_name;
+    std::string *m_memory = nullptr;
     std::unique_ptr<char[]> m_buffer;
     size_t m_size = 0;
     int m_file = -1;

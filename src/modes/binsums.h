@@ -1,0 +1,33 @@
+// The arithmetic of gwas2: sums of dosages per bin, and the fit over the bins' means, for many markers at once. Every
+// lane does the operations of gwas in their order, so the results do not depend on the width of the instructions.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+inline constexpr size_t blockMarkers = 32;  // side by side: a row of dosages has one of each marker
+inline constexpr size_t tileRows = 128;     // individuals of a tile, which stays in the first-level cache
+
+// The bins of a phenotype in the regression.
+struct BinPoints {
+    std::span<const double> x;       // [bin]
+    std::span<const size_t> counts;  // individuals, [bin]
+    double sumX, sumXX;
+};
+
+struct BinKernels {
+    const char *name;
+    bool (*isSupported)();
+
+    // Adds the rows of one tile to the sums [phenotype][bin][marker]. `members` are, for every phenotype and bin, their
+    // number in the tile and their row numbers.
+    void (*addTile)(const double *rows, const uint8_t *members, size_t phenotypes, size_t bins, double *sums);
+
+    // Turns the sums [bin][marker] into the bins' means, and forms the slopes over them, [marker]. Only where some
+    // absolute slope is not below `least`, or is above `most`, it returns true and forms R2 as well, [marker].
+    bool (*fitBlock)(const BinPoints &points, double least, double most, double *sums, double *slopes, double *r2s);
+};
+
+// From the narrowest instructions to the widest; the first ones run everywhere.
+std::span<const BinKernels> allBinKernels();
