@@ -34,7 +34,8 @@ static int wholePart(float value)
 }
 
 template <bool isHardCall, bool hasSummary>
-MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out, std::vector<float> &meanValues)
+MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out,
+                                        [[maybe_unused]] DosageSink *sink)
 {
     constexpr size_t batchTriplets = Walker::batchSize / 3;
     const DosageTexts &dosageTexts = *texts;
@@ -80,7 +81,7 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
         }
         out.commit(end);
         if constexpr (hasSummary)
-            meanValues.insert(meanValues.end(), values, values + triplets);
+            sink->add(values, triplets);
         hasTriplets |= triplets > 0;
         if (fields < Walker::batchSize) {
             if (hasTriplets && fields % 3 < 2)
@@ -90,11 +91,11 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
     }
 }
 
-TripletConverter tripletConverter(bool makesHardCalls, bool keepsDosages)
+TripletConverter tripletConverter(bool makesHardCalls, bool tellsDosages)
 {
     static const DosageTexts made = makeDosageTexts();
     texts = &made;
     if (makesHardCalls)
-        return keepsDosages ? convertTriplets<true, true> : convertTriplets<true, false>;
-    return keepsDosages ? convertTriplets<false, true> : convertTriplets<false, false>;
+        return tellsDosages ? convertTriplets<true, true> : convertTriplets<true, false>;
+    return tellsDosages ? convertTriplets<false, true> : convertTriplets<false, false>;
 }

@@ -61,10 +61,12 @@ void readTest2()
         fatal("Output file not opened\n");
     out.put("before\n");
 
+    constexpr qint64 pieceSize = 1 << 20;
     QTextStream stream(&in);
     QString line;
     [[maybe_unused]] volatile qsizetype size;
-    while (stream.readLineInto(&line)) {
+    // In pieces, since the text of a long line is several times its size in memory.
+    while (stream.readLineInto(&line, pieceSize)) {
         if (line.isEmpty())
             continue;
         // Field by field: a list of all fields would be many times the size of a long line.
@@ -99,6 +101,20 @@ static void checkRead(std::FILE *file)
 {
     if (std::ferror(file))
         text::onFailure("read", inputfile);
+}
+
+// The same for a file that is read at chosen places: what has none, such as a pipe, is copied first.
+static StandardFile openToSeek()
+{
+    StandardFile file = openInput();
+    if (!file || std::ftell(file.get()) >= 0)
+        return file;
+    text::TemporaryFile copy;
+    char block[65536];
+    while (const size_t bytes = std::fread(block, 1, sizeof block, file.get()))
+        copy.append({block, bytes});
+    checkRead(file.get());
+    return StandardFile(fdopen(copy.release(), "rb"));
 }
 
 void readTest3()
@@ -143,7 +159,7 @@ void readTest4()
     constexpr size_t blockSize = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
-    const StandardFile in = openInput();
+    const StandardFile in = openToSeek();
     if (!in) {
         std::fputs("File error", stderr);
         quit();

@@ -9,11 +9,14 @@
 #include "modes/modes.h"
 #include "text/fields.h"
 #include "text/lines.h"
+#include "text/readnumber.h"
 #include "text/wide.h"
 #include "text/writer.h"
 
 #include <cmath>
 #include <vector>
+
+using Walker = text::FieldWalker<text::Separator::Blank>;
 
 static std::string filename;
 static std::string outname;
@@ -44,30 +47,107 @@ static void readOptions()
     hardCalls = textOption("-to-hard-call", "no") == "yes";
 }
 
-MORVEL_WIDE static int64_t writeSummary(std::string_view marker, const std::vector<float> &meanValues,
-                                        text::Writer &out)
-{
-    float sumad = 0;
-    float max = -9.9f, min = 9.9f;
-    for (const float ad : meanValues) {
-        sumad += ad;
-        max = ad > max ? ad : max;
-        min = ad < min ? ad : min;
+// What the summary tells of a line's dosages. Sums in single precision, in their order.
+class DosageSummary : public DosageSink {
+public:
+    // A long line's dosages are not kept, and so are formed a second time.
+    void start(bool keepsValues)
+    {
+        m_keepsValues = keepsValues;
+        m_values.clear();
+        m_figures = {};
     }
-    // In a loop of its own, and without a branch, which the compiler turns into wide instructions.
-    int64_t dose0 = 0, doseM = 0, dose1 = 0;
-    for (const float ad : meanValues) {
-        dose0 += ad == 0;
-        dose1 += ad == 2;
-        doseM += (ad > 0) & (ad < 2);
-    }
-    const int64_t dosePROBLEM = int64_t(meanValues.size()) - dose0 - dose1 - doseM;
 
-    const float tripletcount = float(meanValues.size());
+    void add(const float *values, size_t count) override
+    {
+        if (m_keepsValues)
+            m_values.insert(m_values.end(), values, values + count);
+        else
+            m_figures.add(values, count);
+    }
+
+    // Writes the row; returns the number of dosages outside 0 to 2.
+    int64_t write(std::string_view marker, std::string_view genotypes, text::Writer &out);
+
+private:
+    struct Figures {
+        float sumad = 0;
+        float max = -9.9f, min = 9.9f;
+        int64_t dose0 = 0, doseM = 0, dose1 = 0;
+        int64_t count = 0;
+
+        void add(const float *values, size_t valueCount);
+    };
+
+    bool m_keepsValues = true;
+    std::vector<float> m_values;
+    Figures m_figures;
+};
+
+MORVEL_WIDE void DosageSummary::Figures::add(const float *values, size_t valueCount)
+{
+    float sum = sumad, largest = max, smallest = min;
+    for (size_t i = 0; i < valueCount; ++i) {
+        const float ad = values[i];
+        sum += ad;
+        largest = ad > largest ? ad : largest;
+        smallest = ad < smallest ? ad : smallest;
+    }
+    sumad = sum;
+    max = largest;
+    min = smallest;
+    // In a loop of its own, and without a branch, which the compiler turns into wide instructions.
+    int64_t zeros = 0, twos = 0, others = 0;
+    for (size_t i = 0; i < valueCount; ++i) {
+        const float ad = values[i];
+        zeros += ad == 0;
+        twos += ad == 2;
+        others += (ad > 0) & (ad < 2);
+    }
+    dose0 += zeros;
+    dose1 += twos;
+    doseM += others;
+    count += int64_t(valueCount);
+}
+
+MORVEL_WIDE static float addSquares(float sum, const float *values, size_t count, float mean)
+{
+    for (size_t i = 0; i < count; ++i)
+        sum += (values[i] - mean) * (values[i] - mean);
+    return sum;
+}
+
+// The same over dosages that were not kept.
+MORVEL_WIDE static float sumSquares(std::string_view genotypes, float mean)
+{
+    Walker walker(genotypes);
+    float sum = 0;
+    size_t fields;
+    do {
+        fields = walker.next(Walker::batchSize);
+        float values[Walker::batchSize / 3];
+        for (size_t i = 0; i < fields / 3; ++i) {
+            const float hetero = float(text::readMostlyShort(walker.field(3 * i + 1)));
+            const float homo = float(text::readMostlyShort(walker.field(3 * i + 2)));
+            const float ad = 2 * homo + hetero;
+            values[i] = hardCalls ? ad + 0.5f : ad;
+        }
+        sum = addSquares(sum, values, fields / 3, mean);
+    } while (fields == Walker::batchSize);
+    return sum;
+}
+
+int64_t DosageSummary::write(std::string_view marker, std::string_view genotypes, text::Writer &out)
+{
+    if (m_keepsValues)
+        m_figures.add(m_values.data(), m_values.size());
+    const auto &[sumad, max, min, dose0, doseM, dose1, count] = m_figures;
+    const int64_t dosePROBLEM = count - dose0 - dose1 - doseM;
+
+    const float tripletcount = float(count);
     const float mean = sumad / tripletcount;
-    float cumul_value1 = 0;
-    for (const float ad : meanValues)
-        cumul_value1 += (ad - mean) * (ad - mean);
+    const float cumul_value1
+        = m_keepsValues ? addSquares(0, m_values.data(), m_values.size(), mean) : sumSquares(genotypes, mean);
     const float standarddev = std::sqrt(cumul_value1 / tripletcount);
 
     out.put(marker);
@@ -75,9 +155,9 @@ MORVEL_WIDE static int64_t writeSummary(std::string_view marker, const std::vect
         out.put('\t');
         out.put(double(value));
     }
-    for (const int64_t count : {dose0, doseM, dose1, dosePROBLEM}) {
+    for (const int64_t each : {dose0, doseM, dose1, dosePROBLEM}) {
         out.put('\t');
-        out.put(count);
+        out.put(each);
     }
     out.put('\n');
     return dosePROBLEM;
@@ -88,16 +168,16 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
 {
     const TripletConverter convertTriplets = tripletConverter(hardCalls, statistics);
     int64_t SUMdosePROBLEM = 0;
-    std::vector<float> meanValues;
+    DosageSummary dosageSummary;
     Progress progress(filename);
     std::string_view line;
     while (in.nextNonEmpty(line)) {
         progress.advance(line.size());
-        meanValues.clear();
+        dosageSummary.start(line.size() <= keptLineSize);
         const std::string_view genotypes = copyLeadingColumns(line, lastbeforegeno, out);
-        convertTriplets(genotypes, out, meanValues);
+        convertTriplets(genotypes, out, &dosageSummary);
         if (statistics)
-            SUMdosePROBLEM += writeSummary(fieldAt(line, rsnumber - 1), meanValues, summary);
+            SUMdosePROBLEM += dosageSummary.write(fieldAt(line, rsnumber - 1), genotypes, summary);
     }
     return SUMdosePROBLEM;
 }

@@ -60,7 +60,6 @@ private:
     std::string m_text;  // of a converted line
     text::Writer m_out;  // to m_text
     TripletConverter m_convertTriplets = tripletConverter(false, false);
-    std::vector<float> m_unused;
 };
 
 std::string_view DosageLines::first()
@@ -79,7 +78,7 @@ bool DosageLines::convertNext(std::string_view &line)
     std::string_view triplets;
     while (!m_text.ends_with('\n') && m_in.nextNonEmpty(triplets)) {
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
-        m_convertTriplets(triplets, m_out, m_unused);
+        m_convertTriplets(triplets, m_out, nullptr);
         m_out.flush();
     }
     if (m_text.empty())

@@ -64,9 +64,11 @@ static void readOptions()
 // The fields of a line; none for no line.
 static int64_t countFields(std::string_view line)
 {
-    std::vector<std::string_view> fields;
-    text::splitFields(line, Delim, fields);
-    return int64_t(fields.size());
+    text::FieldReader fields(line, Delim);
+    int64_t count = 0;
+    for (std::string_view field; fields.next(field);)
+        ++count;
+    return count;
 }
 
 // Fills the matrix and PhenoID. The file is read twice, so that the matrix has its size from the start.
@@ -88,16 +90,18 @@ static int64_t readPhenotypes()
 
     individuals = columns > 0 ? size_t(columns - 1) : 0;
     matrix.resize(size_t(rows), individuals);
-    std::vector<std::string_view> fields;
     std::vector<double> values;
+    values.reserve(individuals);
     while (in.nextNonEmpty(line)) {
-        text::splitFields(line, Delim, fields);
-        if (int64_t(fields.size()) != columns)
-            fatal("Inconsistent number of columns in pheno file\n");
-        PhenoID.emplace_back(fields[0]);
+        text::FieldReader fields(line, Delim);
+        std::string_view field;
+        fields.next(field);
+        PhenoID.emplace_back(field);
         values.clear();
-        for (size_t i = 1; i < fields.size(); ++i)
-            values.push_back(readPhenotypeValue(fields[i]));
+        while (values.size() < individuals && fields.next(field))
+            values.push_back(readPhenotypeValue(field));
+        if (values.size() != individuals || fields.next(field))
+            fatal("Inconsistent number of columns in pheno file\n");
         matrix.add(values);
     }
     matrix.finish();

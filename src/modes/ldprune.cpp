@@ -48,11 +48,17 @@ static Block makeBlock(size_t size)
     return block;
 }
 
-// Copies of lines.
+// The lines: copies or, of long ones, the memory that they were read into.
 class LineStore {
 public:
-    const char *add(std::string_view line)
+    const char *add(std::string_view line, text::LineReader &in)
     {
+        if (line.size() > blockSize) {
+            if (auto memory = in.handOver(line)) {
+                m_handedOver.push_back(std::move(memory));
+                return m_handedOver.back().get();
+            }
+        }
         if (line.size() > m_left) {
             m_left = std::max(line.size(), blockSize);
             m_blocks.push_back(makeBlock(m_left));
@@ -67,6 +73,7 @@ public:
 
 private:
     std::vector<Block> m_blocks;
+    std::vector<text::LineReader::Memory> m_handedOver;
     char *m_next = nullptr;
     size_t m_left = 0;
 };
@@ -204,7 +211,7 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
         const size_t k = intervals.find(position);
         // Unmapped markers take part in distances as -1.
         const double cM = k == 0 ? -1 : interpolate(position, k);
-        markers.add({store.add(line), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
+        markers.add({store.add(line, in), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
     }
 }
 

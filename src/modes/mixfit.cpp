@@ -60,21 +60,25 @@ static void readOptions()
 
 static void readReferences(text::LineReader &in)
 {
-    std::vector<std::string_view> fields;
-    std::string_view line;
+    std::string_view line, field;
     if (refheader)
         in.next(line);
     const size_t K = size_t(refpops);
-    while (in.nextNonEmpty(line)) {
-        text::splitFields(line, delimiter, fields);
+    bool isRight = true;
+    while (isRight && in.nextNonEmpty(line)) {
         const size_t population = refIDList.size();
-        refIDList.emplace_back(fields[0]);
-        if (population == K || fields.size() != K + 1)
-            break;
-        for (size_t j = 0; j < K; ++j)
-            myTable[j][population] = text::readFloat(fields[j + 1]);
+        text::FieldReader fields(line, delimiter);
+        fields.next(field);
+        refIDList.emplace_back(field);
+        isRight = population < K;
+        for (size_t j = 0; isRight && j < K; ++j) {
+            isRight = fields.next(field);
+            if (isRight)
+                myTable[j][population] = text::readFloat(field);
+        }
+        isRight = isRight && !fields.next(field);
     }
-    if (refIDList.size() != K || fields.size() != K + 1)
+    if (!isRight || refIDList.size() != K)
         fatal("Reference file must hold %d lines of %d values\n", refpops, refpops);
 }
 
@@ -94,13 +98,15 @@ static void prepareDropScan()
 
 static bool readSample(std::string_view line, std::string &name)
 {
-    static std::vector<std::string_view> fields;
-    text::splitFields(line, delimiter, fields);
-    name = fields[0];
-    if (fields.size() <= size_t(refpops))
-        return false;
-    for (size_t j = 0; j < size_t(refpops); ++j)
-        testValues.push_back(text::readFloat(fields[j + 1]));
+    text::FieldReader fields(line, delimiter);
+    std::string_view field;
+    fields.next(field);
+    name = field;
+    for (int j = 0; j < refpops; ++j) {
+        if (!fields.next(field))
+            return false;
+        testValues.push_back(text::readFloat(field));
+    }
     return true;
 }
 

@@ -5,17 +5,23 @@ namespace text {
 void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields)
 {
     fields.clear();
-    if (delimiter.empty()) {
-        fields.push_back(line.substr(0, 0));
-        for (size_t i = 0; i < line.size(); ++i)
-            fields.push_back(line.substr(i, 1));
-        fields.push_back(line.substr(line.size()));
-        return;
-    }
-    size_t first = 0;
-    for (size_t end; (end = line.find(delimiter, first)) != line.npos; first = end + delimiter.size())
-        fields.push_back(line.substr(first, end - first));
-    fields.push_back(line.substr(first));
+    FieldReader reader(line, delimiter);
+    for (std::string_view field; reader.next(field);)
+        fields.push_back(field);
+}
+
+bool FieldReader::next(std::string_view &field)
+{
+    if (m_isDone)
+        return false;
+    size_t end = m_rest.find(m_delimiter);
+    if (m_delimiter.empty())
+        end = m_isFirst ? 0 : m_rest.empty() ? m_rest.npos : 1;
+    m_isFirst = false;
+    m_isDone = end == m_rest.npos;
+    field = m_rest.substr(0, end);
+    m_rest.remove_prefix(m_isDone ? m_rest.size() : end + m_delimiter.size());
+    return true;
 }
 
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
@@ -50,7 +56,7 @@ bool TokenReader::next(std::string_view &token)
         m_rest.remove_prefix(first);
         if (!m_rest.empty())
             break;
-        if (!m_lines.next(m_rest))
+        if (!m_lines.nextWords(m_rest))
             return false;
     }
     size_t size = 0;

@@ -19,6 +19,24 @@ namespace text {
 // empty field at both ends.
 void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
+// The same fields one after another, without a list of all: however many there are, they cost no memory.
+class FieldReader {
+public:
+    FieldReader(std::string_view line, std::string_view delimiter)
+        : m_rest(line)
+        , m_delimiter(delimiter)
+    {
+    }
+    // False after the last field.
+    bool next(std::string_view &field);
+
+private:
+    std::string_view m_rest;  // of the line
+    std::string_view m_delimiter;
+    bool m_isFirst = true;
+    bool m_isDone = false;
+};
+
 // The same without the empty fields.
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
                          std::vector<std::string_view> &fields);

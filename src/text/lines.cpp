@@ -1,6 +1,8 @@
 #include "text/lines.h"
+#include "text/bytes.h"
 #include "text/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <new>
@@ -8,6 +10,14 @@
 #include <unistd.h>
 
 namespace text {
+
+LineReader::Memory LineReader::allocate(size_t size)
+{
+    Memory memory(static_cast<char *>(std::calloc(size + slack, 1)));
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
 
 bool LineReader::open(const std::string &name, size_t block)
 {
@@ -21,10 +31,8 @@ bool LineReader::open(const std::string &name, size_t block)
         return false;
     }
     m_name = name;
-    m_buffer.reset(static_cast<char *>(std::calloc(block + slack, 1)));
-    if (!m_buffer)
-        throw std::bad_alloc();
-    m_size = block;
+    m_buffer = allocate(block);
+    m_block = m_size = block;
     m_next = m_end = 0;
     return true;
 }
@@ -81,10 +89,48 @@ bool LineReader::nextAcrossBlocks(std::string_view &line)
     return !line.empty();
 }
 
+bool LineReader::nextWords(std::string_view &words)
+{
+    const auto takeUpTo = [&](size_t end) {
+        words = {m_buffer.get() + m_next, end - m_next};
+        m_next = end;
+        return !words.empty();
+    };
+    size_t scanned = 0;  // without white space
+    do {
+        for (size_t end = m_end; end > m_next + scanned; --end) {
+            if (isWhiteSpace(m_buffer.get()[end - 1]))
+                return takeUpTo(end);
+        }
+        scanned = m_end - m_next;
+    } while (refill());
+    return takeUpTo(m_end);
+}
+
+LineReader::Memory LineReader::handOver(std::string_view line)
+{
+    if (line.empty() || line.data() != m_buffer.get() || line.size() < m_size / 4)
+        return nullptr;
+    const size_t left = m_end - m_next;
+    Memory next = allocate(std::max(m_block, left));
+    std::memcpy(next.get(), m_buffer.get() + m_next, left);
+    m_size = std::max(m_block, left);
+    m_next = 0;
+    m_end = left;
+    m_buffer.swap(next);
+    // Gives back what is behind the line.
+    if (char *shrunk = static_cast<char *>(std::realloc(next.get(), line.size()))) {
+        static_cast<void>(next.release());
+        next.reset(shrunk);
+    }
+    return next;
+}
+
 // Moves what is not handed out to the front and reads on behind it; false at the end of the file.
 bool LineReader::refill()
 {
-    std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
+    if (m_next > 0)
+        std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
     m_end -= m_next;
     m_next = 0;
     if (m_end == m_size) {

@@ -61,6 +61,19 @@ public:
         return false;
     }
 
+    // Instead of lines: the next words, with white space between and behind them, across line ends. As many as are
+    // at hand, so that a long line is not held.
+    bool nextWords(std::string_view &words);
+
+    struct Free {
+        void operator()(char *memory) const { std::free(memory); }
+    };
+    using Memory = std::unique_ptr<char, Free>;
+
+    // Hands over the memory of the line read last, which begins there, where the line fills most of it; null
+    // elsewhere. Spares a copy of a long line.
+    Memory handOver(std::string_view line);
+
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
@@ -68,10 +81,7 @@ public:
     void rewind();
 
 private:
-    struct Free {
-        void operator()(char *memory) const { std::free(memory); }
-    };
-
+    static Memory allocate(size_t size);
     void take(const char *first, const char *end, std::string_view &line)
     {
         m_next = size_t(end - m_buffer.get()) + 1;
@@ -84,10 +94,11 @@ private:
     size_t readSome(char *to, size_t bytes);
 
     std::string m_name;
-    std::unique_ptr<char, Free> m_buffer;
-    size_t m_size = 0;  // of the buffer, without the slack
-    size_t m_next = 0;  // first byte not handed out
-    size_t m_end = 0;   // behind the last byte read
+    Memory m_buffer;
+    size_t m_block = 0;  // size of a new buffer, without the slack
+    size_t m_size = 0;   // of the buffer, without the slack
+    size_t m_next = 0;   // first byte not handed out
+    size_t m_end = 0;    // behind the last byte read
     int m_file = -1;
     bool m_keepsReturns = false;
 };

@@ -64,6 +64,21 @@ TEST(GenToAd, SummarisesEveryLine)
     }
 }
 
+// Lines of this size are not kept as numbers, but read a second time.
+TEST(GenToAd, SummarisesALongLine)
+{
+    std::string line = "1 rs1 10 A G";
+    for (int i = 0; i < 500000; ++i)
+        line += " 0 1 0 0 0 1";
+    for (const std::string isHard : {"no", "yes"}) {
+        const Folder folder;
+        convert(folder, "gentoAD", line, {"-statistics", "yes", "-to-hard-call", isHard});
+        const char *row = isHard == "no" ? "rs1\t1.5\t0.5\t0.333333\t1\t2\t0\t500000\t500000\t0\n"
+                                         : "rs1\t2\t0.5\t0.25\t1.5\t2.5\t0\t500000\t0\t500000\n";
+        EXPECT_EQ(folder.read("out.stats"), header + std::string(row));
+    }
+}
+
 TEST(GenToAd, RefusesWrongOptions)
 {
     const struct {

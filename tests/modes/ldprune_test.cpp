@@ -41,6 +41,18 @@ TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
     }
 }
 
+// Long lines are not copied.
+TEST(LdPrune, KeepsLinesOfAnyLength)
+{
+    std::string table;
+    for (const int megabytes : {3, 0, 5, 5, 1, 0, 9, 2})
+        table += std::to_string(1000 + megabytes) + " 1 " + std::string(size_t(megabytes) << 20, 'x') + "\n";
+    const Folder folder;
+    folder.write("map", map);
+    prune(folder, table, "0");
+    EXPECT_TRUE(folder.read("in.out") == table);
+}
+
 struct Row {
     std::string line;
     int position;

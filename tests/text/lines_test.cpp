@@ -20,6 +20,8 @@ static Texts linesOf(const std::string &path, size_t block)
     std::string_view line;
     while (in.next(line)) {
         lines.emplace_back(line);
+        if (const auto memory = in.handOver(line))
+            lines.back().assign(memory.get(), line.size());
         if (!in.atEnd())
             lines.back() += '|';
     }
