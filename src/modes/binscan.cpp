@@ -78,16 +78,22 @@ size_t countWords(std::string_view line)
 
 bool readPhenotype(std::string_view line, size_t individuals, Phenotype &phenotype)
 {
-    static std::vector<std::string_view> fields;
-    text::splitFields(line, Delim, fields);
-    phenotype.name = fields[0];
+    text::FieldReader fields(line, Delim);
+    std::string_view field;
+    fields.next(field);
+    phenotype.name = field;
     phenotype.values.clear();
+    phenotype.values.reserve(individuals);
     p2List.clear();
-    for (size_t i = 1; i < fields.size(); ++i) {
-        const bool isMissing = isMissingField(fields[i]);
-        if (isMissing && i > individuals)
+    p2List.reserve(individuals);
+    while (fields.next(field)) {
+        const bool isMissing = isMissingField(field);
+        if (phenotype.values.size() == individuals) {
+            if (!isMissing)
+                return false;
             continue;
-        phenotype.values.push_back(readPhenotypeValue(fields[i]));
+        }
+        phenotype.values.push_back(readPhenotypeValue(field));
         if (!isMissing)
             p2List.push_back(phenotype.values.back());
     }

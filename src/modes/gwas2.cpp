@@ -28,14 +28,18 @@ class DosageLines {
 public:
     explicit DosageLines(text::LineReader &in) : m_in(in) { m_out.openToMemory(m_text); }
 
-    // Reads the first line, which next() gives again. Empty where there is none.
-    std::string_view first();
+    // The first line, which next() gives again. Empty where there is none.
+    std::string_view first()
+    {
+        m_isAtFirst = next(m_first);
+        return m_first;
+    }
 
     // The next line, which is not empty, valid until the next call. false after the last one.
     bool next(std::string_view &line)
     {
         if (m_isAtFirst) {
-            line = {m_first.data(), m_first.size() - text::LineReader::slack};
+            line = m_first;
             m_isAtFirst = false;
             return true;
         }
@@ -43,7 +47,7 @@ public:
     }
 
     // To be called right after first() where rewind() will be.
-    void prepareToReread() { m_isCopied = m_in.copyRestToReread(); }
+    void prepareToReread();
     void rewind()
     {
         m_in.rewind();
@@ -55,20 +59,20 @@ private:
 
     text::LineReader &m_in;
     bool m_isCopied = false;  // m_in, from its second line on
-    std::string m_first;      // and slack behind it
+    std::string_view m_first;
+    std::string m_keptFirst;  // and slack behind it, where there will be a rewind()
     bool m_isAtFirst = false;
     std::string m_text;  // of a converted line
     text::Writer m_out;  // to m_text
     TripletConverter m_convertTriplets = tripletConverter(false, false);
 };
 
-std::string_view DosageLines::first()
+void DosageLines::prepareToReread()
 {
-    std::string_view line;
-    m_isAtFirst = next(line);
-    m_first = line;
-    m_first.append(text::LineReader::slack, '\0');
-    return line;
+    m_keptFirst = m_first;
+    m_keptFirst.append(text::LineReader::slack, '\0');
+    m_first = {m_keptFirst.data(), m_first.size()};
+    m_isCopied = m_in.copyRestToReread();
 }
 
 // What gentoAD writes, up to its next line break: some lines of triplets have none, on purpose.
@@ -77,6 +81,7 @@ bool DosageLines::convertNext(std::string_view &line)
     m_text.clear();
     std::string_view triplets;
     while (!m_text.ends_with('\n') && m_in.nextNonEmpty(triplets)) {
+        m_text.reserve(m_text.size() + triplets.size());  // enough for most: not to hold a long line twice as it grows
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
         m_convertTriplets(triplets, m_out, nullptr);
         m_out.flush();
