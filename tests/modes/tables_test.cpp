@@ -25,6 +25,7 @@ TEST(Tables, RunsEndWithTheirMessages)
         const char *side = "(no file)";  // of what the run leaves, "o.removed" or else "o"
     } cases[] = {
         {"gwamafilter", "", {}, {"-column", "2"}, noFile},
+        {"gentoLETTERS", "", {}, inOnly, noFile},  // collects no options
         {"family", "", {}, {"-out", "o"}, noFile},
         {"relout5", "", {}, {}, noFile},
         {"gwamafilter", "", {}, inOnly, announced + "Incorrect column\n"},
