@@ -23,22 +23,6 @@ TEST(AdToGen, RoundsEveryDosage)
     });
 }
 
-TEST(AdToGen, GivesBackTheTripletsOfHardCalls)
-{
-    const Folder folder;
-    std::string triplets;
-    for (int marker = 0; marker < 60; ++marker) {
-        triplets += "1 rs" + std::to_string(marker) + " 10 A G";
-        for (int i = 0; i < 768; ++i)  // a whole batch of the field walker
-            triplets += (i + marker) % 3 == 0 ? " 1 0 0" : (i + marker) % 5 == 1 ? " 0 1 0" : " 0 0 1";
-        triplets += '\n';
-    }
-    folder.write("triplets", triplets);
-    folder.runMode("gentoAD", {"-file", "triplets", "-out", "dosages", "-to-hard-call", "yes"});
-    EXPECT_EQ(folder.runMode("ADtogen", {"-file", "dosages", "-out", "again"}).messages, messages("0", "0"));
-    EXPECT_EQ(folder.read("again"), triplets);
-}
-
 TEST(AdToGen, AgreesWithAPlainVersion)
 {
     const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {

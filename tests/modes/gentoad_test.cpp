@@ -27,26 +27,6 @@ TEST(GenToAd, WritesADosagePerTriplet)
     });
 }
 
-TEST(GenToAd, RefusesWrongOptions)
-{
-    const struct {
-        std::vector<std::string> options;
-        const char *message;
-    } cases[] = {
-        {{"-beg", "10", "-end", "5"}, "Invalid range selected: beg > end\n"},
-        {{"-end", "x"}, "Invalid range selected: beg > end\n"},
-        {{"-rs-loc", "0"}, "Invalid rs number location selected\n"},
-        {{"-rs-loc", "1.5"}, "Invalid rs number location selected\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        const Result result = convert(folder, "gentoAD", "", row.options);
-        EXPECT_EQ(result.messages, row.message);
-        EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(folder.files().size(), 1u);
-    }
-}
-
 TEST(GenToAd, AgreesWithAPlainVersion)
 {
     const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {

@@ -1,4 +1,4 @@
-// How the modes over tables of results check their options and columns.
+// How modes check their options and columns.
 #include "support/program.h"
 
 #include <gtest/gtest.h>
@@ -25,6 +25,10 @@ TEST(Tables, RunsEndWithTheirMessages)
         const char *side = "(no file)";  // of what the run leaves, "o.removed" or else "o"
     } cases[] = {
         {"gwamafilter", "", {}, {"-column", "2"}, noFile},
+        {"gentoAD", "", {"-beg", "10", "-end", "5"}, named, "Invalid range selected: beg > end\n"},
+        {"gentoAD", "", {"-end", "x"}, named, "Invalid range selected: beg > end\n"},
+        {"gentoAD", "", {"-rs-loc", "1.5"}, named, "Invalid rs number location selected\n"},
+        {"gentoAD", "", {"-out", ""}, named, "running genToAd()\nOutput file not opened\n"},
         {"gentoLETTERS", "", {}, inOnly, noFile},  // collects no options
         {"family", "", {}, {"-out", "o"}, noFile},
         {"relout5", "", {}, {}, noFile},

@@ -45,12 +45,6 @@ Folder::Folder()
     m_path = name;
 }
 
-Folder::Folder(const std::string &newPath)
-    : m_path(newPath)
-{
-    fs::create_directory(m_path);
-}
-
 Folder::~Folder()
 {
     std::error_code error;
@@ -81,7 +75,7 @@ Result Folder::run(const std::vector<std::string> &arguments, const std::string 
     const char *program = std::getenv("MORVEL_PROGRAM");
     if (!program)
         throw std::runtime_error("MORVEL_PROGRAM does not name the program under test");
-    const Folder streams(m_path + "-streams");
+    const Folder streams;
     std::string command = "cd " + quoted(m_path) + " && { " + shell + " " + quoted(program);
     for (const std::string &argument : arguments)
         command += " " + quoted(argument);

@@ -33,7 +33,5 @@ public:
     Result runMode(const std::string &mode, std::vector<std::string> options) const;
 
 private:
-    explicit Folder(const std::string &newPath);
-
     std::string m_path;
 };

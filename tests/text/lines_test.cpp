@@ -164,7 +164,8 @@ TEST(IsSameFile, SeesThroughLinksAndWhatIsYetToExist)
         folder.write(name, "");
     fs::create_hard_link(folder.path("a"), folder.path("hard"));
     fs::create_directory(folder.path("sub"));
-    for (const auto &[target, name] : {std::pair("a", "soft"), {"new", "dangling"}, {"dangling", "twice"}, {"loop", "loop"}})
+    for (const auto &[target, name] :
+         {std::pair("a", "soft"), {"new", "dangling"}, {"dangling", "twice"}, {"loop", "loop"}})
         fs::create_symlink(target, folder.path(name));
     const struct {
         const char *name1, *name2;
