@@ -59,7 +59,8 @@ TEST(Levin, AgreesWithAPlainVersion)
         std::string expected = "N:corr:first_Y\n";
         const std::vector<double> correlations = literalCorrelations(x, y);
         for (size_t k = 0; k < rows; ++k)
-            expected += std::to_string(k + 1) + ":" + plainText(correlations[k]) + ":" + plainText(y[(rows - k) % rows]) + "\n";
+            expected += std::to_string(k + 1) + ":" + plainText(correlations[k]) + ":"
+                        + plainText(y[(rows - k) % rows]) + "\n";
         const Folder folder;
         folder.write("in", input);
         folder.runMode("levin", {"-file", "in", "-delim", "colon"});

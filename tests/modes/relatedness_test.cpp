@@ -1,34 +1,10 @@
 // The modes over pairs of relatives.
-#include "main/console.h"
-#include "main/options.h"
 #include "modes/modes.h"
 #include "modes/relatedness_literal.h"
 #include "support/genotypemodel.h"
 #include "support/random.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-// Runs the mode function in a child of this process, which costs a tenth of starting the program. Messages go
-// to the file "messages".
-static int runInChild(const Folder &folder, void (*mode)(), const std::map<std::string, std::string> &options)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        if (chdir(folder.path("").c_str()) != 0 || !std::freopen("messages", "w", stdout))
-            _exit(99);
-        startConsole();
-        Switches.clear();
-        for (const auto &[name, value] : options)
-            Switches.insert(Switches.end(), {name, value});
-        mode();
-        finish(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 // Few individuals in many pairs, with ties, duplicates, self pairs, names that make trouble, and odd values.
 static std::string randomTable(RandomText &random, size_t fields)
@@ -54,12 +30,7 @@ static std::string randomTable(RandomText &random, size_t fields)
 static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralRun &)> &literal,
                                const Choices &choices)
 {
-#if defined(__SANITIZE_ADDRESS__)
-    const uint64_t runs = 100;  // a child takes 40 times as long
-#else
-    const uint64_t runs = 1000;
-#endif
-    for (uint64_t seed = 1; seed <= runs; ++seed) {
+    for (uint64_t seed = 1; seed <= 1000 / slowChild; ++seed) {
         RandomText random(seed);
         LiteralRun expected;
         const std::string table = randomTable(random, 3), weights = randomTable(random, 2);
@@ -72,7 +43,7 @@ static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralR
         const Folder folder;
         for (const auto &[name, bytes] : expected.files)
             folder.write(name, bytes);
-        const int status = runInChild(folder, mode, expected.options);
+        const int status = folder.runInChild(mode, expected.options);
         literal(expected);
         expected.files["messages"] = expected.messages;
         SCOPED_TRACE("seed " + std::to_string(seed) + testing::PrintToString(expected.options));

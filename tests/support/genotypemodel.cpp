@@ -1,10 +1,8 @@
 #include "support/genotypemodel.h"
 #include "support/random.h"
+#include "text/readnumber.h"
 
 #include <gtest/gtest.h>
-
-#include <cmath>
-#include <regex>
 
 std::string ModelLine::at(long i) const
 {
@@ -13,10 +11,7 @@ std::string ModelLine::at(long i) const
 
 double ModelLine::number(long i) const
 {
-    static const std::regex real("\\s*([+-]?(\\d+\\.?\\d*|\\.\\d+)(e[+-]?\\d+)?|[+-]?inf|nan)\\s*",
-                                 std::regex::icase);
-    const std::string field = at(i);
-    return std::regex_match(field, real) ? std::strtod(field.c_str(), nullptr) : 0;
+    return text::readDouble(at(i));
 }
 
 std::vector<ModelLine> modelLines(const std::string &input)
@@ -38,12 +33,7 @@ std::vector<ModelLine> modelLines(const std::string &input)
 long modelInteger(const OptionMap &options, const std::string &name, long absent)
 {
     const auto found = options.find(name);
-    if (found == options.end() || found->second.empty())
-        return absent;
-    if (!std::regex_match(found->second, std::regex("[+-]?\\d+")))
-        return 0;
-    const long value = std::stol(found->second);
-    return value == int(value) ? value : 0;
+    return found == options.end() || found->second.empty() ? absent : text::readInteger(found->second);
 }
 
 std::string modelColumns(const ModelLine &line, long columns)

@@ -1,4 +1,6 @@
 #include "support/program.h"
+#include "main/console.h"
+#include "main/options.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -6,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -96,4 +99,22 @@ Result Folder::runMode(const std::string &mode, std::vector<std::string> options
 {
     options.insert(options.begin(), {"-M", mode});
     return run(options);
+}
+
+int Folder::runInChild(void (*mode)(), const std::map<std::string, std::string> &options) const
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        if (chdir(m_path.c_str()) != 0 || !std::freopen("messages", "w", stdout))
+            _exit(99);
+        startConsole();
+        Switches.clear();
+        for (const auto &[name, value] : options)
+            Switches.insert(Switches.end(), {name, value});
+        mode();
+        finish(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

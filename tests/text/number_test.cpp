@@ -119,7 +119,8 @@ TEST(ReadReal, GivesTheValuesOfTheToolkit)
     // Words in any case, the edges of the range, and what is no number.
     for (const char *field : {"inf", "INF", "+Inf", " inf ", "-iNf", "nan", "NaN", "-nan", "infinity", "nan(1)", "in",
                               "", "+", "1.7976931348623159e308", "-1e309", "1e-400", "4.9e-324", "2.4e-324",
-                              "0e999999999999", "1e99999999999999999999", "1e-99999999999999999999", "9007199254740993", "1,5", "0x10",
+                              "0e999999999999", "1e99999999999999999999", "1e-99999999999999999999", "9007199254740993",
+                              "1,5", "0x10",
                               "123456789012345678901234567890", "0.00000000000000000000000000000000000000001e41"})
         expectAsToolkit(field);
     expectAsToolkit("1" + std::string(400, '0') + "e-400");
