@@ -1,15 +1,16 @@
 #include "main/hints.h"
 #include "main/modes.h"
 #include "support/program.h"
+#include "support/scanmodel.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 
-static std::string page(const std::string &name)
+static std::string contentOf(const std::string &name)
 {
-    std::ifstream file(MORVEL_PAGES_FOLDER "/" + name);
+    std::ifstream file(name);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
@@ -20,36 +21,42 @@ static std::string inManual(std::string text)
     return text;
 }
 
-TEST(Help, IsThereForEveryModeAndOptionAndInTheManual)
+TEST(Help, IsThereForEveryModeAndOptionInTheManualAndTheGuide)
 {
-    const std::string manual = page("morvel.1");
+    const std::string manual = contentOf(MORVEL_PAGES_FOLDER "/morvel.1");
+    const std::string guide = contentOf(MORVEL_SOURCE_FOLDER "/docs/usage.md");
     const Mode *main = nullptr;  // of which others are spellings
     std::string section;
     for (const Mode &mode : allModes()) {
+        const std::string name = mode.name;
         if (*mode.help) {
             main = &mode;
-            const size_t start = manual.find("\n.SS " + std::string(mode.name));
-            ASSERT_NE(start, manual.npos) << mode.name;
+            const size_t start = manual.find("\n.SS " + name);
+            ASSERT_NE(start, manual.npos) << name;
             section = manual.substr(start, manual.find("\n.S", start + 1) - start);
-            EXPECT_NE(section.find(inManual(mode.help) + "."), section.npos) << mode.name;
-            EXPECT_EQ(section.find("Not available") != section.npos, isUnavailable(mode)) << mode.name;
+            EXPECT_NE(section.find(inManual(mode.help) + "."), section.npos) << name;
+            EXPECT_EQ(section.find("Not available") != section.npos, isUnavailable(mode)) << name;
         }
-        ASSERT_TRUE(main && main->run == mode.run && main->options.data() == mode.options.data()) << mode.name;
-        EXPECT_NE(section.substr(0, section.find('\n', 1)).find(mode.name), section.npos) << mode.name;
+        ASSERT_TRUE(main && main->run == mode.run && main->options.data() == mode.options.data()) << name;
+        EXPECT_NE(section.substr(0, section.find('\n', 1)).find(name), section.npos) << name;
+        const bool isInGuide = mode.run && !isUnavailable(mode);
+        EXPECT_TRUE(!isInGuide || guide.find("\n## " + name) != guide.npos
+                    || guide.find("lso spelled `" + name + "`") != guide.npos) << name;
         for (const Option &option : mode.options) {
-            EXPECT_GT(std::string(option.help).size(), 5u) << mode.name << option.name;
-            EXPECT_TRUE(option.value != Value::Word || *option.words) << mode.name << option.name;
+            const std::string which = name + " " + option.name;
+            EXPECT_GT(std::string(option.help).size(), 5u) << which;
+            EXPECT_TRUE(option.value != Value::Word || *option.words) << which;
             const size_t at = section.find("\\fB" + inManual(option.name) + "\\fR ");
-            ASSERT_NE(at, section.npos) << mode.name << option.name;
-            EXPECT_NE(section.find(inManual(option.help), at), section.npos) << mode.name << option.name;
+            ASSERT_NE(at, section.npos) << which;
+            EXPECT_NE(section.find(inManual(option.help), at), section.npos) << which;
+            EXPECT_TRUE(!isInGuide || guide.find("`" + std::string(option.name) + "`") != guide.npos) << which;
         }
     }
     size_t last = 0;
     for (const std::string title :
          {"NAME", "SYNOPSIS", "DESCRIPTION", "MODES", "EXIT STATUS", "ENVIRONMENT", "FILES", "EXAMPLES", "SEE ALSO"}) {
-        const size_t at = manual.find("\n.SH " + title + "\n", last);
-        EXPECT_NE(at, manual.npos) << title;
-        last = at;
+        last = manual.find("\n.SH " + title + "\n", last);
+        EXPECT_NE(last, manual.npos) << title;
     }
 }
 
@@ -61,18 +68,15 @@ TEST(Completion, KnowsModesOptionsAndWords)
     } cases[] = {
         {"morvel ''", "-M"},
         {"morvel -M gw", "gwas gwas2 gwas3 gwamafilter"},
-        {"morvel -m relout", "relout5 relout6"},
         {"morvel -M levin ''", "-file -out -delim -header -columns"},
         {"morvel -M mf -ref", "-ref -refheader -refpops"},
         {"morvel -M GWAS -statistic ''", "p t r2"},
-        {"morvel -M relout5 -mode ''", "0 1 2"},
         {"morvel -M gwas -pfile x -delim se", "semicolon"},
         {"morvel -M gwas3 -format ''", "-pfile -gfile -out -missing -delim -slope -statistic -statlimit"},
         {"morvel -M gwas2 -format d", "dosage"},
         {"morvel -M gwas -M le", ""},      // the first mode counts
         {"morvel -M gwas -pfile ''", ""},  // file names are the shell's own
         {"morvel -M read1 ''", ""},
-        {"morvel -M unknown ''", ""},
     };
     const Folder folder;
     std::string script = "source '" MORVEL_PAGES_FOLDER "/morvel.bash'\ncomplete -p morvel\n"
@@ -92,11 +96,7 @@ TEST(Completion, KnowsModesOptionsAndWords)
 // The hints on words separated by single blanks, of which two in a row make an empty one.
 static std::string hintsOn(const std::string &line)
 {
-    std::vector<std::string> words;
-    for (size_t start = 0, end; start < line.size(); start = end + 1) {
-        end = std::min(line.find(' ', start), line.size());
-        words.push_back(line.substr(start, end - start));
-    }
+    const Texts words = line.empty() ? Texts() : plainFields(line, " ");
     std::vector<const char *> arguments;
     for (const std::string &word : words)
         arguments.push_back(word.c_str());
@@ -117,7 +117,6 @@ TEST(Hints, NameWhatHasNoEffect)
         {"", "no mode is named, nothing runs; call morvel -M MODE -option value ...\n"},
         {"-M gwsa", "mode \"gwsa\" is unknown, nothing runs; did you mean \"gwas\"?\n"},
         {"-M PEAKSCAN3", "mode \"PEAKSCAN3\" is unknown, nothing runs; did you mean \"peakscan3\"?\n"},
-        {"-M x -file y", "mode \"x\" is unknown, nothing runs\n"},
         {"-M -M fam", "mode \"-M\" is unknown, nothing runs\n"},
         {"-M bgen -x", "mode \"bgen\" runs nothing\n"},
         {"-M REGSCAN1", "mode \"REGSCAN1\" runs nothing; did you mean \"regscan1\"?\n"},
@@ -131,7 +130,6 @@ TEST(Hints, NameWhatHasNoEffect)
         {"-M gwas3 -bintype -pfile x", "option \"-bintype\" is ignored: mode \"gwas3\" does not know it\n"},
         {"-out -file x -M fam",
          "option \"-out\" takes the next word, \"-file\", as its value; is its value missing?\n"},
-        {"-out -M fam", "option \"-out\" takes the next word, \"-M\", as its value; is its value missing?\n"},
         {"-M fam -out -flie x -file y",
          "option \"-out\" takes \"-flie\", which looks like an option, as its value; did you mean \"-file\"?\n"},
         {"-M fam -threshold high -familysize 2.5 -showmatrix YES -header Yes",

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gmock/gmock.h>
 
 TEST(Shell, PrintsBannerArgumentsAndTimes)
@@ -32,7 +31,6 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
     } cases[] = {
         {{"-M"}, 1, "1  -M\n" + missing},
         {{"gwas2"}, 1, "1  gwas2\n" + missing},
-        {{"a", "-m"}, 1, "2  -m\n" + missing},
         {{"-m", "popsel", "-M", "gwas2"}, 0, "popsel is not available in this version\n"},
         {{"a", "b", "-M", "regscan1"}, 0, "regscan1 is not available in this version\n"},
         {{"-M", "Gwas2"}, 0, ""},
@@ -124,20 +122,4 @@ TEST(ElapsedTime, StartsAtTheLargestUnit)
     };
     for (const auto &row : cases)
         EXPECT_EQ(elapsedTime(row.milliseconds), row.line);
-}
-
-TEST(Guide, HasASectionForEveryModeThatRuns)
-{
-    std::ifstream file(MORVEL_SOURCE_FOLDER "/docs/usage.md");
-    const std::string guide((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    for (const Mode &mode : allModes()) {
-        if (!mode.run || isUnavailable(mode))
-            continue;
-        // By its spelling in a heading, or among the other spellings below one.
-        const std::string name = mode.name;
-        EXPECT_TRUE(guide.find("\n## " + name) != guide.npos || guide.find("lso spelled `" + name + "`") != guide.npos)
-            << name;
-        for (const Option &option : mode.options)
-            EXPECT_NE(guide.find("`" + std::string(option.name) + "`"), guide.npos) << name << " " << option.name;
-    }
 }

@@ -6,59 +6,21 @@
 
 static std::string messages(const std::string &times, const std::string &sum)
 {
-    return "running adToGen()\n\nGenotypes that deviate: " + times + "\nTotal absolute deviation: " + sum
-        + "\n";
+    return "running adToGen()\n\nGenotypes that deviate: " + times + "\nTotal absolute deviation: " + sum + "\n";
 }
 
 TEST(AdToGen, RoundsEveryDosage)
 {
-    const struct {
-        const char *name, *input, *out, *stats, *times, *sum;
-    } cases[] = {
-        {"whole", "1 r 7 A G 0 1 2\n", "1 r 7 A G 1 0 0 0 1 0 0 0 1\n", "1 r 7 A G 0 0 0\n", "0", "0"},
-        {"between", "1 r 7 A G 1.5 0.49 2.5\n", "1 r 7 A G 0 0 1 1 0 0 ? ? ?\n", "1 r 7 A G -0.5 0.49 ?\n",
-         "3", "1.49"},
-        {"negative", "1 r 7 A G -0.7 -1.6\n", "1 r 7 A G 1 0 0 ? ? ?\n", "1 r 7 A G -0.7 ?\n", "2", "1.3"},
-        {"near a border", "1 r 7 A G 0.4999999 1.499 2.4999999\n", "1 r 7 A G 1 0 0 0 1 0 0 0 1\n",
-         "1 r 7 A G 0.5 0.499 0.5\n", "3", "1.499"},
-        {"no numbers", "1 r 7 A G x  0\n", "1 r 7 A G 1 0 0 1 0 0 1 0 0\n", "1 r 7 A G 0 0 0\n", "0", "0"},
-        {"too large for a class", "1 r 7 A G 3e9\n", "1 r 7 A G ? ? ?\n", "1 r 7 A G ?\n", "0", "0"},
-        {"nan", "1 r 7 A G nan 1.5\n", "1 r 7 A G ? ? ? 0 0 1\n", "1 r 7 A G ? -0.5\n", "2", "nan"},
-        {"no dosages, blank at the end, short", "1 r 7 A G\n1 r 7 A G \na b\n",
-         "1 r 7 A G\n1 r 7 A G 1 0 0\na b\n", "1 r 7 A G\n1 r 7 A G 0\na b\n", "0", "0"},
-        {"no last line break", "1 r 7 A G 2", "1 r 7 A G 0 0 1\n", "1 r 7 A G 0\n", "0", "0"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        EXPECT_EQ(convert(folder, "ADtogen", row.input).messages, messages(row.times, row.sum)) << row.name;
-        EXPECT_EQ(folder.read("out"), row.out) << row.name;
-        EXPECT_EQ(folder.read("out.stats"), row.stats) << row.name;
-    }
-}
-
-TEST(AdToGen, GivesBackTheTripletsOfHardCalls)
-{
-    const Folder folder;
-    std::string triplets;
-    for (int marker = 0; marker < 60; ++marker) {
-        triplets += "1 rs" + std::to_string(marker) + " 10 A G";
-        for (int i = 0; i < 768; ++i)  // a whole batch of the field walker
-            triplets += (i + marker) % 3 == 0 ? " 1 0 0" : (i + marker) % 5 == 1 ? " 0 1 0" : " 0 0 1";
-        triplets += '\n';
-    }
-    folder.write("triplets", triplets);
-    folder.runMode("gentoAD", {"-file", "triplets", "-out", "dosages", "-to-hard-call", "yes"});
-    EXPECT_EQ(folder.runMode("ADtogen", {"-file", "dosages", "-out", "again"}).messages, messages("0", "0"));
-    EXPECT_EQ(folder.read("again"), triplets);
-}
-
-TEST(AdToGen, EndsWithoutItsDeviations)
-{
-    const Folder folder;
-    const auto run = folder.run({"-M", "adtogen", "-file", "in", "-out", "out"}, "echo >in; mkdir out.stats;");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.messages, "running adToGen()\n\n");
-    EXPECT_EQ(folder.read("out"), "");
+    expectConversions("ADtogen", {
+        {"whole", "1 r 7 A G 0 1 2\n", {}, "1 r 7 A G 1 0 0 0 1 0 0 0 1\n", "1 r 7 A G 0 0 0\n", messages("0", "0")},
+        {"between", "1 r 7 A G 1.5 0.49 2.5\n", {}, "1 r 7 A G 0 0 1 1 0 0 ? ? ?\n", "1 r 7 A G -0.5 0.49 ?\n",
+         messages("3", "1.49")},
+        {"negative", "1 r 7 A G -0.7 -1.6\n", {}, "1 r 7 A G 1 0 0 ? ? ?\n", "1 r 7 A G -0.7 ?\n",
+         messages("2", "1.3")},
+        {"near a border", "1 r 7 A G 0.4999999 1.499 2.4999999\n", {}, "1 r 7 A G 1 0 0 0 1 0 0 0 1\n",
+         "1 r 7 A G 0.5 0.499 0.5\n", messages("3", "1.499")},
+        {"too large for a class", "1 r 7 A G 3e9\n", {}, "1 r 7 A G ? ? ?\n", "1 r 7 A G ?\n", messages("0", "0")},
+    });
 }
 
 TEST(AdToGen, AgreesWithAPlainVersion)

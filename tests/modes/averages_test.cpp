@@ -3,51 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numeric>
 
-struct Case {
-    const char *name, *input;
-    std::vector<std::string> options;
-    const char *out;
-};
-
-static void expectAll(const std::string &mode, const std::vector<Case> &cases)
+TEST(Averages, AreWritten)
 {
-    for (const Case &row : cases) {
-        const Folder folder;
-        EXPECT_EQ(convert(folder, mode, row.input, row.options).status, 0) << row.name;
-        EXPECT_EQ(folder.read("out"), row.out) << mode << ": " << row.name;
-    }
-}
-
-TEST(AvgAd, WritesMeanAndDeviation)
-{
-    expectAll("avgAD", {
+    expectConversions("avgAD", {
         {"all", "1 r 7 A G 0 1 2\n", {}, "1 r 7 A G 1 0.816497"},  // the square root of 2/3
-        {"no-stdev", "1 r 7 A G 0 1 2\n", {"-show", "no-stdev"}, "1 r 7 A G 1"},
         {"only-values", "1 r 7 A G 0 1 2\n1 s 8 A G 1 2\n", {"-show", "only-values"}, "1\n1.5"},
         {"some", "1 r 7 A G 0 1 3 9\n", {"-beg", "2", "-end", "3"}, "1 r 7 A G 2 1"},
-        {"into the leading columns", "8 4 1 3\n", {"-last-bef-geno", "2", "-beg", "0"},
-         "8 4 2.66667 1.24722"},
-        {"no leading columns", "1 3\n", {"-last-bef-geno", "-1", "-beg", "2"}, "2 1"},
         {"empty values", "1 r 7 A G 1 3\n", {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
          "1 r 7 A G 2 1"},
-        {"no numbers", "1 r 7 A G x  3 \r\n", {"-show", "no-stdev"}, "1 r 7 A G 0.75"},
         {"short line", "a b\n", {}, "a b    nan nan"},
         {"empty lines", "\n1 r 7 A G 1\n\n", {}, "1 r 7 A G 1 0\n"},  // a line follows, though it is empty
     });
-}
-
-TEST(AvgGen, WritesClassMeansDosageAndDeviation)
-{
-    expectAll("avgGEN", {
-        {"all", "1 r 7 A G 1 0 0 0 0 1\n", {}, "1 r 7 A G 0.5 0 0.5 1 1"},
-        {"no-stdev", "1 r 7 A G 1 0 0 0 0 1\n", {"-show", "no-stdev"}, "1 r 7 A G 0.5 0 0.5"},
-        {"only-values", "1 r 7 A G 0 1 0\n1 s 8 A G 0 0 1\n", {"-show", "only-values"}, "0 1 0\n0 0 1"},
+    expectConversions("avgGEN", {
+        {"class means, dosage, deviation", "1 r 7 A G 1 0 0 0 0 1\n", {}, "1 r 7 A G 0.5 0 0.5 1 1"},
         {"some", "1 r 7 A G 1 0 0 0 1 0 0 0 1 1 0 0\n", {"-beg", "2", "-end", "3"},
          "1 r 7 A G 0 0.5 0.5 1.5 0.5"},
-        {"incomplete triplet", "1 r 7 A G 0 1 0 0 1\n", {}, "1 r 7 A G 0 1 0 1 0"},
-        {"into the leading columns", "r 1 0 0 0 0 1\n", {"-last-bef-geno", "4", "-beg", "0"},
-         "r 1 0 0 0.5 0 0.5 1 1"},
+        {"incomplete triplet", "1 r 7 A G 0 1 0 0 1\n", {"-show", "no-stdev"}, "1 r 7 A G 0 1 0"},
         {"before the line", "1 0 0 0 0 1\n", {"-last-bef-geno", "0", "-beg", "-9"}, "0.5 0 0.5 1 1"},
     });
 }
@@ -61,8 +34,7 @@ TEST(AvgGen, StopsAtALineWithoutIndividuals)
     EXPECT_EQ(folder.read("out"), "1 r 7 A G 0 0 1 2 0\n1 s 8 A G ");
 }
 
-// The individuals of a line that the options choose, `width` fields each: the positions of their first
-// fields.
+// The individuals of a line that the options choose, `width` fields each: the positions of their first fields.
 static std::vector<long> chosen(const ModelLine &line, const OptionMap &options, long width)
 {
     const long first = modelInteger(options, "-last-bef-geno", 5);
@@ -77,23 +49,17 @@ static std::vector<long> chosen(const ModelLine &line, const OptionMap &options,
     return positions;
 }
 
-static std::string meanOf(const std::vector<double> &values)
+static double meanOf(const std::vector<double> &values)
 {
-    double sum = 0;
-    for (const double value : values)
-        sum += value;
-    return plainText(sum / double(values.size()));
+    return std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
 }
 
-static std::string deviationOf(const std::vector<double> &values)
+static double deviationOf(std::vector<double> values)
 {
-    double sum = 0, squares = 0;
-    for (const double value : values)
-        sum += value;
-    const double mean = sum / double(values.size());
-    for (const double value : values)
-        squares += (value - mean) * (value - mean);
-    return plainText(std::sqrt(squares / double(values.size())));
+    const double mean = meanOf(values);
+    for (double &value : values)
+        value = (value - mean) * (value - mean);
+    return std::sqrt(meanOf(values));
 }
 
 static ModelResult averageModel(const std::vector<ModelLine> &lines, const OptionMap &options,
@@ -118,12 +84,11 @@ static ModelResult averageModel(const std::vector<ModelLine> &lines, const Optio
             return result;
         }
         const bool isShort = show == "no-stdev" || show == "only-values";
+        const std::string dosage = plainText(meanOf(dosages));
         if (isTriplets)
-            result.out += meanOf(first) + ' ' + meanOf(second) + ' ' + meanOf(third) + (isShort ? "" : " ");
-        if (!isTriplets || !isShort)
-            result.out += meanOf(dosages);
-        if (!isShort)
-            result.out.append(" ").append(deviationOf(dosages));
+            result.out += plainText(meanOf(first)) + ' ' + plainText(meanOf(second)) + ' ' + plainText(meanOf(third));
+        result.out += !isTriplets ? dosage : isShort ? "" : ' ' + dosage;
+        result.out += isShort ? "" : ' ' + plainText(deviationOf(dosages));
         if (!line.isLast)
             result.out += "\n";
     }
@@ -132,16 +97,13 @@ static ModelResult averageModel(const std::vector<ModelLine> &lines, const Optio
 
 TEST(Averages, AgreeWithAPlainVersion)
 {
-    for (const bool isTriplets : {false, true}) {
-        compareWithModel(isTriplets ? "avgGEN" : "avgAD",
-                         {{"-beg", {"2", "3", "0", "-1", "-7", "250", "x", ""}},
-                          {"-end", {"1", "3", "0", "256", "257", "700", "99999999999"}},
-                          {"-last-bef-geno", {"0", "-1", "-2", "2", "3", "800"}},
-                          {"-show", {"all", "no-stdev", "only-values", "x", ""}}},
-                         [&](const auto &lines, const auto &options) {
-                             return averageModel(lines, options, isTriplets);
-                         });
-    }
+    const Choices choices = {{"-beg", {"2", "3", "0", "-1", "-7", "250", "x", ""}},
+                             {"-end", {"1", "3", "0", "256", "257", "700", "99999999999"}},
+                             {"-last-bef-geno", {"0", "-1", "-2", "2", "3", "800"}},
+                             {"-show", {"all", "no-stdev", "only-values", "x", ""}}};
+    using namespace std::placeholders;
+    compareWithModel("avgGEN", choices, std::bind(averageModel, _1, _2, true));
+    compareWithModel("avgAD", choices, std::bind(averageModel, _1, _2, false));
 }
 
 // Lines of this size are not kept as numbers, but read a second time.

@@ -66,15 +66,13 @@ TEST(TTables, AreLookedUpAsByAScan)
     std::mt19937_64 generator(4);
     for (const auto &table : tables) {
         table.load();
-        for (int i = 0; i < 20000; ++i) {
-            const double r2 = 1 - std::pow(10, -double(generator() % 170000) / 10000);
+        std::vector<double> r2s = {0.0, 1.0, 1.5, std::nan("")};
+        while (r2s.size() < 20000)
+            r2s.push_back(1 - std::pow(10, -double(generator() % 170000) / 10000));
+        for (const double r2 : r2s) {
             const TTest expected = scan(r2, table.freedom + 2), found = lookUp(r2, table.freedom + 2);
             ASSERT_EQ(found.t, expected.t) << r2;
             ASSERT_EQ(found.p, expected.p) << r2;
-        }
-        for (const double r2 : {0.0, 1.0, 1.5, std::nan("")}) {
-            EXPECT_EQ(lookUp(r2, 3).t, -1) << r2;
-            EXPECT_EQ(lookUp(r2, 3).p, -1) << r2;
         }
         p.clear();
         t.clear();

@@ -7,61 +7,24 @@ static const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\t
 
 TEST(GenToAd, WritesADosagePerTriplet)
 {
-    const struct {
-        const char *name, *input, *output;
-        std::vector<std::string> options;
-    } cases[] = {
-        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", "1 rs1 10 A G 0 1 2\n", {}},
-        {"probabilities", "1 rs1 10 A G 0.2 0.5 0.3 x 0.004 1e-3\n", "1 rs1 10 A G 1.1 0.006\n", {}},
-        {"no number is 0", "1 rs1 10 A G 0 B 1 0 1 0,5\n", "1 rs1 10 A G 2 1\n", {}},
-        {"single precision", "1 rs1 10 A G 0 0.1234567 0.7654321\n", "1 rs1 10 A G 1.65432\n", {}},
-        {"no genotypes", "1 rs1 10 A G\n1 rs2 11 A G 0 0 1\n", "1 rs1 10 A G 1 rs2 11 A G 2\n", {}},
-        {"fewer than the leading columns", "1 rs1\n1 rs2 11 A G 0 0 1\n", "1 rs1 1 rs2 11 A G 2\n", {}},
-        {"one field left over", "1 rs1 10 A G 0 0 1 \n", "1 rs1 10 A G 2\n", {}},
-        {"two fields left over", "1 rs1 10 A G 0 0 1 1 0\n", "1 rs1 10 A G 2 ", {}},
-        {"two blanks in a row", "1  10 A G 0 0 1\n", "1  10 A G 2\n", {}},
-        {"empty lines and line ends", "\n\n1 rs1 10 A G 0 0 1\r\n\r\n1 rs2 11 A G 0 1 0",
-         "1 rs1 10 A G 2\n1 rs2 11 A G 1\n", {}},
-        {"no leading columns", "0 0 1 0 1 0\n", "2 1\n", {"-last-bef-geno", "-3"}},
-        {"the range converts everything", "1 a 1 A G 0 0 1\n1 b 2 A G 0 1 0\n", "1 a 1 A G 2\n1 b 2 A G 1\n",
-         {"-beg", "5", "-end", "10"}},
-        {"hard calls", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 0 3e9 0 0 -1.6 0 0 nan 0\n", "1 rs1 10 A G 1 2 0 -1 0\n",
-         {"-to-hard-call", "yes"}},
-        {"only yes is yes", "1 rs1 10 A G 0 0.5 0\n", "1 rs1 10 A G 0.5\n", {"-to-hard-call", "YES"}},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        EXPECT_EQ(convert(folder, "gentoAD", row.input, row.options).messages,
-                  "running genToAd()\nStatistical summary not provided\n") << row.name;
-        EXPECT_EQ(folder.read("out"), row.output) << row.name;
-        EXPECT_EQ(folder.files().size(), 2u) << row.name;  // no summary remains
-    }
-}
-
-TEST(GenToAd, SummarisesEveryLine)
-{
-    const struct {
-        const char *name, *input;
-        std::vector<std::string> options;
-        const char *row, *problems;
-    } cases[] = {
-        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", {}, "rs1\t1\t0.816497\t0.816497\t0\t2\t1\t1\t1\t0\n", "0"},
-        {"out of range", "1 rs1 10 A G 0 -1 0 0 0 1.5 0 0 0 0 nan 0\n", {}, "rs1\tnan\tnan\tnan\t-1\t3\t1\t0\t0\t3\n",
-         "3"},
-        {"hard calls are summarised plus a half", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 1 0 0 0 0 1\n",
-         {"-to-hard-call", "yes"}, "rs1\t1.7425\t0.747609\t0.429044\t0.5\t2.5\t0\t2\t1\t1\n", "1"},
-        {"no genotypes", "1 rs1 10 A G\n", {}, "rs1\tnan\tnan\tnan\t9.9\t-9.9\t0\t0\t0\t0\n", "0"},
-        {"name beyond the line", "1 rs1 10 A G 0 1 0\n", {"-rs-loc", "9"}, "\t1\t0\t0\t1\t1\t0\t1\t0\t0\n", "0"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        auto options = row.options;
-        options.insert(options.end(), {"-statistics", "yes"});
-        EXPECT_EQ(convert(folder, "gentoAD", row.input, options).messages,
-                  std::string("running genToAd()\nStatistical summary is provided\ndose problems: ") + row.problems
-                      + "\n") << row.name;
-        EXPECT_EQ(folder.read("out.stats"), header + row.row) << row.name;
-    }
+    expectConversions("gentoAD", {
+        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", {}, "1 rs1 10 A G 0 1 2\n", "(no file)",
+         "running genToAd()\nStatistical summary not provided\n"},
+        {"single precision", "1 rs1 10 A G 0 0.1234567 0.7654321\n", {}, "1 rs1 10 A G 1.65432\n"},
+        {"no genotypes", "1 rs1 10 A G\n1 rs2 11 A G 0 0 1\n", {}, "1 rs1 10 A G 1 rs2 11 A G 2\n"},
+        {"two fields left over", "1 rs1 10 A G 0 0 1 1 0\n", {}, "1 rs1 10 A G 2 "},
+        {"the range converts everything", "1 a 1 A G 0 0 1\n1 b 2 A G 0 1 0\n", {"-beg", "5", "-end", "10"},
+         "1 a 1 A G 2\n1 b 2 A G 1\n"},
+        {"only yes is yes", "1 rs1 10 A G 0 0.5 0\n", {"-to-hard-call", "YES"}, "1 rs1 10 A G 0.5\n"},
+        {"summary", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", {"-statistics", "yes"}, "1 rs1 10 A G 0 1 2\n",
+         header + "rs1\t1\t0.816497\t0.816497\t0\t2\t1\t1\t1\t0\n"},
+        {"summary, name beyond the line", "1 rs1 10 A G 0 1 0\n", {"-statistics", "yes", "-rs-loc", "9"},
+         "1 rs1 10 A G 1\n", header + "\t1\t0\t0\t1\t1\t0\t1\t0\t0\n"},
+        {"summary, hard calls plus a half", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 1 0 0 0 0 1\n",
+         {"-statistics", "yes", "-to-hard-call", "yes"}, "1 rs1 10 A G 1 2 0 2\n",
+         header + "rs1\t1.7425\t0.747609\t0.429044\t0.5\t2.5\t0\t2\t1\t1\n",
+         "running genToAd()\nStatistical summary is provided\ndose problems: 1\n"},
+    });
 }
 
 // Lines of this size are not kept as numbers, but read a second time.
@@ -72,30 +35,11 @@ TEST(GenToAd, SummarisesALongLine)
         line += " 0 1 0 0 0 1";
     for (const std::string isHard : {"no", "yes"}) {
         const Folder folder;
-        convert(folder, "gentoAD", line, {"-statistics", "yes", "-to-hard-call", isHard});
+        folder.write("in", line);
+        folder.runMode("gentoAD", {"-file", "in", "-out", "out", "-statistics", "yes", "-to-hard-call", isHard});
         const char *row = isHard == "no" ? "rs1\t1.5\t0.5\t0.333333\t1\t2\t0\t500000\t500000\t0\n"
                                          : "rs1\t2\t0.5\t0.25\t1.5\t2.5\t0\t500000\t0\t500000\n";
         EXPECT_EQ(folder.read("out.stats"), header + std::string(row));
-    }
-}
-
-TEST(GenToAd, RefusesWrongOptions)
-{
-    const struct {
-        std::vector<std::string> options;
-        const char *message;
-    } cases[] = {
-        {{"-beg", "10", "-end", "5"}, "Invalid range selected: beg > end\n"},
-        {{"-end", "x"}, "Invalid range selected: beg > end\n"},
-        {{"-rs-loc", "0"}, "Invalid rs number location selected\n"},
-        {{"-rs-loc", "1.5"}, "Invalid rs number location selected\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        const Result result = convert(folder, "gentoAD", "", row.options);
-        EXPECT_EQ(result.messages, row.message);
-        EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(folder.files().size(), 1u);
     }
 }
 

@@ -1,20 +1,23 @@
 #include "modes/mixfit_literal.h"
+#include "support/scanmodel.h"
 #include "text/readnumber.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <sstream>
-#include <vector>
 
 static std::vector<std::vector<float>> table;  // [value][population]
 static std::vector<float> x;
 static float minP, P1, P2, P3;
 
-static std::string number(double value)
+// The place of the first least value, 0 where none is below the limit.
+static size_t leastOf(const std::vector<float> &values, float limit)
 {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    return std::isnan(value) ? "nan" : text;
+    size_t place = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (values[i] < std::min(limit, values[place]))
+            place = i;
+    }
+    return place;
 }
 
 static void fit3(size_t one, size_t two, size_t three, float step)
@@ -55,47 +58,47 @@ static void fit2(size_t one, size_t two, float step)
 std::string LiteralFit::run(const std::string &references, const std::string &samples)
 {
     const size_t n = size_t(K);
-    std::vector<std::string> names;
-    std::string out, line, field;
+    Texts names;
+    std::string out, id;
     std::vector<double> sums(n), combiSums(n);
     table.assign(n, std::vector<float>(n));
-    std::istringstream referenceLines(references), sampleLines(samples);
-    for (size_t i = 0; std::getline(referenceLines, line); ++i) {
-        std::istringstream fields(line);
-        std::getline(fields, names.emplace_back(), '\t');
-        for (size_t j = 0; std::getline(fields, field, '\t'); ++j)
-            table[j][i] = text::readFloat(field);
+    for (const std::string &line : plainLines(references)) {
+        const Texts fields = plainFields(line, "\t");
+        for (size_t j = 0; j < n; ++j)
+            table[j][names.size()] = text::readFloat(fields[j + 1]);
+        names.push_back(fields[0]);
     }
-    while (std::getline(sampleLines, line)) {
-        std::istringstream fields(line);
-        std::string id;
-        std::getline(fields, id, '\t');
-        for (x.clear(); x.size() < n && std::getline(fields, field, '\t');)
-            x.push_back(text::readFloat(field));
+    const auto report = [&](const char *label, std::vector<double> &to,
+                            const std::vector<std::pair<size_t, float>> &proportions, const char *absent, float score) {
+        out += label + id;
+        for (const auto &[population, proportion] : proportions) {
+            to[population] += proportion;
+            out += " " + names[population] + " " + plainText(proportion);
+        }
+        out += absent + std::string(" score: ") + plainText(score) + "\n";
+    };
+    for (const std::string &line : plainLines(samples)) {
+        const Texts fields = plainFields(line, "\t");
+        id = fields[0];
+        x.clear();
+        for (size_t j = 0; j < n; ++j)
+            x.push_back(text::readFloat(fields[j + 1]));
 
         std::vector<float> d(n), mindiff(n), drop(n);
-        size_t best = 0;
-        float least = 999999.9f;
         for (size_t i = 0; i < n; ++i) {
             for (size_t j = 0; j < n; ++j)
                 d[i] += std::fabs(table[j][i] - x[j]);
-            if (d[i] < least)
-                least = d[i], best = i;
         }
+        const size_t best = leastOf(d, 999999.9f);
         out += "Best " + id;
         for (size_t rank = 0; rank < n; ++rank) {
-            size_t first = 0;
-            least = 9999.9f;
-            for (size_t i = 0; i < n; ++i) {
-                if (d[i] < least)
-                    least = d[i], first = i;
-            }
-            out += " " + names[first] + " " + number(least);
+            const size_t first = leastOf(d, 9999.9f);
+            out += " " + names[first] + " " + plainText(std::min(9999.9f, d[first]));
             d[first] = 9999.9f;
         }
         out += "\n ";
         for (float k = 0; step + 1.0 > k; k += step)
-            out += number(k) + " ";
+            out += plainText(k) + " ";
         out += "= mindiff mindiff_loc abs_drop rel_drop\n";
         for (size_t i = 0; i < n; ++i) {
             float base = 0, location = -9.9f;
@@ -113,7 +116,7 @@ std::string LiteralFit::run(const std::string &references, const std::string &sa
                 std::snprintf(text, sizeof text, "%.3f ", double(sum));
                 out += std::isnan(sum) ? "nan " : text;
             }
-            out += " __" + number(mindiff[i]) + "__" + number(location) + "\n";
+            out += " __" + plainText(mindiff[i]) + "__" + plainText(location) + "\n";
             drop[i] = (base - mindiff[i]) / base;
         }
         drop[best] = 2;
@@ -128,7 +131,7 @@ std::string LiteralFit::run(const std::string &references, const std::string &sa
             }
             if (step > most) {
                 pick = 0;
-                least = 9999.9f;
+                float least = 9999.9f;
                 for (size_t i = 0; i < n; ++i) {
                     if (mindiff[i] < least || (mindiff[i] == least && drop[i] > drop[pick]))
                         least = mindiff[i], pick = i;
@@ -140,61 +143,45 @@ std::string LiteralFit::run(const std::string &references, const std::string &sa
         const auto [one, two, three] = chosen;
         fit3(one, two, three, step);
         const int hits = 3 - (plimit > P1) - (plimit > P2) - (plimit > P3);
-        const auto add = [&](std::vector<double> &to, size_t population, float proportion) {
-            to[population] += proportion;
-            return names[population] + " " + number(proportion) + " ";
-        };
         if (!(plimit > 0) || hits == 3) {
-            out += "3Hits " + id + " " + add(sums, one, P1);
-            out += add(sums, two, P2);
-            out += add(sums, three, P3) + "score: " + number(minP) + "\n";
+            report("3Hits ", sums, {{one, P1}, {two, P2}, {three, P3}}, "", minP);
         } else if (hits > 0) {
             // Who stays, by the place of the one and only smallest proportion.
             const bool drops1 = P1 < P2 && P1 < P3, drops3 = P3 < P1 && P3 < P2;
             const size_t A = drops1 ? two : one, B = drops3 ? two : three;
             if (hits == 2) {
                 fit2(A, B, step);
-                out += "2Hits " + id + " " + add(sums, A, P1);
-                out += add(sums, B, P2) + "- - score: " + number(minP) + "\n";
+                report("2Hits ", sums, {{A, P1}, {B, P2}}, " - -", minP);
             } else {
                 minP = 0;
                 for (size_t j = 0; j < n; ++j)
                     minP += std::fabs(table[j][A] - x[j]);
-                out += "1Hit " + id + " " + add(sums, A, minP < 9999 ? 1.f : -9.f);
-                out += "- - - score: " + number(minP < 9999 ? minP : 9999) + "\n";
+                report("1Hit ", sums, {{A, minP < 9999 ? 1.f : -9.f}}, " - - -", minP < 9999 ? minP : 9999);
             }
         }
         if (!combinatorics)
             continue;
-        float proportions[3] = {-9, -9, -9}, score = 9999;
-        size_t triple[3] = {0, 0, 0};
+        std::vector<std::pair<size_t, float>> nearest;
+        float score = 9999;
         for (size_t p = 0; p < n; ++p) {
             for (size_t q = p + 1; q < n; ++q) {
                 for (size_t r = q + 1; r < n; ++r) {
                     fit3(p, q, r, step);
                     if (minP < score) {
                         score = minP;
-                        proportions[0] = P1, proportions[1] = P2, proportions[2] = P3;
-                        triple[0] = p, triple[1] = q, triple[2] = r;
+                        nearest = {{p, P1}, {q, P2}, {r, P3}};
                     }
                 }
             }
         }
-        out += "Combi " + id + " ";
-        int absent = 0;
-        for (int i = 0; i < 3; ++i) {
-            if (proportions[i] > 0)
-                out += add(combiSums, triple[i], proportions[i]);
-            else
-                ++absent;
-        }
-        out += absent == 1 ? "- - " : absent == 2 ? "- - - - " : "";
-        out += "score: " + number(score) + "\n";
+        std::erase_if(nearest, [](const auto &part) { return !(part.second > 0); });
+        static const char *const absent[] = {"", " - - - -", " - -", ""};
+        report("Combi ", combiSums, nearest, absent[nearest.size()], score);
     }
     for (size_t i = 0; i < n; ++i)
-        out += std::to_string(i) + " cumul_normal " + names[i] + " " + number(sums[i]) + "\n";
+        out += std::to_string(i) + " cumul_normal " + names[i] + " " + plainText(sums[i]) + "\n";
     out += "\n";
     for (size_t i = 0; combinatorics && i < n; ++i)
-        out += std::to_string(i) + " cumul_combi " + names[i] + " " + number(combiSums[i]) + "\n";
+        out += std::to_string(i) + " cumul_combi " + names[i] + " " + plainText(combiSums[i]) + "\n";
     return out;
 }

@@ -1,11 +1,10 @@
 #include "modes/mixfit_literal.h"
 #include "modes/mixkernels.h"
 #include "modes/mixsearch.h"
+#include "modes/modes.h"
 #include "support/program.h"
 #include "support/random.h"
 
-#include <cmath>
-#include <csignal>
 #include <gtest/gtest.h>
 
 static Result fit(const Folder &folder, std::string_view references, std::string_view samples,
@@ -19,18 +18,17 @@ static Result fit(const Folder &folder, std::string_view references, std::string
 
 static const std::string corners = "A\t1\t0\t0\nB\t0\t1\t0\nC\t0\t0\t1\n";
 
-// What a sample half A and half B leaves before its fit line, on a grid of halves.
-static const std::string halfAndHalf = "Best h A 1 B 1 C 2\n"
-                                       " 0 0.5 1 = mindiff mindiff_loc abs_drop rel_drop\n"
-                                       "A 1.000 1.000 1.000  __1__0\n"
-                                       "B 1.000 0.000 1.000  __0__0.5\n"
-                                       "C 1.000 1.000 2.000  __1__0\n";
-
 TEST(MixFit, WritesTheReport)
 {
+    // Of a sample half A and half B, on a grid of halves.
+    const std::string sample = "Best h A 1 B 1 C 2\n"
+                               " 0 0.5 1 = mindiff mindiff_loc abs_drop rel_drop\n"
+                               "A 1.000 1.000 1.000  __1__0\n"
+                               "B 1.000 0.000 1.000  __0__0.5\n"
+                               "C 1.000 1.000 2.000  __1__0\n";
     const std::string normal = "0 cumul_normal A 0.5\n1 cumul_normal B 0.5\n2 cumul_normal C 0\n\n";
     const std::string none = "0 cumul_normal A 0\n1 cumul_normal B 0\n2 cumul_normal C 0\n\n";
-    const std::string three = halfAndHalf + "3Hits h A 0.5 B 0.5 C 0 score: 0\n";
+    const std::string three = sample + "3Hits h A 0.5 B 0.5 C 0 score: 0\n";
     const std::string combi = "0 cumul_combi A 0.5\n1 cumul_combi B 0.5\n2 cumul_combi C 0\n";
     const struct {
         const char *name;
@@ -38,19 +36,15 @@ TEST(MixFit, WritesTheReport)
         std::vector<std::string> options;
         std::string report;
     } cases[] = {
-        {"no limit", corners, "h\t.5\t.5\t0", {}, three + normal},
-        {"two reach the limit", corners, "h\t.5\t.5\t0\n", {"-plimit", "0.5"},
-         halfAndHalf + "2Hits h A 0.5 B 0.5 - - score: 0\n" + normal},
-        {"none does", corners, "h\t.5\t.5\t0\n", {"-plimit", "0.6"}, halfAndHalf + none},
+        {"two reach the limit", corners, "h\t.5\t.5\t0", {"-plimit", "0.5"},
+         sample + "2Hits h A 0.5 B 0.5 - - score: 0\n" + normal},
         {"triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "YES"},
          three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi},
-        {"no triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "Yes"}, three + normal},
-        {"headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",
-         "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES"}, three + normal},
-        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"},
+        {"no triples, headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",
+         "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES", "-combinatorics", "Yes"},
          three + normal},
-        {"comma", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "h,.5,.5,0", {"-delim", "comma"}, three + normal},
-        {"no sample", corners, "", {}, none},
+        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"}, three + normal},
+        {"comma, no sample", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "", {"-delim", "comma"}, none},
     };
     for (const auto &row : cases) {
         const Folder folder;
@@ -69,26 +63,22 @@ TEST(MixFit, EndsWithAMessage)
         std::string references;
         std::vector<std::string> options;
         std::string messages;
-        int status = 1;
     } cases[] = {
         {corners, {"-step", "0.0009", "-refpops", "3.5"}, "You have less than 3 ref populations\n"},
         {corners, {"-refpops", "3", "-step", "0.0009"}, "Incorrect step\n"},
-        {corners, {"-refpops", "3", "-step", "nan"}, "Incorrect step\n"},
         {corners, {"-refpops", "3", "-step", "2147484"}, "Incorrect step\n"},
-        {corners, {"-refpops", "3", "-out", "r"}, running + "Output file 'r' is also an input\n"},
+        {corners, {"-refpops", "3", "-step", "nan"}, "Incorrect step\n"},
         {corners, {"-refpops", "4"}, running + "Reference file must hold 4 lines of 4 values\n"},
         {corners + "D\t1\t0\t0\n", {"-refpops", "3"}, running + notThree},
         {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, running + notThree},
         {corners, {"-refpops", "2147483647"}, running},  // more memory than there is
         {corners, {"-refpops", "3"}, running + "Sample short has fewer than 3 values\n"},
-        {corners, {"-refpops", "3", "-delim", std::string(19, 'x')}, running + notThree},
-        {corners, {"-delim", std::string(20, 'x'), "-refpops", "2"}, "", -SIGABRT},
     };
     for (const auto &row : cases) {
         const Folder folder;
         const Result run = fit(folder, row.references, "h\t.5\t.5\t0\nshort\t1\t1\n", row.options);
         EXPECT_EQ(run.messages, row.messages) << testing::PrintToString(row.options);
-        EXPECT_EQ(run.status, row.status) << testing::PrintToString(row.options);
+        EXPECT_EQ(run.status, 1) << testing::PrintToString(row.options);
     }
     const Folder folder;
     EXPECT_EQ(folder.runMode("mf", {"-ref", "r"}).messages, "You need to specify '-file'.\n\n");
@@ -144,56 +134,25 @@ private:
     bool m_isWild;
 };
 
-TEST(MixFit, GivesTheBytesOfThePlainLoops)
+TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
 {
-    for (uint64_t seed = 1; seed <= 400; ++seed) {
+    for (uint64_t seed = 1; seed <= 300 / slowChild; ++seed) {
         Problem problem(seed);
         LiteralFit &plain = problem.fit;
-        const Folder folder;
-        fit(folder, problem.references, problem.samples,
-            {"-refpops", std::to_string(plain.K), "-step", std::to_string(plain.step), "-plimit",
-             std::to_string(plain.plimit), "-combinatorics", plain.combinatorics ? "yes" : "no"});
-        const std::string report = folder.read("s.out");
-        ASSERT_TRUE(report == plain.run(problem.references, problem.samples))
-            << "seed " << seed << "\n" << problem.references << problem.samples << report;
-    }
-}
-
-// Results of the searches over a random problem, with the kernels in use.
-static std::vector<float> searchResults(uint64_t seed)
-{
-    RandomText random(seed);
-    const int K = int(3 + random.below(7));
-    EXPECT_TRUE(allocateTable(K, K));
-    testValues.clear();
-    for (int j = 0; j < K; ++j) {
-        for (int i = 0; i < K; ++i)
-            myTable[j][i] = random.oneIn(50) ? 1e38f : random.oneIn(50) ? NAN : float(random.below(99)) / 97;
-        testValues.push_back(float(random.below(99)) / 300);
-    }
-    combMatrix(0, 1, 2, 0.01f);
-    std::vector<float> results = {minP, P1, P2, P3}, distances;
-    const BestTriple best = searchTriples(2, 0, 1, 0.04f);
-    for (size_t i = 0; i < 3; ++i)
-        results.insert(results.end(), {best.score, best.proportions[i], float(best.populations[i])});
-    scanPair(0, 1, pairGrid({0, 0.25, 0.5, 0.75, 1}), distances);
-    results.insert(results.end(), distances.begin(), distances.begin() + 5);
-    releaseTable();
-    for (float &result : results)
-        result = result != result ? -1 : result;
-    return results;
-}
-
-TEST(MixSearch, GivesTheSameWithAnyInstructions)
-{
-    for (uint64_t seed = 1; seed <= 200; ++seed) {
-        searchKernels = &allSearchKernels()[0];
-        const std::vector<float> plain = searchResults(seed);
-        for (const SearchKernels &kernels : allSearchKernels().subspan(1)) {
+        const std::string expected = plain.run(problem.references, problem.samples);
+        for (const SearchKernels &kernels : allSearchKernels()) {
+            if (!kernels.isSupported())
+                continue;
             searchKernels = &kernels;
-            if (kernels.isSupported()) {
-                EXPECT_EQ(searchResults(seed), plain) << kernels.name << ", seed " << seed;
-            }
+            const Folder folder;
+            folder.write("r", problem.references);
+            folder.write("s", problem.samples);
+            folder.runInChild(mixFit, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
+                                       {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
+                                       {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
+            const std::string report = folder.read("s.out");
+            ASSERT_TRUE(report == expected) << kernels.name << ", seed " << seed << "\n"
+                                            << problem.references << problem.samples << report;
         }
     }
     searchKernels = &widestSearchKernels();

@@ -39,8 +39,7 @@ TEST(PeakScan3, WritesMarkersAndRanges)
                                   "5\t7\t600\t0\t3.33333\t0\t0\n6\t7\t700\t0\t0\t0\t0\n");
     EXPECT_EQ(folder.read("out.ranges"), "SUM: max: 3 400 20 maxder: 0.16 range: 300 500 200 3\n");
 
-    // The last marker of the first peak is at 500, and the last one before the second at 500 + 19998 or
-    // 19999.
+    // The last marker of the first peak is at 500, and the last one before the second at 500 + 19998 or 19999.
     for (const auto &[offset, ranges] : {std::pair(19798, 1), std::pair(19799, 2), std::pair(30000, 2)}) {
         scan(folder, peak(0) + peak(offset + 500));
         EXPECT_EQ(std::ranges::count(folder.read("out.ranges"), '\n'), ranges) << offset;

@@ -1,35 +1,10 @@
 // The modes over pairs of relatives.
-#include "main/console.h"
-#include "main/options.h"
 #include "modes/modes.h"
 #include "modes/relatedness_literal.h"
-#include "support/program.h"
+#include "support/genotypemodel.h"
 #include "support/random.h"
 
 #include <gtest/gtest.h>
-#include <span>
-#include <sys/wait.h>
-#include <unistd.h>
-
-// Runs the mode function in a child of this process, which costs a tenth of starting the program. Messages go
-// to the file "messages".
-static int runInChild(const Folder &folder, void (*mode)(), const std::map<std::string, std::string> &options)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        if (chdir(folder.path("").c_str()) != 0 || !std::freopen("messages", "w", stdout))
-            _exit(99);
-        startConsole();
-        Switches.clear();
-        for (const auto &[name, value] : options)
-            Switches.insert(Switches.end(), {name, value});
-        mode();
-        finish(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 // Few individuals in many pairs, with ties, duplicates, self pairs, names that make trouble, and odd values.
 static std::string randomTable(RandomText &random, size_t fields)
@@ -55,12 +30,7 @@ static std::string randomTable(RandomText &random, size_t fields)
 static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralRun &)> &literal,
                                const Choices &choices)
 {
-#if defined(__SANITIZE_ADDRESS__)
-    const uint64_t runs = 100;  // a child takes 40 times as long
-#else
-    const uint64_t runs = 1000;
-#endif
-    for (uint64_t seed = 1; seed <= runs; ++seed) {
+    for (uint64_t seed = 1; seed <= 1000 / slowChild; ++seed) {
         RandomText random(seed);
         LiteralRun expected;
         const std::string table = randomTable(random, 3), weights = randomTable(random, 2);
@@ -73,74 +43,13 @@ static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralR
         const Folder folder;
         for (const auto &[name, bytes] : expected.files)
             folder.write(name, bytes);
-        const int status = runInChild(folder, mode, expected.options);
+        const int status = folder.runInChild(mode, expected.options);
         literal(expected);
         expected.files["messages"] = expected.messages;
         SCOPED_TRACE("seed " + std::to_string(seed) + testing::PrintToString(expected.options));
         ASSERT_EQ(status, expected.status);
         ASSERT_EQ(folder.files(), expected.files);
     }
-}
-
-struct Case {
-    const char *name, *input;
-    std::vector<std::string> options;
-    const char *messages, *out;
-};
-
-TEST(Family, GroupsConnectedPairs)
-{
-    const std::string running = "running family()\n\n";
-    const Case cases[] = {
-        {"a chain", "B\tA\t0.5\nB\tC\t0.5\nD\tC\t0.25\nX\tA\t0.01\n", {"-showmatrix", "yes"}, "",
-         "1) 4 x  A B C D\n\n\tA\tB\tC\tD\nA\t1\t0.5\t0\t0\nB\t0.5\t1\t0.5\t0\nC\t0\t0.5\t1\t0.25\n"
-         "D\t0\t0\t0.25\t1\n\n"},
-        {"a later value shows", "A\tB\t0.5\nB\tA\t0.7\n\nA\tA\t0.9\n\n", {"-showmatrix", "yes"},
-         "Duplicate declaration (not used) at 2\nDuplicate declaration (not used) at 2\n"
-         "Comparison with self at 3\n", "1) 2 x  A B\n\n\tA\tB\nA\t1\t0.7\nB\t0.7\t1\n\n"},
-        {"the header's pair shows", "C\tB\t0.05\nA\tB\t1\nA\tC\t1\r\n",
-         {"-header", "Yes", "-showmatrix", "yes"}, "",
-         "1) 3 x  A B C\n\n\tA\tB\tC\nA\t1\t1\t1\nB\t1\t1\t0.05\nC\t1\t0.05\t1\n\n"},
-        {"crossed delimiters", "A\\B\\-0\n", {"-delim", "slash", "-threshold", "0", "-showmatrix", "yes"}, "",
-         "1) 2 x  A B\n\n\tA\tB\nA\t1\t0\nB\t0\t1\n\n"},
-    };
-    for (const Case &row : cases) {
-        const Folder folder;
-        folder.write("in", row.input);
-        auto options = row.options;
-        options.insert(options.end(), {"-file", "in", "-out", "o"});
-        const Result run = folder.runMode("fam", options);
-        EXPECT_EQ(run.messages, running + row.messages) << row.name;
-        EXPECT_EQ(folder.read("o"), row.out) << row.name;
-    }
-}
-
-TEST(Family, AddsToItsStatistics)
-{
-    const Folder folder;
-    folder.write("in", "A B 0.5\nC D 0.5\nC E 0.5\nF F 1\n");
-    for (const char *threshold : {"0.1", "0.9"})
-        folder.runMode("family", {"-file", "in", "-delim", "space", "-threshold", threshold});
-    EXPECT_EQ(folder.read("in.out.stats"), "fsize 2 thold 0.1 totind 5 famnum 2 avg 2.5 maxfam 3\n"
-                                           "fsize 2 thold 0.9 totind 0 famnum 0 avg 0 maxfam 0\n");
-    // More than the tables of names and pairs begin with; every pair once more the other way round.
-    std::string table, duplicates;
-    for (int i = 0; i < 6000; ++i) {
-        const std::string pair[2] = {"A" + std::to_string(i / 2), "B" + std::to_string(i / 2)};
-        table += pair[i % 2] + "\t" + pair[1 - i % 2] + "\t1\n";
-        duplicates += i % 2 ? "Duplicate declaration (not used) at " + std::to_string(i + 1) + "\n" : "";
-    }
-    folder.write("many", table);
-    EXPECT_EQ(folder.runMode("family", {"-file", "many", "-out", "m"}).messages, "running family()\n\n" + duplicates);
-    EXPECT_EQ(folder.read("m.stats"), "fsize 2 thold 0.1 totind 6000 famnum 3000 avg 2 maxfam 2\n");
-    EXPECT_EQ(folder.runMode("family", {"-out", "o"}).messages, "You need to specify '-file'.\n\n");
-    EXPECT_EQ(folder.runMode("family", {"-file", "in", "-out", "o"}).messages,
-              "running family()\n\nerror in input file\n");
-    EXPECT_EQ(folder.read("o"), "");
-    folder.write("t", "A\tB\t1\n");
-    ASSERT_EQ(symlink("t", folder.path("x.stats").c_str()), 0);
-    EXPECT_EQ(folder.runMode("family", {"-file", "t", "-out", "x"}).messages,
-              "running family()\n\nOutput file 'x.stats' is also an input\n");
 }
 
 TEST(Relatedness, AgreesWithTheLiteralProcedures)
@@ -159,55 +68,59 @@ TEST(Relatedness, AgreesWithTheLiteralProcedures)
     compareWithLiteral(relout6, [](LiteralRun &run) { run.relout(true); }, removal);
 }
 
-TEST(Relout, RemovesTheIndividualInMostPairs)
+// What the plain procedures rest upon, by hand; tables parted by blanks.
+TEST(Relatedness, WorksOnSmallTables)
 {
-    const Case relout5Cases[] = {
-        {"all messages", "A B 0.5\nC D 0.05\n", {}, "Flag '-pfile' not specified, so pfile not used.\n\n"
+    const std::string running = "running family()\n\n";
+    const struct {
+        const char *mode, *name, *input;
+        std::vector<std::string> options;
+        std::string messages, out;
+    } cases[] = {
+        {"fam", "a chain", "B A 0.5\nB C 0.5\nD C 0.25\nX A 0.01\n", {"-showmatrix", "yes"}, running,
+         "1) 4 x  A B C D\n\n\tA\tB\tC\tD\nA\t1\t0.5\t0\t0\nB\t0.5\t1\t0.5\t0\nC\t0\t0.5\t1\t0.25\n"
+         "D\t0\t0\t0.25\t1\n\n"},
+        {"family", "crossed delimiters", "A\\B\\-0\n", {"-delim", "slash", "-threshold", "0", "-showmatrix", "yes"},
+         running, "1) 2 x  A B\n\n\tA\tB\nA\t1\t0\nB\t0\t1\n\n"},
+        {"RELOUT5", "all messages", "A B 0.5\nC D 0.05\n", {}, "Flag '-pfile' not specified, so pfile not used.\n\n"
          "limit= 0.1 pidsize=1\nMode=1\nPdefault=0\nrunning relout5()\nMain table read in\n"
          "All pval weights are set to 1\nPval file not used. Total of 2 entries to start with.\n"
          "Entering main while\n1 done; remaining 1\n", "0 A 1 0.5 2 2\n"},
         // The pair that moves to the front is passed over, and so is the individual.
-        {"a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {"-mode", "0"},
+        {"relout5", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {"-mode", "0"},
          "\n1 done; remaining 2\n2 done; remaining 1\n", "0 A 3 1.25 4 1\n0 A 1 0.25 2 2\n"},
-        {"largest sum", "A B 0.3\nC D 0.5\n", {}, "\n1 done; remaining 2\n2 done; remaining 1\n",
-         "2 C 1 0.5 4 4\n0 A 1 0.3 2 2\n"},
-        {"least weight", "A B 0.3\nC D 0.5\n", {"-mode", "2", "-pfile", "p"}, "Pfile read in\nImpute B 0\n"
-         "Impute D 0\nMissing values entered. Total of 5 entries to start with.\nEntering main while\n"
+        {"relout5", "least weight", "A B 0.3\nC D 0.5\n", {"-mode", "2", "-pfile", "p"}, "Pfile read in\n"
+         "Impute B 0\nImpute D 0\nMissing values entered. Total of 5 entries to start with.\nEntering main while\n"
          "1 done; remaining 3\n2 done; remaining 1\n", "3 B 1 0.3 5 5 0\n2 D 1 0.5 3 3 0\n"},
-        {"no tie", "A B 1\r\nA C 1\r\n", {"-mode", "3"}, "1 done; remaining 2\nWrong mode!\n",
-         "0 A 2 2 3 1\n"},
-        {"short line", "h\n\nA B 1\nA B\n", {"-header", "yes"},
-         "running relout5()\nPair table line 4 has fewer than 3 fields\n", ""},
-        {"no weights", "A B 1\n", {"-pfile", "q"}, "Main table read in\nPfile not found\n", ""},
-    };
-    const Case relout6Cases[] = {
-        {"a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {}, "while\n1 done; pentrynum0\n", "0 A 3 1.25 4 1\n"},
-        {"two families", "A B 0.3\nC D 0.5\n", {}, "while\n1 done; pentrynum2\n2 done; pentrynum0\n",
-         "2 C 1 0.5 4 4\n0 A 1 0.3 2 2\n"},
+        {"relout6", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {}, "while\n1 done; pentrynum0\n", "0 A 3 1.25 4 1\n"},
         // A has most pairs, but none that can be removed; they still count for B.
-        {"pairs of 0", "A B 0\nA C 0\nA D -1\nB E 1\nF G 1\n", {"-limit", "-2"},
+        {"relout6", "pairs of 0", "A B 0\nA C 0\nA D -1\nB E 1\nF G 1\n", {"-limit", "-2"},
          "while\n1 done; pentrynum4\n2 done; pentrynum2\n3 done; pentrynum0\n",
          "0 A 3 -1 7 1\n0 B 2 1 4 1\n0 F 1 1 2 2\n"},
-        {"one named NA", "NA B 1\nNA C 1\nD E 1\n", {"-mode", "0"},
-         "while\n1 done; pentrynum3\n2 done; pentrynum2\n3 done; pentrynum0\n",
-         "0 B 1 1 5 4\n0 C 1 1 3 3\n0 D 1 1 2 2\n"},
-        {"all named NA", "NA NA 1\n", {"-pfile", "in"}, "while\n", ""},
     };
-    const auto expectAll = [](const char *mode, std::span<const Case> cases) {
-        for (const Case &row : cases) {
-            const Folder folder;
-            folder.write("in", row.input);
-            folder.write("p", "C 0.1\nX 0\nA 0.5\nC 9\n");
-            auto options = row.options;
-            options.insert(options.end(), {"-file", "in", "-out", "o", "-delim", "space", "-limit", "0.1"});
-            const std::string messages = folder.runMode(mode, options).messages;
-            EXPECT_TRUE(messages.ends_with(row.messages)) << row.name << "\n" << messages;
-            EXPECT_EQ(folder.read("o"), row.out) << row.name;
-        }
-    };
-    expectAll("RELOUT5", relout5Cases);
-    expectAll("relout6", relout6Cases);
-    EXPECT_EQ(Folder().runMode("relout5", {}).messages, "You need to specify '-file'.\n\n");
+    for (const auto &row : cases) {
+        const Folder folder;
+        folder.write("p", "C 0.1\nX 0\nA 0.5\nC 9\n");
+        auto options = row.options;
+        options.insert(options.end(), {"-delim", "space", "-limit", "0.1"});
+        const std::string messages = convert(folder, row.mode, row.input, options).messages;
+        EXPECT_TRUE(messages.ends_with(row.messages)) << row.name << "\n" << messages;
+        EXPECT_EQ(folder.read("out"), row.out) << row.name;
+    }
+}
+
+// More than the tables of names and pairs begin with; every pair once more the other way round.
+TEST(Family, KnowsThousandsOfPairs)
+{
+    std::string table, duplicates;
+    for (int i = 0; i < 6000; ++i) {
+        const std::string pair[2] = {"A" + std::to_string(i / 2), "B" + std::to_string(i / 2)};
+        table += pair[i % 2] + "\t" + pair[1 - i % 2] + "\t1\n";
+        duplicates += i % 2 ? "Duplicate declaration (not used) at " + std::to_string(i + 1) + "\n" : "";
+    }
+    const Folder folder;
+    EXPECT_EQ(convert(folder, "family", table).messages, "running family()\n\n" + duplicates);
+    EXPECT_EQ(folder.read("out.stats"), "fsize 2 thold 0.1 totind 6000 famnum 3000 avg 2 maxfam 2\n");
 }
 
 // Their places are counted by blocks.
@@ -227,7 +140,6 @@ TEST(Relout, RanksThousandsOfCandidates)
         isLeft[size_t(pair)] = 0;
     }
     const Folder folder;
-    folder.write("in", table);
-    folder.runMode("relout6", {"-file", "in", "-out", "o"});
-    EXPECT_EQ(folder.read("o"), expected);
+    convert(folder, "relout6", table);
+    EXPECT_EQ(folder.read("out"), expected);
 }

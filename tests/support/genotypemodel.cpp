@@ -1,11 +1,8 @@
 #include "support/genotypemodel.h"
 #include "support/random.h"
-#include "text/fields.h"
+#include "text/readnumber.h"
 
 #include <gtest/gtest.h>
-
-#include <cmath>
-#include <regex>
 
 std::string ModelLine::at(long i) const
 {
@@ -14,27 +11,21 @@ std::string ModelLine::at(long i) const
 
 double ModelLine::number(long i) const
 {
-    static const std::regex real("\\s*([+-]?(\\d+\\.?\\d*|\\.\\d+)(e[+-]?\\d+)?|[+-]?inf|nan)\\s*",
-                                 std::regex::icase);
-    const std::string field = at(i);
-    return std::regex_match(field, real) ? std::strtod(field.c_str(), nullptr) : 0;
+    return text::readDouble(at(i));
 }
 
 std::vector<ModelLine> modelLines(const std::string &input)
 {
+    Texts texts = plainFields(input, "\n");
+    const bool isEnded = texts.back().empty();
+    if (isEnded)
+        texts.pop_back();
     std::vector<ModelLine> lines;
-    for (size_t first = 0; first < input.size();) {
-        const size_t end = std::min(input.find('\n', first), input.size());
-        std::string line = input.substr(first, end - first);
-        if (end < input.size() && line.ends_with('\r'))
-            line.pop_back();
-        first = end + 1;
-        lines.push_back({{}, first >= input.size()});
-        if (line.empty())
-            continue;
-        std::vector<std::string_view> fields;
-        text::splitFields(line, " ", fields);
-        lines.back().fields.assign(fields.begin(), fields.end());
+    for (std::string &text : texts) {
+        const bool isLast = &text == &texts.back();
+        if (text.ends_with('\r') && (isEnded || !isLast))
+            text.pop_back();
+        lines.push_back({text.empty() ? Texts() : plainFields(text, " "), isLast});
     }
     return lines;
 }
@@ -42,12 +33,7 @@ std::vector<ModelLine> modelLines(const std::string &input)
 long modelInteger(const OptionMap &options, const std::string &name, long absent)
 {
     const auto found = options.find(name);
-    if (found == options.end() || found->second.empty())
-        return absent;
-    if (!std::regex_match(found->second, std::regex("[+-]?\\d+")))
-        return 0;
-    const long value = std::stol(found->second);
-    return value == int(value) ? value : 0;
+    return found == options.end() || found->second.empty() ? absent : text::readInteger(found->second);
 }
 
 std::string modelColumns(const ModelLine &line, long columns)
@@ -82,6 +68,18 @@ Result convert(const Folder &folder, const std::string &mode, std::string_view i
     folder.write("in", input);
     options.insert(options.begin(), {"-file", "in", "-out", "out"});
     return folder.runMode(mode, options);
+}
+
+void expectConversions(const std::string &mode, const std::vector<Conversion> &cases)
+{
+    for (const Conversion &row : cases) {
+        const Folder folder;
+        const Result run = convert(folder, mode, row.input, row.options);
+        EXPECT_EQ(run.status, 0) << mode << ": " << row.name;
+        EXPECT_EQ(folder.read("out"), row.out) << mode << ": " << row.name;
+        EXPECT_EQ(folder.read("out.stats"), row.stats) << mode << ": " << row.name;
+        EXPECT_TRUE(row.messages.empty() || run.messages == row.messages) << row.name << ": " << run.messages;
+    }
 }
 
 static ModelResult runProgram(const std::string &mode, const std::string &input, const OptionMap &options)

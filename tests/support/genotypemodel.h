@@ -13,11 +13,11 @@ using OptionMap = std::map<std::string, std::string>;
 
 // A line of the input as the modes see it.
 struct ModelLine {
-    std::vector<std::string> fields;  // parted at every blank; none for an empty line
-    bool isLast;                      // no byte follows
+    Texts fields;  // parted at every blank; none for an empty line
+    bool isLast;   // no byte follows
 
-    std::string at(long i) const;     // "" outside the line
-    double number(long i) const;      // 0 for no number
+    std::string at(long i) const;  // "" outside the line
+    double number(long i) const;   // 0 for no number
     long size() const { return long(fields.size()); }
 };
 std::vector<ModelLine> modelLines(const std::string &input);
@@ -25,6 +25,15 @@ std::vector<ModelLine> modelLines(const std::string &input);
 // Runs the mode on a file of these bytes; the results go to "out" and "out.stats".
 Result convert(const Folder &folder, const std::string &mode, std::string_view input,
                std::vector<std::string> options = {});
+
+// A run of that kind and what it leaves.
+struct Conversion {
+    const char *name;
+    std::string input;
+    std::vector<std::string> options;
+    std::string out, stats = "(no file)", messages = "";  // no messages: any
+};
+void expectConversions(const std::string &mode, const std::vector<Conversion> &cases);
 
 long modelInteger(const OptionMap &options, const std::string &name, long absent);
 

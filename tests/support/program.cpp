@@ -1,4 +1,6 @@
 #include "support/program.h"
+#include "main/console.h"
+#include "main/options.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -6,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -45,12 +48,6 @@ Folder::Folder()
     m_path = name;
 }
 
-Folder::Folder(const std::string &newPath)
-    : m_path(newPath)
-{
-    fs::create_directory(m_path);
-}
-
 Folder::~Folder()
 {
     std::error_code error;
@@ -81,7 +78,7 @@ Result Folder::run(const std::vector<std::string> &arguments, const std::string 
     const char *program = std::getenv("MORVEL_PROGRAM");
     if (!program)
         throw std::runtime_error("MORVEL_PROGRAM does not name the program under test");
-    const Folder streams(m_path + "-streams");
+    const Folder streams;
     std::string command = "cd " + quoted(m_path) + " && { " + shell + " " + quoted(program);
     for (const std::string &argument : arguments)
         command += " " + quoted(argument);
@@ -102,4 +99,22 @@ Result Folder::runMode(const std::string &mode, std::vector<std::string> options
 {
     options.insert(options.begin(), {"-M", mode});
     return run(options);
+}
+
+int Folder::runInChild(void (*mode)(), const std::map<std::string, std::string> &options) const
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        if (chdir(m_path.c_str()) != 0 || !std::freopen("messages", "w", stdout))
+            _exit(99);
+        startConsole();
+        Switches.clear();
+        for (const auto &[name, value] : options)
+            Switches.insert(Switches.end(), {name, value});
+        mode();
+        finish(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
