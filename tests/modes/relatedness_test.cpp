@@ -136,7 +136,8 @@ TEST(Relout, RanksThousandsOfCandidates)
         const int pair = pairOf[size_t(value) - 1];
         const auto loc = 2 * std::count(isLeft.begin(), isLeft.begin() + pair, 1);
         const std::string left = " " + std::to_string(2 * value);
-        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left + "\n";
+        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left
+                    + "\n";
         isLeft[size_t(pair)] = 0;
     }
     const Folder folder;
