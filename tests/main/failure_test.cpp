@@ -25,8 +25,3 @@ TEST(Failure, AClosedStandardOutputIsToldOnStandardError)
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "Cannot write 'standard output'\n");
 }
-
-TEST(Failure, DevicesMayBeNamedTwice)
-{
-    EXPECT_EQ(Folder().runMode("gentoAD", {"-file", "/dev/null", "-out", "/dev/null"}).status, 0);
-}

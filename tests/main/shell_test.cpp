@@ -1,4 +1,3 @@
-#include "main/modes.h"
 #include "main/timing.h"
 #include "support/program.h"
 
@@ -52,21 +51,6 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
     }
 }
 
-TEST(Shell, RunsEverySpellingOfTheTable)
-{
-    for (const Mode &mode : allModes()) {
-        const Folder folder;
-        const Result run = folder.run({"-M", mode.name});
-        if (isUnavailable(mode))
-            EXPECT_EQ(run.messages, std::string(mode.name) + " is not available in this version\n");
-        else if (mode.run)  // without its input a mode says so, if only by its status or the files it leaves
-            EXPECT_FALSE(run.messages.empty() && run.errors.empty() && folder.files().empty() && run.status == 0)
-                << mode.name;
-        else
-            EXPECT_EQ(run.messages, "") << mode.name;
-    }
-}
-
 TEST(Shell, CollectsPairsOfWhichTheFirstCounts)
 {
     const struct {
@@ -78,7 +62,8 @@ TEST(Shell, CollectsPairsOfWhichTheFirstCounts)
         {"the first of two counts", {"-file", "a", "-file", "b"}, "running genToAd()\nInput file not found\n"},
         {"a value is also looked at as an option", {"-out", "-file", "a"},
          "running genToAd()\nOutput file '-file' is also an input\n"},
-        {"what another mode accepts is passed over", {"-gfile", "-file", "a"}, "running genToAd()\nInput file not found\n"},
+        {"what another mode accepts is passed over", {"-gfile", "-file", "a"},
+         "running genToAd()\nInput file not found\n"},
     };
     for (const auto &row : cases) {
         const Folder folder;

@@ -10,28 +10,15 @@ TEST(Averages, AreWritten)
     expectConversions("avgAD", {
         {"all", "1 r 7 A G 0 1 2\n", {}, "1 r 7 A G 1 0.816497"},  // the square root of 2/3
         {"only-values", "1 r 7 A G 0 1 2\n1 s 8 A G 1 2\n", {"-show", "only-values"}, "1\n1.5"},
-        {"some", "1 r 7 A G 0 1 3 9\n", {"-beg", "2", "-end", "3"}, "1 r 7 A G 2 1"},
         {"empty values", "1 r 7 A G 1 3\n", {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
          "1 r 7 A G 2 1"},
         {"short line", "a b\n", {}, "a b    nan nan"},
-        {"empty lines", "\n1 r 7 A G 1\n\n", {}, "1 r 7 A G 1 0\n"},  // a line follows, though it is empty
     });
     expectConversions("avgGEN", {
         {"class means, dosage, deviation", "1 r 7 A G 1 0 0 0 0 1\n", {}, "1 r 7 A G 0.5 0 0.5 1 1"},
-        {"some", "1 r 7 A G 1 0 0 0 1 0 0 0 1 1 0 0\n", {"-beg", "2", "-end", "3"},
-         "1 r 7 A G 0 0.5 0.5 1.5 0.5"},
         {"incomplete triplet", "1 r 7 A G 0 1 0 0 1\n", {"-show", "no-stdev"}, "1 r 7 A G 0 1 0"},
         {"before the line", "1 0 0 0 0 1\n", {"-last-bef-geno", "0", "-beg", "-9"}, "0.5 0 0.5 1 1"},
     });
-}
-
-TEST(AvgGen, StopsAtALineWithoutIndividuals)
-{
-    const Folder folder;
-    const auto run = convert(folder, "avggen", "1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n", {"-beg", "2"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.messages, "running avgGen()\n\nCounter < 1\n");
-    EXPECT_EQ(folder.read("out"), "1 r 7 A G 0 0 1 2 0\n1 s 8 A G ");
 }
 
 // The individuals of a line that the options choose, `width` fields each: the positions of their first fields.

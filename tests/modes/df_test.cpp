@@ -77,12 +77,4 @@ TEST(TTables, AreLookedUpAsByAScan)
         p.clear();
         t.clear();
     }
-    // A statistic equal to a row's gives the row's p: the square root of R2 / (1 - R2) is 1 for an R2 of a half.
-    df1();
-    const double row = p[101];
-    ASSERT_EQ(t[101], 1.0);
-    EXPECT_EQ(lookUp(0.5, 3).t, std::sqrt(0.5) * std::sqrt(1 / 0.5));
-    EXPECT_NEAR(lookUp(0.5, 3).p, row, 1e-15);
-    p.clear();
-    t.clear();
 }

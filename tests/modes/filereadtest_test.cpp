@@ -15,7 +15,6 @@ TEST(ReadTest, WritesItsMarkerLines)
         std::string input;
     } cases[] = {
         {"two lines", line + "\n" + line + "\n"},
-        {"empty", ""},
         {"short and empty lines, words that are no numbers", "1 rs1\n\r\n\n1 rs2 10 A G x  y"},
         {"long words", "1 rs1 10 A G 0.12345678901234567890 " + std::string(200000, '7') + "\n" + line},
         {"more than a block", std::string(4000000, ' ') + std::string(3000000, '1')},

@@ -13,8 +13,6 @@ TEST(GenToLetters, SpellsTheMostProbableGenotype)
          marker + "AG"},
         {"flip", "1 r 7 aTGcAx C 1 0 0 0 1 0\n", {"-flip", "yes", "-genodelim", "tab"},
          "1 r 7 aTGcAx C TACGTx\tTACGTx TACGTx\tG"},
-        {"other columns", marker + "1 0 0 0 1 0\n", {"-gen1-loc", "2", "-gen2-loc", "1"}, marker + "rr r1"},
-        {"no such columns", marker + "1 0 0 0 1 0\n", {"-gen1-loc", "0", "-gen2-loc", "12"}, marker + " "},
     });
 }
 

@@ -36,8 +36,6 @@ TEST(MixFit, WritesTheReport)
         std::vector<std::string> options;
         std::string report;
     } cases[] = {
-        {"two reach the limit", corners, "h\t.5\t.5\t0", {"-plimit", "0.5"},
-         sample + "2Hits h A 0.5 B 0.5 - - score: 0\n" + normal},
         {"triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "YES"},
          three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi},
         {"no triples, headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",

@@ -89,18 +89,10 @@ TEST(Relatedness, WorksOnSmallTables)
         // The pair that moves to the front is passed over, and so is the individual.
         {"relout5", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {"-mode", "0"},
          "\n1 done; remaining 2\n2 done; remaining 1\n", "0 A 3 1.25 4 1\n0 A 1 0.25 2 2\n"},
-        {"relout5", "least weight", "A B 0.3\nC D 0.5\n", {"-mode", "2", "-pfile", "p"}, "Pfile read in\n"
-         "Impute B 0\nImpute D 0\nMissing values entered. Total of 5 entries to start with.\nEntering main while\n"
-         "1 done; remaining 3\n2 done; remaining 1\n", "3 B 1 0.3 5 5 0\n2 D 1 0.5 3 3 0\n"},
         {"relout6", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {}, "while\n1 done; pentrynum0\n", "0 A 3 1.25 4 1\n"},
-        // A has most pairs, but none that can be removed; they still count for B.
-        {"relout6", "pairs of 0", "A B 0\nA C 0\nA D -1\nB E 1\nF G 1\n", {"-limit", "-2"},
-         "while\n1 done; pentrynum4\n2 done; pentrynum2\n3 done; pentrynum0\n",
-         "0 A 3 -1 7 1\n0 B 2 1 4 1\n0 F 1 1 2 2\n"},
     };
     for (const auto &row : cases) {
         const Folder folder;
-        folder.write("p", "C 0.1\nX 0\nA 0.5\nC 9\n");
         auto options = row.options;
         options.insert(options.end(), {"-delim", "space", "-limit", "0.1"});
         const std::string messages = convert(folder, row.mode, row.input, options).messages;
@@ -136,7 +128,8 @@ TEST(Relout, RanksThousandsOfCandidates)
         const int pair = pairOf[size_t(value) - 1];
         const auto loc = 2 * std::count(isLeft.begin(), isLeft.begin() + pair, 1);
         const std::string left = " " + std::to_string(2 * value);
-        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left + "\n";
+        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left
+                    + "\n";
         isLeft[size_t(pair)] = 0;
     }
     const Folder folder;

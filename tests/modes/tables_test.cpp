@@ -26,9 +26,10 @@ TEST(Tables, RunsEndWithTheirMessages)
     } cases[] = {
         {"gwamafilter", "", {}, {"-column", "2"}, noFile},
         {"gentoAD", "", {"-beg", "10", "-end", "5"}, named, "Invalid range selected: beg > end\n"},
-        {"gentoAD", "", {"-end", "x"}, named, "Invalid range selected: beg > end\n"},
         {"gentoAD", "", {"-rs-loc", "1.5"}, named, "Invalid rs number location selected\n"},
         {"gentoAD", "", {"-out", ""}, named, "running genToAd()\nOutput file not opened\n"},
+        {"avggen", "1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n", {"-beg", "2"}, named,
+         "running avgGen()\n\nCounter < 1\n", "1 r 7 A G 0 0 1 2 0\n1 s 8 A G "},
         {"gentoLETTERS", "", {}, inOnly, noFile},  // collects no options
         {"family", "", {}, {"-out", "o"}, noFile},
         {"relout5", "", {}, {}, noFile},
