@@ -180,8 +180,8 @@ int main(int argc, char **argv)
     static const struct {
         const char *name;
         void (*make)(unsigned, unsigned);
-    } makers[] = {{"triplets", makeTriplets}, {"phenotypes", makePhenotypes}, {"pairs", makePairs},
-                  {"weights", makeWeights},   {"results", makeResults},       {"map", makeMap},
+    } makers[] = {{"triplets", makeTriplets},     {"phenotypes", makePhenotypes}, {"pairs", makePairs},
+                  {"weights", makeWeights},       {"results", makeResults},       {"map", makeMap},
                   {"directions", makeDirections}, {"values", makeValues}};
     for (const auto &maker : makers) {
         if (std::strcmp(argv[1], maker.name) == 0)

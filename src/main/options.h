@@ -21,5 +21,5 @@ std::string requiredOption(std::string_view name);
 std::string announcedOutOption(const std::string &filename);
 
 std::string textOption(std::string_view name, std::string_view absent);
-int integerOption(std::string_view name, int absent);  // no integer: 0
+int integerOption(std::string_view name, int absent);     // no integer: 0
 double realOption(std::string_view name, double absent);  // no number: 0

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 static constexpr double firstShow = 2, interval = 0.5;  // seconds
-static constexpr int64_t lookStep = 4096;  // bytes; a look at the clock takes as long as 20 of them
+static constexpr int64_t lookStep = 4096;               // bytes; a look at the clock takes as long as 20 of them
 
 static bool isShown = false;
 
@@ -76,8 +76,7 @@ std::string progressLine(double partDone, int64_t markers, double seconds, const
     std::snprintf(text, sizeof text, "%.0f %s/s", double(markers) / seconds, unit);
     line += text;
     if (partDone > 0) {
-        const auto left
-            = static_cast<long long>(std::min(std::ceil(seconds / partDone * (1 - partDone)), 1e9));
+        const auto left = static_cast<long long>(std::min(std::ceil(seconds / partDone * (1 - partDone)), 1e9));
         std::snprintf(text, sizeof text, ", %lld:%02lld:%02lld left", left / 3600, left / 60 % 60, left % 60);
         line += text;
     }

@@ -11,8 +11,7 @@ class Progress {
 public:
     // A run that reads `file` once or, with an outer file, once per line of that one.
     // `unit` names what a line of the file holds.
-    explicit Progress(const std::string &file, const std::string &outerFile = "",
-                      const char *unit = "markers");
+    explicit Progress(const std::string &file, const std::string &outerFile = "", const char *unit = "markers");
     Progress(const Progress &) = delete;
     ~Progress();
 

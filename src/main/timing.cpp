@@ -6,7 +6,7 @@ std::string currentTime()
 {
     const QDateTime now = QDateTime::currentDateTime();
     return now.time().toString(Qt::TextDate).toStdString() + ", " + now.date().toString(Qt::TextDate).toStdString()
-        + "\n\n";
+           + "\n\n";
 }
 
 std::string elapsedTime(int64_t milliseconds)

@@ -33,7 +33,7 @@ static constexpr size_t noClass = 3;
 // The results for a number of thousandths that has a class.
 struct ReadyDosage {
     char triplet[8];
-    char text[7];      // of the deviation, and the blank behind it
+    char text[7];  // of the deviation, and the blank behind it
     uint8_t textSize;
     double deviation;  // absolute
 };
@@ -70,8 +70,8 @@ static void addDeviations(const double *deviations, size_t count)
 
 // Writes the triplet of every dosage and its deviation, or "?" where it has no class, each with a blank
 // behind.
-MORVEL_WIDE static void convertDosages(std::string_view dosages, const ReadyDosages &readyDosages,
-                                       text::Writer &out, text::Writer &stats)
+MORVEL_WIDE static void convertDosages(std::string_view dosages, const ReadyDosages &readyDosages, text::Writer &out,
+                                       text::Writer &stats)
 {
     double deviations[Walker::batchSize];  // absolute
     Walker walker(dosages);

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <vector>
 
-static FormatOptions options;  // beg and end count individuals
-static int show;               // 0 all, 1 without the deviation, 2 without the leading columns too
-static FieldRange range;       // of the dosages
+static FormatOptions options;       // beg and end count individuals
+static int show;                    // 0 all, 1 without the deviation, 2 without the leading columns too
+static FieldRange range;            // of the dosages
 static std::vector<double> Values;  // dosages of the line, for the deviation
 
 static void readOptions()

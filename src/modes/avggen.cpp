@@ -8,9 +8,9 @@
 #include <cmath>
 #include <vector>
 
-static FormatOptions options;  // beg and end count individuals
-static int show;               // 0 all, 1 without dosage and deviation, 2 without the leading columns too
-static FieldRange range;       // of the triplets
+static FormatOptions options;       // beg and end count individuals
+static int show;                    // 0 all, 1 without dosage and deviation, 2 without the leading columns too
+static FieldRange range;            // of the triplets
 static std::vector<double> Values;  // dosages of the line, for the deviation
 
 static void readOptions()

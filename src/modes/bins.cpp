@@ -112,9 +112,9 @@ void reportBins()
         print("Bin ranges treated as relative to min and max\nExact (slower) method used to assign bin borders\n");
     else
         print("Bin ranges treated as relative to min and max\nQuick (faster) method used to assign bin borders\n");
-    print("Bin ranges %s\n", groups == 1 ? "obtained from the file"
-                                  : groups == 2 ? "obtained from the command line"
-                                                : "assigned automatically");
+    print("Bin ranges %s\n", groups == 1   ? "obtained from the file"
+                             : groups == 2 ? "obtained from the command line"
+                                           : "assigned automatically");
 }
 
 // Borders at fractions of the value range.
@@ -174,8 +174,7 @@ void findBins()
     border1.assign(size_t(testgroups), 0.0);
     border2.assign(size_t(testgroups), 0.0);
     // Values that are no numbers have no rank; they stand last.
-    const auto numbersEnd
-        = std::partition(p2List.begin(), p2List.end(), [](double x) { return !std::isnan(x); });
+    const auto numbersEnd = std::partition(p2List.begin(), p2List.end(), [](double x) { return !std::isnan(x); });
     std::sort(p2List.begin(), numbersEnd);
     if (method == 0)
         findQuickBins();

@@ -117,8 +117,8 @@ MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCo
 
 // The steps of fitLine() for the points x = 1, 2, 3.
 template <size_t bytes>
-MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *counts, double r2Limit,
-                            double *slopes, double *r2s, LaneBests &bests)
+MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *counts, double r2Limit, double *slopes,
+                            double *r2s, LaneBests &bests)
 {
     using Real = typename Lanes<bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(double);
@@ -160,22 +160,22 @@ MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *coun
     }
 }
 
-#define MORVEL_KERNELS(name, bytes, target)                                                                  \
-    target static void addRows##name(const double *rows, size_t groups, const uint16_t *order,               \
-                                     const uint16_t *counts, double *sums)                                   \
-    {                                                                                                        \
-        addRows<bytes>(rows, groups, order, counts, sums);                                                   \
-    }                                                                                                        \
-    target static void countPresent##name(const uint64_t *present, const double *presentCounts,              \
-                                          const uint64_t *class1, const uint64_t *class2, size_t words,      \
-                                          double *counts)                                                    \
-    {                                                                                                        \
-        countPresent<bytes>(present, presentCounts, class1, class2, words, counts);                          \
-    }                                                                                                        \
-    target static void fitGroup##name(const double *sums, size_t width, const double *counts,                \
-                                      double r2Limit, double *slope, double *r2, LaneBests &bests)           \
-    {                                                                                                        \
-        fitGroup<bytes>(sums, width, counts, r2Limit, slope, r2, bests);                                     \
+#define MORVEL_KERNELS(name, bytes, target)                                                                            \
+    target static void addRows##name(const double *rows, size_t groups, const uint16_t *order, const uint16_t *counts, \
+                                     double *sums)                                                                     \
+    {                                                                                                                  \
+        addRows<bytes>(rows, groups, order, counts, sums);                                                             \
+    }                                                                                                                  \
+    target static void countPresent##name(const uint64_t *present, const double *presentCounts,                        \
+                                          const uint64_t *class1, const uint64_t *class2, size_t words,                \
+                                          double *counts)                                                              \
+    {                                                                                                                  \
+        countPresent<bytes>(present, presentCounts, class1, class2, words, counts);                                    \
+    }                                                                                                                  \
+    target static void fitGroup##name(const double *sums, size_t width, const double *counts, double r2Limit,          \
+                                      double *slope, double *r2, LaneBests &bests)                                     \
+    {                                                                                                                  \
+        fitGroup<bytes>(sums, width, counts, r2Limit, slope, r2, bests);                                               \
     }
 
 MORVEL_KERNELS(Plain, 16, )

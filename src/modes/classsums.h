@@ -24,8 +24,7 @@ struct ScanKernels {
 
     // Adds the rows of one tile to the sums [class][width], class by class: `order` holds the row numbers of
     // class 0, then those of 1 and 2, `counts` how many there are of each. width = 8 * groups values a row.
-    void (*addRows)(const double *rows, size_t groups, const uint16_t *order, const uint16_t *counts,
-                    double *sums);
+    void (*addRows)(const double *rows, size_t groups, const uint16_t *order, const uint16_t *counts, double *sums);
 
     // Counts for the 8 phenotypes of a group the individuals of each class with a value. `present` is
     // [word][lane], `class1` and `class2` tell who belongs there, and the others are of class 0. counts:
@@ -35,8 +34,8 @@ struct ScanKernels {
 
     // Slope and R2 over the three class means for the 8 phenotypes of a group, from the sums of class k at
     // sums + k * width and counts [class][lane]. R2 of r2Limit and more does not count among the bests.
-    void (*fitGroup)(const double *sums, size_t width, const double *counts, double r2Limit, double *slope,
-                     double *r2, LaneBests &bests);
+    void (*fitGroup)(const double *sums, size_t width, const double *counts, double r2Limit, double *slope, double *r2,
+                     LaneBests &bests);
 };
 
 // From the narrowest instructions to the widest; the first ones run everywhere.

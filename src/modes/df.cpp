@@ -8,6 +8,7 @@ std::vector<double> t;
 
 static constexpr size_t rows = 350;
 
+// clang-format off
 // Two-sided p-values, the same grid for all tables. Below 0.005 each decade is sampled at its odd half-steps and
 // closed by one value of 5e-k, on purpose: the decade points are not rows.
 static constexpr double pGrid[rows] = {
@@ -240,6 +241,7 @@ static constexpr double t10[rows] = {
     13.24339, 13.37069, 13.51201, 13.67065, 13.85119, 14.06026, 14.30797, 14.61079, 14.99835, 15.53208,
     16.37616, 18.33918,
 };
+// clang-format on
 
 // A second table behind the first would never be looked at: lookUp() reads the first rows.
 static void append(const double (&critical)[rows])

@@ -15,8 +15,8 @@ static std::string filename;
 static std::string Outname;
 static std::string statsname;
 static char delim;
-static double thold;     // least value that joins two individuals
-static int fsize;        // least number of individuals of a family that is reported
+static double thold;  // least value that joins two individuals
+static int fsize;     // least number of individuals of a family that is reported
 static bool showMatrix;
 static bool header;
 

@@ -20,7 +20,7 @@
 #include <sys/stat.h>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
-static char ctext2[6];                // characters of the number at hand
+static char ctext2[6];  // characters of the number at hand
 static constexpr int leadingColumns = 5;
 static constexpr int numbersPerLine = 3 * 750;
 

@@ -14,8 +14,8 @@
 // Options of the modes ADtogen, avgAD, avgGEN and gentoletters.
 struct FormatOptions {
     std::string filename;
-    std::string outname;     // the input name + ".out" where none is given
-    int64_t beg;             // 1-based, the first and the last line or individual
+    std::string outname;  // the input name + ".out" where none is given
+    int64_t beg;          // 1-based, the first and the last line or individual
     int64_t end;
     int64_t lastbeforegeno;  // leading columns; below 0 on purpose possible
 };
@@ -84,10 +84,7 @@ class NumberReader {
 public:
     static constexpr size_t batchSize = RangeWalker::batchSize;
 
-    NumberReader(std::string_view line, FieldRange range)
-        : m_walker(line, range)
-    {
-    }
+    NumberReader(std::string_view line, FieldRange range) : m_walker(line, range) {}
     size_t next();
     const double *values() const { return m_values; }
 

@@ -15,8 +15,8 @@ static FormatOptions options;  // beg and end count individuals
 static FieldRange range;       // of the triplets
 static int64_t gen1loc;        // 1-based columns of the letters
 static int64_t gen2loc;
-static bool flip;              // to the opposite strand
-static std::string Delim;      // between the letters of a genotype
+static bool flip;          // to the opposite strand
+static std::string Delim;  // between the letters of a genotype
 
 static void readOptions()
 {
@@ -33,11 +33,20 @@ static void readOptions()
 static char complement(char letter)
 {
     switch (letter) {
-    case 'A': case 'a': return 'T';
-    case 'T': case 't': return 'A';
-    case 'G': case 'g': return 'C';
-    case 'C': case 'c': return 'G';
-    default: return letter;
+    case 'A':
+    case 'a':
+        return 'T';
+    case 'T':
+    case 't':
+        return 'A';
+    case 'G':
+    case 'g':
+        return 'C';
+    case 'C':
+    case 'c':
+        return 'G';
+    default:
+        return letter;
     }
 }
 

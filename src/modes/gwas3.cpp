@@ -279,8 +279,8 @@ static void fitBatch()
             const double *rows = matrix.block(block) + tile * tileRows * width;
             for (size_t m = 0; m < markerCount; ++m) {
                 Marker &marker = markers[m];
-                kernels->addRows(rows, groupCount, &marker.order[tile * tileRows],
-                                 marker.orderCounts[tile].data(), marker.sums);
+                kernels->addRows(rows, groupCount, &marker.order[tile * tileRows], marker.orderCounts[tile].data(),
+                                 marker.sums);
             }
         }
         for (size_t m = 0; m < markerCount; ++m) {
@@ -290,8 +290,7 @@ static void fitBatch()
                 double counts[classCount * groupLanes];
                 countClasses(marker, group, counts);
                 kernels->fitGroup(marker.sums + i * groupLanes, width, counts, r2Limit,
-                                  &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes],
-                                  marker.bests);
+                                  &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes], marker.bests);
             }
         }
     }
@@ -325,9 +324,8 @@ struct Best {
 static void keepBest(const Fit &fit, size_t phenotype, Best &best)
 {
     const double value = statistic == 0 ? fit.r2 : statistic == 1 ? fit.t : fit.p;
-    const bool isBetter = statistic == 2
-        ? value != -1 && (best.best_statistic == -1 || value < best.best_statistic)
-        : value > best.best_statistic;
+    const bool isBetter = statistic == 2 ? value != -1 && (best.best_statistic == -1 || value < best.best_statistic)
+                                         : value > best.best_statistic;
     if (isBetter)
         best = {value, phenotype};
 }
@@ -381,8 +379,8 @@ static void writeStatisticsHeader(text::Writer &out)
     writeGroupColumns(out);
 }
 
-static void writeStatistics(const Marker &marker, int64_t MarkerID, const HitCounts &counts,
-                            int64_t totalHits, const Best &best, text::Writer &out)
+static void writeStatistics(const Marker &marker, int64_t MarkerID, const HitCounts &counts, int64_t totalHits,
+                            const Best &best, text::Writer &out)
 {
     out.put(marker.RSnumber);
     for (const int64_t count :

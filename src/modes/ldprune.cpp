@@ -91,10 +91,7 @@ struct Marker {
 class Markers {
 public:
     size_t size() const { return m_size; }
-    Marker &operator[](size_t i)
-    {
-        return reinterpret_cast<Marker *>(m_blocks[i / perBlock].get())[i % perBlock];
-    }
+    Marker &operator[](size_t i) { return reinterpret_cast<Marker *>(m_blocks[i / perBlock].get())[i % perBlock]; }
     void add(const Marker &marker)
     {
         if (m_size % perBlock == 0)

@@ -183,10 +183,8 @@ static void printExtremes(const Extremes &extremes)
     const std::string strongest = textOf(extremes.maxPosCorr), weakest = textOf(extremes.minNegCorr);
     print("Positive correlation range = %s ... %s\n", textOf(extremes.minPosCorr).c_str(), strongest.c_str());
     print("Negative correlation range = %s ... %s\n", textOf(extremes.maxNegCorr).c_str(), weakest.c_str());
-    print("Best positive correlation = %s is at iteration %zu\n", strongest.c_str(),
-          extremes.bestPosCorrLoc + 1);
-    print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(),
-          extremes.bestNegCorrLoc + 1);
+    print("Best positive correlation = %s is at iteration %zu\n", strongest.c_str(), extremes.bestPosCorrLoc + 1);
+    print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(), extremes.bestNegCorrLoc + 1);
 }
 
 void levin()

@@ -47,7 +47,7 @@ private:
         std::vector<uint64_t> bits;
         double counts[groupLanes];
     };
-    static constexpr std::align_val_t alignment {64};
+    static constexpr std::align_val_t alignment{64};
 
     const Presence &presence(size_t group) const { return m_present[m_groupCount - 1 - group]; }
     double *valuesAt(size_t position);

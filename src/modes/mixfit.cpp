@@ -17,19 +17,19 @@
 
 static std::string filename;  // samples
 static std::string outname;
-static std::string refname;   // reference populations
+static std::string refname;  // reference populations
 static char delimiter[20];
-static bool combinatorics;    // fit every triple as well
+static bool combinatorics;  // fit every triple as well
 static bool header, refheader;
-static int refpops;           // K: reference populations, and values of each
-static float plimit;          // least proportion of a hit; 0 turns the reduction off
-static float step;            // of the grid, and least relative drop that counts
+static int refpops;   // K: reference populations, and values of each
+static float plimit;  // least proportion of a hit; 0 turns the reduction off
+static float step;    // of the grid, and least relative drop that counts
 
-static std::vector<std::string> refIDList;           // [population]
-static std::vector<double> cumulResults;             // [population], proportions of the normal fit
-static std::vector<double> cumulResults_select;      // of the exhaustive fit
-static PairGrid dropGrid;                            // of the drop scan
-static std::string dropHeader;                       // the line that shows them
+static std::vector<std::string> refIDList;       // [population]
+static std::vector<double> cumulResults;         // [population], proportions of the normal fit
+static std::vector<double> cumulResults_select;  // of the exhaustive fit
+static PairGrid dropGrid;                        // of the drop scan
+static std::string dropHeader;                   // the line that shows them
 
 static bool isOn(std::string_view name)
 {
@@ -373,8 +373,7 @@ void mixFit()
     refuseSameFiles({refname, filename}, {outname});
     text::LineReader references, samples;
     text::Writer out;
-    if (!references.open(refname) || !out.open(outname) || !samples.open(filename)
-        || !allocateTable(refpops, refpops))
+    if (!references.open(refname) || !out.open(outname) || !samples.open(filename) || !allocateTable(refpops, refpops))
         quit();  // silent by design
     readReferences(references);
     prepareDropScan();

@@ -9,11 +9,11 @@
 // A register's worth of lanes. Loads and stores need no more alignment than a float.
 template <size_t bytes>
 struct Lanes;
-#define MORVEL_LANES(size)                                                                                   \
-    template <>                                                                                              \
-    struct Lanes<size> {                                                                                     \
-        typedef float Real __attribute__((vector_size(size), may_alias, aligned(4)));                        \
-        typedef int32_t Bits __attribute__((vector_size(size)));                                             \
+#define MORVEL_LANES(size)                                                                                             \
+    template <>                                                                                                        \
+    struct Lanes<size> {                                                                                               \
+        typedef float Real __attribute__((vector_size(size), may_alias, aligned(4)));                                  \
+        typedef int32_t Bits __attribute__((vector_size(size)));                                                       \
     }
 MORVEL_LANES(16);
 MORVEL_LANES(32);
@@ -77,7 +77,8 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
     int32_t least = std::bit_cast<int32_t>(limit), beyond = least;  // as bits; equal ones count once one is found
     for (const uint32_t number : blocks) {
         const size_t first = number * blockSize;
-        const float *const a = grid.a.data() + first, *const b = grid.b.data() + first, *const c = grid.c.data() + first;
+        const float *const a = grid.a.data() + first, *const b = grid.b.data() + first,
+                           *const c = grid.c.data() + first;
         Real sum[registers] = {};
         bool isBelow = true;
         for (size_t j = 0; j < mixture.values && isBelow;) {
@@ -113,8 +114,7 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
 }
 
 template <size_t bytes>
-MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const float *b, size_t points,
-                              float *scores)
+MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const float *b, size_t points, float *scores)
 {
     using Real = typename Lanes<bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float);
@@ -144,10 +144,8 @@ MORVEL_INLINE void placeTrials(float a, float b, float spacing, Trials &trial)
 {
     using Real = typename Lanes<bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float);
-    static constexpr float columns[]
-        = {-1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5};
-    static constexpr float lines[]
-        = {-1.5, -1.5, -1.5, -1.5, -.5, -.5, -.5, -.5, .5, .5, .5, .5, 1.5, 1.5, 1.5, 1.5};
+    static constexpr float columns[] = {-1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5};
+    static constexpr float lines[] = {-1.5, -1.5, -1.5, -1.5, -.5, -.5, -.5, -.5, .5, .5, .5, .5, 1.5, 1.5, 1.5, 1.5};
     const Real zero = {}, one = zero + 1;
     for (size_t i = 0; i < trials; i += lanes) {
         Real nextA = load<bytes>(columns + i) * spacing + a, nextB = load<bytes>(lines + i) * spacing + b;
@@ -212,7 +210,7 @@ MORVEL_INLINE size_t findHeaviest(const Mixture &mixture, const float *scales, c
         const float scale = scales[j];
         for (size_t i = 0; i < registers; ++i) {
             const Real difference = (t1 - t3) * load<bytes>(trial.a + i * lanes)
-                + (t2 - t3) * load<bytes>(trial.b + i * lanes) + (t3 - value);
+                                    + (t2 - t3) * load<bytes>(trial.b + i * lanes) + (t3 - value);
             const Real one = Real{} + 1;
             Real weight = difference * scale;
             weight = weight > one ? one : weight;
@@ -256,20 +254,20 @@ MORVEL_INLINE void findWeights(const Mixture &mixture, float *weights)
     }
 }
 
-#define MORVEL_KERNELS(name, bytes, target)                                                                  \
-    target static size_t findBest##name(const Mixture &mixture, const Grid &grid,                            \
-                                        std::span<const uint32_t> blocks, float &limit)                      \
-    {                                                                                                        \
-        return findBest<bytes>(mixture, grid, blocks, limit);                                                \
-    }                                                                                                        \
-    target static void scorePairs##name(const Mixture &mixture, const float *a, const float *b,              \
-                                        size_t points, float *scores)                                        \
-    {                                                                                                        \
-        scorePairs<bytes>(mixture, a, b, points, scores);                                                    \
-    }                                                                                                        \
-    target static void findWeights##name(const Mixture &mixture, float *weights)                             \
-    {                                                                                                        \
-        findWeights<bytes>(mixture, weights);                                                                \
+#define MORVEL_KERNELS(name, bytes, target)                                                                            \
+    target static size_t findBest##name(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks,    \
+                                        float &limit)                                                                  \
+    {                                                                                                                  \
+        return findBest<bytes>(mixture, grid, blocks, limit);                                                          \
+    }                                                                                                                  \
+    target static void scorePairs##name(const Mixture &mixture, const float *a, const float *b, size_t points,         \
+                                        float *scores)                                                                 \
+    {                                                                                                                  \
+        scorePairs<bytes>(mixture, a, b, points, scores);                                                              \
+    }                                                                                                                  \
+    target static void findWeights##name(const Mixture &mixture, float *weights)                                       \
+    {                                                                                                                  \
+        findWeights<bytes>(mixture, weights);                                                                          \
     }
 
 MORVEL_KERNELS(Plain, 16, )
@@ -281,8 +279,7 @@ MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
 static const SearchKernels kernels[] = {
     {"plain", [] { return true; }, findBestPlain, scorePairsPlain, findWeightsPlain},
 #if defined(MORVEL_WIDE_KERNELS)
-    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, findBestAvx2, scorePairsAvx2,
-     findWeightsAvx2},
+    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, findBestAvx2, scorePairsAvx2, findWeightsAvx2},
     {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, findBestAvx512, scorePairsAvx512,
      findWeightsAvx512},
 #endif

@@ -15,7 +15,7 @@ inline constexpr size_t blockSize = 32;
 struct Grid {
     float step = 0;
     std::vector<float> a, b, c;
-    std::vector<uint32_t> rank;  // place of a point in the order of the search
+    std::vector<uint32_t> rank;                   // place of a point in the order of the search
     std::vector<float> lowA, highA, lowB, highB;  // [block], where its points lie
 };
 
@@ -24,7 +24,7 @@ struct Mixture {
     const float *const *table;  // [value][population]
     const float *sample;        // [value]
     size_t values;
-    int one, two, three;        // populations
+    int one, two, three;  // populations
 };
 
 struct SearchKernels {
@@ -36,8 +36,7 @@ struct SearchKernels {
     size_t (*findBest)(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks, float &limit);
 
     // The score of every mixture a * one + b * two; for whole blocks.
-    void (*scorePairs)(const Mixture &mixture, const float *a, const float *b, size_t points,
-                       float *scores);
+    void (*scorePairs)(const Mixture &mixture, const float *a, const float *b, size_t points, float *scores);
 
     // Weights of the values, from -1 to 1, with which the differences between each of the three populations
     // and the sample add up to as much as possible.

@@ -215,14 +215,14 @@ private:
     void sumUp(float *sums) const;
 
     bool m_isUsable = false;
-    float m_slack = 0;                 // no less than all rounding errors of a score and of a cut together
+    float m_slack = 0;  // no less than all rounding errors of a score and of a cut together
     float m_limit = 0;
     size_t m_count = 0, m_next = 0;
-    std::vector<uint64_t> m_beyond;    // [population], a bit for each cut
-    std::vector<float> m_sums;         // [cut][population]
-    std::vector<float> m_weights;      // [value]
-    std::vector<float> m_bounds;       // [block], no score of its points is less
-    std::vector<uint32_t> m_open;      // blocks
+    std::vector<uint64_t> m_beyond;  // [population], a bit for each cut
+    std::vector<float> m_sums;       // [cut][population]
+    std::vector<float> m_weights;    // [value]
+    std::vector<float> m_bounds;     // [block], no score of its points is less
+    std::vector<uint32_t> m_open;    // blocks
 };
 
 void Cuts::start()

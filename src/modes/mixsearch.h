@@ -6,7 +6,7 @@
 #include <vector>
 
 // What the searches read: the mode fills the table once and the values for every sample.
-extern float **myTable;               // [value][population], cols x rows
+extern float **myTable;                // [value][population], cols x rows
 extern std::vector<float> testValues;  // of the sample, cols of them
 extern int cols, rows;
 

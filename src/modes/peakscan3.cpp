@@ -25,10 +25,10 @@ static size_t lcolumn, pcolumn, chrcolumn;  // of position, p-value and chromoso
 static bool hasHeader;
 static bool isClipped;  // changes a message only
 
-static constexpr double leastPeak = 5;         // of the smoothed profile in a range
-static constexpr double leastScore = 0.0001;   // above which a marker is a seed
-static constexpr double greatestGap = 19998;   // base pairs below leastPeak inside a range
-static constexpr size_t profileWindow = 3;     // markers
+static constexpr double leastPeak = 5;        // of the smoothed profile in a range
+static constexpr double leastScore = 0.0001;  // above which a marker is a seed
+static constexpr double greatestGap = 19998;  // base pairs below leastPeak inside a range
+static constexpr size_t profileWindow = 3;    // markers
 static constexpr size_t slopeWindow = 5;
 
 static text::Writer out_stream;   // a row per marker
@@ -193,13 +193,13 @@ static Range growRange(const Chromosome &chromosome, size_t seed)
     for (size_t j = seed; j < chromosome.size(); ++j) {
         if (S[j] >= leastPeak)
             range.last = j;
-        else if (S[j] < leastPeak && double(L[j]) - L[range.last] > greatestGap)
+        else if (S[j]<leastPeak &&double(L[j]) - L[range.last]> greatestGap)
             break;
     }
     for (size_t k = seed; k > 0; --k) {  // on purpose never the first marker
         if (S[k] >= leastPeak)
             range.first = k;
-        else if (S[k] < leastPeak && double(L[range.first]) - L[k] > greatestGap)
+        else if (S[k]<leastPeak &&double(L[range.first]) - L[k]> greatestGap)
             break;
     }
     return range;

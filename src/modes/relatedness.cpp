@@ -12,15 +12,9 @@ char pairDelimiter(std::string_view word)
         std::string_view word;
         char byte;
     } words[] = {
-        {"space", ' '},
-        {"comma", ','},
-        {"semicolon", ';'},
-        {"colon", ':'},
+        {"space", ' '},  {"comma", ','}, {"semicolon", ';'}, {"colon", ':'},
         {"slash", '\\'},  // on purpose: these two are crossed over
-        {"bslash", '/'},
-        {"dash", '-'},
-        {"quote", '"'},
-        {"squote", '\''},
+        {"bslash", '/'}, {"dash", '-'},  {"quote", '"'},     {"squote", '\''},
     };
     for (const auto &row : words) {
         if (row.word == word)
@@ -70,8 +64,7 @@ uint32_t Identifiers::hashOf(std::string_view name)
     return uint32_t(std::hash<std::string_view>()(name));
 }
 
-Identifiers::Identifiers()
-    : m_slots(1024, Slot{0, none})
+Identifiers::Identifiers() : m_slots(1024, Slot{0, none})
 {
 }
 

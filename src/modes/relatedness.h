@@ -76,10 +76,7 @@ public:
 
     // The first `names` fields, 1 or 2, are identifiers.
     PairReader(text::LineReader &in, const Identifiers &identifiers, char delimiter, int names)
-        : m_in(in)
-        , m_identifiers(identifiers)
-        , m_delimiter(delimiter)
-        , m_names(names)
+        : m_in(in), m_identifiers(identifiers), m_delimiter(delimiter), m_names(names)
     {
     }
 
@@ -104,8 +101,7 @@ template <class End>
 class PairLists {
 public:
     template <class Pair>
-    PairLists(const std::vector<Pair> &pairs, size_t individuals)
-        : m_lists(individuals)
+    PairLists(const std::vector<Pair> &pairs, size_t individuals) : m_lists(individuals)
     {
         if (pairs.size() > none / 2)
             throw std::bad_alloc();

@@ -28,10 +28,7 @@ static void readOptions()
 class Lists {
 public:
     Lists(RemovalTables &tables, Removal &removal)
-        : m_tables(tables)
-        , m_removal(removal)
-        , m_pairsLeft(tables.pairs.size())
-        , m_entriesLeft(tables.P_ID.size())
+        : m_tables(tables), m_removal(removal), m_pairsLeft(tables.pairs.size()), m_entriesLeft(tables.P_ID.size())
     {
     }
 

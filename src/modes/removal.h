@@ -15,9 +15,9 @@ struct RemovalOptions {
     std::optional<std::string> pfile;  // weight table
     bool pdefault;                     // individuals without a weight get the mean of the others, not 0
     std::string outname;
-    float limit;                       // least value of a pair that is kept
+    float limit;  // least value of a pair that is kept
     char delim;
-    int mode;                          // tie-break: 0 first of the list, 1 largest sum, 2 least weight
+    int mode;  // tie-break: 0 first of the list, 1 largest sum, 2 least weight
     bool header;
 };
 
@@ -66,10 +66,10 @@ RemovalTables readRemovalTables(const RemovalOptions &options, const char *pfile
 
 struct Choice {
     uint32_t individual;
-    uint32_t IDcount;     // its pairs
-    double IDvalue;       // the sum of their values
-    size_t loc;           // place among the candidates, in P_ID order
-    size_t candidates;    // entries whose individuals have the largest count
+    uint32_t IDcount;   // its pairs
+    double IDvalue;     // the sum of their values
+    size_t loc;         // place among the candidates, in P_ID order
+    size_t candidates;  // entries whose individuals have the largest count
 };
 
 // Counts each individual's pairs, and finds the one to be removed next.
@@ -126,9 +126,9 @@ private:
     std::vector<uint64_t> m_candidates;  // bit of each place: whether it is left
     std::vector<uint32_t> m_leftBefore;  // candidates left, as a Fenwick tree over blocks of places from 1
     struct Preference {
-        double key;                      // the least one first, ties by place
+        double key;  // the least one first, ties by place
         uint32_t place, entry;
     };
     std::vector<Preference> m_order;
-    size_t m_next = 0;                   // in m_order: all before it have left
+    size_t m_next = 0;  // in m_order: all before it have left
 };

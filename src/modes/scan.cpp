@@ -39,8 +39,7 @@ double readPhenotypeValue(std::string_view field)
 }
 
 // R2 of the line over its points. Intercept and sums of squares in the order of the points.
-static double rSquared(std::span<const double> x, std::span<const double> y, double slope, double sumX,
-                       double sumY)
+static double rSquared(std::span<const double> x, std::span<const double> y, double slope, double sumX, double sumY)
 {
     const double n = double(x.size());
     const double intercept = (sumY - slope * sumX) / n;

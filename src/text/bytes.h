@@ -3,7 +3,13 @@
 
 namespace text {
 
-constexpr bool isWhiteSpace(char byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
-constexpr bool isDigit(char byte) { return byte >= '0' && byte <= '9'; }
+constexpr bool isWhiteSpace(char byte)
+{
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+constexpr bool isDigit(char byte)
+{
+    return byte >= '0' && byte <= '9';
+}
 
-} // namespace text
+}  // namespace text

@@ -10,19 +10,11 @@ struct Word {
 };
 
 static constexpr Word words[] = {
-    {"tab", "\t"},
-    {"space", " "},
-    {"comma", ","},
-    {"semicolon", ";"},
-    {"colon", ":"},
+    {"tab", "\t"}, {"space", " "}, {"comma", ","}, {"semicolon", ";"}, {"colon", ":"},
 };
 
 static constexpr Word furtherWords[] = {
-    {"slash", "/"},
-    {"bslash", "\\"},
-    {"dash", "-"},
-    {"quote", "\""},
-    {"squote", "'"},
+    {"slash", "/"}, {"bslash", "\\"}, {"dash", "-"}, {"quote", "\""}, {"squote", "'"},
 };
 
 static std::string lookUp(std::span<const Word> table, std::string_view word, std::string_view otherwise)
@@ -44,4 +36,4 @@ std::string delimiterOrLiteral(std::string_view word)
     return delimiter(word, lookUp(furtherWords, word, word));
 }
 
-} // namespace text
+}  // namespace text

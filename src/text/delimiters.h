@@ -12,4 +12,4 @@ std::string delimiter(std::string_view word, std::string_view otherwise);
 // These, and "slash", "bslash", "dash", "quote" and "squote"; any other word is itself the delimiter.
 std::string delimiterOrLiteral(std::string_view word);
 
-} // namespace text
+}  // namespace text

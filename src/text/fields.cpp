@@ -24,8 +24,7 @@ bool FieldReader::next(std::string_view &field)
     return true;
 }
 
-void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
-                         std::vector<std::string_view> &fields)
+void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields)
 {
     splitFields(line, delimiter, fields);
     std::erase_if(fields, [](std::string_view field) { return field.empty(); });
@@ -67,4 +66,4 @@ bool TokenReader::next(std::string_view &token)
     return true;
 }
 
-} // namespace text
+}  // namespace text

@@ -22,11 +22,7 @@ void splitFields(std::string_view line, std::string_view delimiter, std::vector<
 // The same fields one after another, without a list of all: however many there are, they cost no memory.
 class FieldReader {
 public:
-    FieldReader(std::string_view line, std::string_view delimiter)
-        : m_rest(line)
-        , m_delimiter(delimiter)
-    {
-    }
+    FieldReader(std::string_view line, std::string_view delimiter) : m_rest(line), m_delimiter(delimiter) {}
     // False after the last field.
     bool next(std::string_view &field);
 
@@ -38,16 +34,12 @@ private:
 };
 
 // The same without the empty fields.
-void splitNonEmptyFields(std::string_view line, std::string_view delimiter,
-                         std::vector<std::string_view> &fields);
+void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
 // Words at white space, across line ends.
 class TokenReader {
 public:
-    explicit TokenReader(LineReader &lines)
-        : m_lines(lines)
-    {
-    }
+    explicit TokenReader(LineReader &lines) : m_lines(lines) {}
     // The next word, valid until the next call; false after the last one.
     bool next(std::string_view &token);
 
@@ -74,9 +66,7 @@ public:
     static constexpr size_t batchSize = 768;  // divisible by 3: whole genotype triplets
 
     explicit FieldWalker(std::string_view line)
-        : m_next(line.data())
-        , m_block(line.data())
-        , m_end(line.data() + line.size())
+        : m_next(line.data()), m_block(line.data()), m_end(line.data() + line.size())
     {
     }
 
@@ -138,8 +128,8 @@ private:
     const char *m_next;             // first byte of the next field
     const char *m_block;            // not scanned from here on
     const char *m_end;
-    const char *m_base = nullptr;   // of the block scanned last
-    uint64_t m_separators = 0;      // of that block, bit i for byte i, without those walked
+    const char *m_base = nullptr;  // of the block scanned last
+    uint64_t m_separators = 0;     // of that block, bit i for byte i, without those walked
     bool m_isDone = false;
     const char *m_ends[batchSize + 8];
 };
@@ -234,4 +224,4 @@ inline std::string_view findField(std::string_view line, std::string_view delimi
     return position > 0 ? std::string_view() : std::string_view(first, size_t(end - first));
 }
 
-} // namespace text
+}  // namespace text

@@ -91,4 +91,4 @@ int TemporaryFile::release()
     return std::exchange(m_file, -1);
 }
 
-} // namespace text
+}  // namespace text

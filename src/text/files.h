@@ -35,4 +35,4 @@ private:
     int m_file = -1;
 };
 
-} // namespace text
+}  // namespace text

@@ -158,4 +158,4 @@ size_t LineReader::readSome(char *to, size_t bytes)
     return size_t(got);
 }
 
-} // namespace text
+}  // namespace text

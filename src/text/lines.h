@@ -35,10 +35,7 @@ public:
     void keepReturns() { m_keepsReturns = true; }
 
     // The next line without its end, valid until the next call; false after the last one.
-    bool next(std::string_view &line)
-    {
-        return nextInBlock(line) || nextAcrossBlocks(line);
-    }
+    bool next(std::string_view &line) { return nextInBlock(line) || nextAcrossBlocks(line); }
 
     // The next line where all of it is in the block already: no read, and the lines before stay valid. False
     // does not mean that there is none.
@@ -103,4 +100,4 @@ private:
     bool m_keepsReturns = false;
 };
 
-} // namespace text
+}  // namespace text

@@ -51,9 +51,9 @@ Real readReal(std::string_view field)
     if (at < end && (*at == '-' || *at == '+'))
         ++at;
     const char *const first = at;
-    uint64_t digits = 0;       // of the first 19 significant ones
-    int64_t digitCount = 0;    // significant ones
-    int64_t exponent = 0;      // of the last digit
+    uint64_t digits = 0;     // of the first 19 significant ones
+    int64_t digitCount = 0;  // significant ones
+    int64_t exponent = 0;    // of the last digit
     bool hasDigit = false, hasPoint = false;
     for (; at < end; ++at) {
         if (isDigit(*at)) {
@@ -119,4 +119,4 @@ int readInteger(std::string_view field)
     return error == std::errc() && end == field.data() + field.size() ? value : 0;
 }
 
-} // namespace text
+}  // namespace text

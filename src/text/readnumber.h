@@ -19,10 +19,16 @@ struct Real {
 // small for one is 0. What is no number gives 0; too large gives infinity and is marked as no number.
 Real readReal(std::string_view field);
 
-inline double readDouble(std::string_view field) { return readReal(field).value; }
+inline double readDouble(std::string_view field)
+{
+    return readReal(field).value;
+}
 
 // Read as a double, then narrowed: parsing straight to float can differ in the last bit.
-inline float readFloat(std::string_view field) { return static_cast<float>(readReal(field).value); }
+inline float readFloat(std::string_view field)
+{
+    return static_cast<float>(readReal(field).value);
+}
 
 // A whole field of digits with an optional sign, white space around it allowed; anything else, and what does
 // not fit 32 bits, gives 0.
@@ -79,4 +85,4 @@ inline int readThousandths(const char *field, size_t size)
     return number.invalid ? -1 : thousandthsOf(number.digits);
 }
 
-} // namespace text
+}  // namespace text

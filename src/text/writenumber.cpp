@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -19,9 +18,9 @@ struct SixDigits {
 };
 
 static constexpr int leastDecade = -13;
-static constexpr double decades[] = {1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4,
-                                     1e-3,  1e-2,  1e-1,  1e0,   1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                     1e7,   1e8,   1e9,   1e10,  1e11, 1e12, 1e13, 1e14, 1e15};
+static constexpr double decades[]
+    = {1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1,
+       1e2,   1e3,   1e4,   1e5,   1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
 // 10^k for k from 0, all exact.
 static constexpr auto powers = [] {
@@ -61,8 +60,7 @@ static SixDigits roundToSixDigits(double value)
     if (value < decades[decade - leastDecade])
         --decade;
     // With both operands exact, this is off by less than 1e-10.
-    const double scaled
-        = decade <= 5 ? value * realPowers[size_t(5 - decade)] : value / realPowers[size_t(decade - 5)];
+    const double scaled = decade <= 5 ? value * realPowers[size_t(5 - decade)] : value / realPowers[size_t(decade - 5)];
     uint32_t digits = uint32_t(int64_t(scaled + 0.5));
     if (std::abs(scaled - double(digits)) > 0.499999) [[unlikely]]
         digits = roundTie(value, decade);
@@ -184,4 +182,4 @@ char *writeInteger(char *out, int64_t value)
     return std::to_chars(out, out + maxIntegerSize, value).ptr;
 }
 
-} // namespace text
+}  // namespace text

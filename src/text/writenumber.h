@@ -21,4 +21,4 @@ char *writeFixed3(char *out, float value);
 // Decimal digits with a sign where negative, at most maxIntegerSize bytes, no end mark; returns the end.
 char *writeInteger(char *out, int64_t value);
 
-} // namespace text
+}  // namespace text

@@ -116,4 +116,4 @@ void Writer::flushAll()
     }
 }
 
-} // namespace text
+}  // namespace text

@@ -70,4 +70,4 @@ private:
     Writer *m_nextOpen = nullptr;
 };
 
-} // namespace text
+}  // namespace text
