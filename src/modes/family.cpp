@@ -60,43 +60,52 @@ static void readOptions()
 // A set of pairs by their numbers.
 class PairSet {
 public:
+    // Of a pair whose identifiers have these hashes, in either order.
+    static uint32_t hashOf(const uint32_t (&hashes)[2])
+    {
+        const uint64_t mixed = (uint64_t(hashes[0]) + hashes[1]) * 0x9e3779b97f4a7c15;
+        return uint32_t(mixed >> 32 ^ mixed);
+    }
+    // Fetches what the insertion of such a pair begins with.
+    void fetch(uint32_t hash) const { __builtin_prefetch(&m_slots[hash & (m_slots.size() - 1)]); }
+
     // False where it is there already.
-    bool insert(Joined pair)
+    bool insert(Joined pair, uint32_t hash)
     {
         if (3 * (m_size + 1) > 2 * m_slots.size())
             grow();
-        Joined &slot = slotOf(pair);
-        if (slot.ID1 != none)
+        Slot &slot = slotOf(pair, hash);
+        if (slot.pair.ID1 != none)
             return false;
-        slot = pair;
+        slot = {hash, pair};
         ++m_size;
         return true;
     }
 
 private:
-    size_t homeOf(Joined pair) const
+    struct Slot {
+        uint32_t hash;
+        Joined pair;  // ID1 is none in a free slot
+    };
+
+    Slot &slotOf(Joined pair, uint32_t hash)
     {
-        const uint64_t mixed = (uint64_t(pair.ID1) << 32 | pair.ID2) * 0x9e3779b97f4a7c15;
-        return size_t(mixed >> 32 ^ mixed) & (m_slots.size() - 1);
-    }
-    Joined &slotOf(Joined pair)
-    {
-        size_t i = homeOf(pair);
-        while (m_slots[i].ID1 != none && (m_slots[i].ID1 != pair.ID1 || m_slots[i].ID2 != pair.ID2))
+        size_t i = hash & (m_slots.size() - 1);
+        while (m_slots[i].pair.ID1 != none && (m_slots[i].pair.ID1 != pair.ID1 || m_slots[i].pair.ID2 != pair.ID2))
             i = (i + 1) & (m_slots.size() - 1);
         return m_slots[i];
     }
     void grow()
     {
-        std::vector<Joined> slots(2 * m_slots.size(), Joined{none, none});
+        std::vector<Slot> slots(2 * m_slots.size(), Slot{0, {none, none}});
         m_slots.swap(slots);
-        for (const Joined &pair : slots) {
-            if (pair.ID1 != none)
-                slotOf(pair) = pair;
+        for (const Slot &slot : slots) {
+            if (slot.pair.ID1 != none)
+                slotOf(slot.pair, slot.hash) = slot;
         }
     }
 
-    std::vector<Joined> m_slots = std::vector<Joined>(1024, Joined{none, none});  // as in Identifiers
+    std::vector<Slot> m_slots = std::vector<Slot>(1024, Slot{0, {none, none}});  // as in Identifiers
     size_t m_size = 0;
 };
 
@@ -105,16 +114,17 @@ private:
 // kept by number.
 class PairKeys {
 public:
-    // The identifiers in their order.
-    bool isNew(Joined pair, std::string_view first, std::string_view second)
+    // The identifiers in their order, and PairSet's hash.
+    bool isNew(Joined pair, std::string_view first, std::string_view second, uint32_t hash)
     {
         if (first.find("vs") == first.npos && second.find("vs") == second.npos)
-            return m_numbers.insert(pair);
+            return m_numbers.insert(pair, hash);
         m_key.assign(first).append(".vs.").append(second);
         const size_t before = m_spelled.size();
         m_spelled.number(m_key);
         return m_spelled.size() > before;
     }
+    void fetch(uint32_t hash) const { m_numbers.fetch(hash); }
 
 private:
     PairSet m_numbers;
@@ -141,6 +151,8 @@ static void readPairs(text::LineReader &in)
     }
     PairReader reader(in, identifiers, delim, 2);
     while (const PairReader::Line *line = reader.next()) {
+        if (const PairReader::Line *later = reader.peek(8))
+            mergedID.fetch(PairSet::hashOf(later->hashes));
         const PairFields &fields = line->fields;
         if (fields.count == 0) {
             if (order > 0)  // on purpose: the pair before it is tried once more
@@ -176,7 +188,8 @@ static void readPairs(text::LineReader &in)
             print("Unexpected\n");
             continue;
         }
-        if (mergedID.isNew(pair, std::min(fields.first, fields.second), std::max(fields.first, fields.second)))
+        if (mergedID.isNew(pair, std::min(fields.first, fields.second), std::max(fields.first, fields.second),
+                           PairSet::hashOf(line->hashes)))
             joined.push_back(pair);
         else
             reportDuplicate(rowcounter);

@@ -83,6 +83,12 @@ public:
     // The next line, valid until the next call; null behind the last one.
     const Line *next() { return m_next < m_count || readAhead() ? &m_lines[m_next++] : nullptr; }
 
+    // The line so many behind the one that next() gives then, where it is read already; otherwise null.
+    const Line *peek(size_t distance) const
+    {
+        return m_next + distance < m_count ? &m_lines[m_next + distance] : nullptr;
+    }
+
 private:
     bool readAhead();
 
@@ -105,9 +111,10 @@ public:
     {
         if (pairs.size() > none / 2)
             throw std::bad_alloc();
-        for (const Pair &pair : pairs) {
-            ++m_lists[pair.ID1].size;
-            m_lists[pair.ID2].size += pair.ID1 != pair.ID2;
+        for (size_t j = 0; j < pairs.size(); ++j) {
+            fetchAhead(pairs, j);
+            ++m_lists[pairs[j].ID1].size;
+            m_lists[pairs[j].ID2].size += pairs[j].ID1 != pairs[j].ID2;
         }
         uint32_t first = 0;
         for (List &list : m_lists) {
@@ -117,6 +124,7 @@ public:
         }
         m_ends.resize(first);
         for (uint32_t j = 0; j < pairs.size(); ++j) {
+            fetchAhead(pairs, j);
             append(pairs[j].ID1, End::from(pairs[j], j, pairs[j].ID2));
             if (pairs[j].ID1 != pairs[j].ID2)
                 append(pairs[j].ID2, End::from(pairs[j], j, pairs[j].ID1));
@@ -137,6 +145,16 @@ private:
     struct List {
         uint32_t first, size;  // in m_ends
     };
+
+    // The lists of a pair that comes soon.
+    template <class Pair>
+    void fetchAhead(const std::vector<Pair> &pairs, size_t j) const
+    {
+        if (j + 16 < pairs.size()) {
+            fetch(pairs[j + 16].ID1);
+            fetch(pairs[j + 16].ID2);
+        }
+    }
 
     void append(uint32_t individual, const End &end)
     {
