@@ -6,13 +6,10 @@
 #include "main/options.h"
 #include "main/timing.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 
-#include <cstdlib>
 #include <cstring>
 #include <new>
-#include <vector>
 
 static char argument[100];  // program path
 static char mode[50];
@@ -46,14 +43,6 @@ static void collectOptions(int argc, char **argv, const Mode &chosen)
 int main(int argc, char **argv)
 {
     startConsole();
-    // The application object takes over the process locale, and complains where it is not UTF-8. All text here is
-    // bytes and all numbers have a point, whatever the user's locale.
-    setenv("LC_ALL", "C.UTF-8", 1);
-    // It takes out the arguments meant for it, and so gets a list of its own.
-    std::vector<char *> own(argv, argv + argc + 1);
-    int ownCount = argc;
-    QCoreApplication application(ownCount, own.data());
-
     copyBounded(argument, argv[0]);
     welcome();
     for (int i = 1; i < argc; ++i)
