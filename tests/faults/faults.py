@@ -446,7 +446,7 @@ def mutations(case):
     seed = options.seed
     while time.monotonic() < end:
         seed += 1
-        randoms = random.Random(f"{case.mode} {seed}")
+        randoms = random.Random(f"{case.mode.mode} {case.mode.options} {seed}")
         contents = {file: make(randoms.choice((1, 5, SMALL))) for file, make in case.mode.inputs.items()}
         for file in contents:
             if randoms.random() < 0.7:
@@ -460,7 +460,7 @@ def mutations(case):
                 words[at] = randoms.choice(VALUES)
         run = case.run(contents=contents, arguments=words, limit=1 << 20)
         found = re.search(rb"Sanitizer|runtime error", run.errors) and not re.search(
-            rb"out-of-memory|allocation-size-too-big", run.errors)
+            rb"out-of-memory|allocation-size-too-big|failed to allocate", run.errors)
         case.expect(not found and run.status in (0, 1, -6), run, f"seed {seed}")
 
 
