@@ -39,6 +39,18 @@ bool isSameFile(const std::string &name1, const std::string &name2)
     return targetOf(name1) == targetOf(name2);
 }
 
+void writeAll(int file, std::string_view bytes, const std::string &name)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            onFailure("write", name);
+        bytes.remove_prefix(size_t(written));
+    }
+}
+
 TemporaryFile::TemporaryFile()
 {
     const char *chosen = std::getenv("TMPDIR");
@@ -63,13 +75,7 @@ TemporaryFile::~TemporaryFile()
 
 void TemporaryFile::append(std::string_view bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t done = ::write(m_file, bytes.data(), bytes.size());
-        if (done >= 0)
-            bytes.remove_prefix(size_t(done));
-        else if (errno != EINTR)
-            onFailure("write", m_name);
-    }
+    writeAll(m_file, bytes, m_name);
 }
 
 void TemporaryFile::read(char *to, size_t bytes, size_t offset) const

@@ -16,6 +16,9 @@ extern FailureHandler onFailure;
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
 bool isSameFile(const std::string &name1, const std::string &name2);
 
+// Writes all of the bytes; `name` is for the message of a failure, which goes to onFailure.
+void writeAll(int file, std::string_view bytes, const std::string &name);
+
 // A file without a name in $TMPDIR, or in /tmp, that is gone when it is closed. Failures go to onFailure.
 class TemporaryFile {
 public:

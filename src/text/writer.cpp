@@ -91,19 +91,10 @@ void Writer::put(std::string_view bytes)
 
 void Writer::write(const char *bytes, size_t size)
 {
-    if (m_memory) {
+    if (m_memory)
         m_memory->append(bytes, size);
-        return;
-    }
-    while (size > 0) {
-        const ssize_t written = ::write(m_file, bytes, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            onFailure("write", m_name);
-        bytes += written;
-        size -= size_t(written);
-    }
+    else
+        writeAll(m_file, {bytes, size}, m_name);
 }
 
 void Writer::flushAll()
