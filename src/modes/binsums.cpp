@@ -1,13 +1,12 @@
 #include "modes/binsums.h"
 #include "modes/lanes.h"
-#include "text/wide.h"
 
 // As many registers side by side as there are without spilling: they keep the adders busy while each waits for its own
 // last sum.
 template <size_t bytes>
 MORVEL_INLINE void addTile(const double *rows, const uint8_t *members, size_t bins, double *sums)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<double, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(double);
     constexpr size_t registers = blockMarkers / lanes < 8 ? blockMarkers / lanes : 8;
     for (size_t k = 0; k < bins; ++k, sums += blockMarkers) {
@@ -33,8 +32,8 @@ template <size_t bytes>
 MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, double *sums, double *slopes,
                             double *r2s)
 {
-    using Real = typename Lanes<bytes>::Real;
-    using Bits = typename Lanes<bytes>::Bits;
+    using Real = typename Lanes<double, bytes>::Real;
+    using Bits = typename Lanes<double, bytes>::Bits;
     constexpr size_t lanes = bytes / sizeof(double);
     const Real zero = {};
     const size_t bins = points.x.size();
@@ -93,19 +92,10 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
         return fitBlock<bytes>(points, least, most, sums, slopes, r2s);                                                \
     }
 
-MORVEL_KERNELS(Plain, 16, )
-#if defined(MORVEL_WIDE_KERNELS)
-MORVEL_KERNELS(Avx2, 32, __attribute__((target("avx2"))))
-MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
-#endif
+MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-static const BinKernels kernels[] = {
-    {"plain", [] { return true; }, addTilePlain, fitBlockPlain},
-#if defined(MORVEL_WIDE_KERNELS)
-    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, addTileAvx2, fitBlockAvx2},
-    {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, addTileAvx512, fitBlockAvx512},
-#endif
-};
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, addTile##name, fitBlock##name},
+static const BinKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
 std::span<const BinKernels> allBinKernels()
 {

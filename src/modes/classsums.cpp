@@ -1,6 +1,5 @@
 #include "modes/classsums.h"
 #include "modes/lanes.h"
-#include "text/wide.h"
 
 #include <algorithm>
 
@@ -9,7 +8,7 @@ template <size_t bytes, size_t registers>
 MORVEL_INLINE void addColumns(const double *rows, size_t width, const uint16_t *order, const uint16_t *counts,
                               double *sums)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<double, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(double);
     for (size_t k = 0; k < classCount; ++k, sums += width) {
         Real sum[registers];
@@ -87,8 +86,8 @@ template <size_t bytes>
 MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCounts, const uint64_t *class1,
                                 const uint64_t *class2, size_t words, double *counts)
 {
-    using Real = typename Lanes<bytes>::Real;
-    using Bits = typename Lanes<bytes>::Bits;
+    using Real = typename Lanes<double, bytes>::Real;
+    using Bits = typename Lanes<double, bytes>::Bits;
     constexpr size_t lanes = bytes / sizeof(double);
     constexpr size_t wordsPerSum = 31;  // 31 times 8 bits fit a byte
     for (size_t lane = 0; lane < groupLanes; lane += lanes) {
@@ -120,7 +119,7 @@ template <size_t bytes>
 MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *counts, double r2Limit, double *slopes,
                             double *r2s, LaneBests &bests)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<double, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(double);
     constexpr double n = classCount, sumX = 6, sumXX = 14;
     const Real zero = {};
@@ -178,27 +177,12 @@ MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *coun
         fitGroup<bytes>(sums, width, counts, r2Limit, slope, r2, bests);                                               \
     }
 
-MORVEL_KERNELS(Plain, 16, )
-#if defined(MORVEL_WIDE_KERNELS)
-MORVEL_KERNELS(Avx2, 32, __attribute__((target("avx2"))))
-MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
-#endif
+MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-static const ScanKernels kernels[] = {
-    {"plain", [] { return true; }, addRowsPlain, countPresentPlain, fitGroupPlain},
-#if defined(MORVEL_WIDE_KERNELS)
-    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, addRowsAvx2, countPresentAvx2, fitGroupAvx2},
-    {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, addRowsAvx512, countPresentAvx512,
-     fitGroupAvx512},
-#endif
-};
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, addRows##name, countPresent##name, fitGroup##name},
+static const ScanKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
 std::span<const ScanKernels> allScanKernels()
 {
     return kernels;
-}
-
-const ScanKernels &scanKernels()
-{
-    return widestOf(allScanKernels());
 }

@@ -40,6 +40,3 @@ struct ScanKernels {
 
 // From the narrowest instructions to the widest; the first ones run everywhere.
 std::span<const ScanKernels> allScanKernels();
-
-// The widest that this processor supports.
-const ScanKernels &scanKernels();

@@ -15,6 +15,7 @@
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
+#include "text/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>
@@ -438,7 +439,7 @@ static void doFastGwas()
     const size_t rowBytes = std::min(matrix.groupCount(), blockGroups) * groupLanes * sizeof(double);
     tileRows = tileBytes / std::max(rowBytes, groupLanes * sizeof(double));
     markers.resize(batchSize);
-    kernels = &scanKernels();
+    kernels = &widestOf(allScanKernels());
     Progress progress(Genoname);
     int64_t rows = 0;
     for (; hasLine; hasLine = genotypeFile.nextNonEmpty(line)) {

@@ -1,21 +1,49 @@
-// Registers as vectors of lanes, for functions that are compiled for several kinds of processor (see text/wide.h).
+// Functions written once for registers of several widths, and compiled for the processors that have them.
 #pragma once
+
+#include "text/wide.h"
 
 #include <cstddef>
 #include <cstdint>
 
-// Loads and stores need no more alignment than a double.
-template <size_t bytes>
+// A register as a vector of lanes, and the same lanes as bits. Loads and stores need no more alignment than a lane.
+template <class Number, size_t bytes>
 struct Lanes;
-#define MORVEL_LANES(size)                                                                                             \
+#define MORVEL_LANES(Number, Integer, size)                                                                            \
     template <>                                                                                                        \
-    struct Lanes<size> {                                                                                               \
-        typedef double Real __attribute__((vector_size(size), may_alias, aligned(8)));                                 \
-        typedef uint64_t Bits __attribute__((vector_size(size), may_alias, aligned(8)));                               \
+    struct Lanes<Number, size> {                                                                                       \
+        typedef Number Real __attribute__((vector_size(size), may_alias, aligned(sizeof(Number))));                    \
+        typedef Integer Bits __attribute__((vector_size(size), may_alias, aligned(sizeof(Number))));                   \
     }
-MORVEL_LANES(16);
-MORVEL_LANES(32);
-MORVEL_LANES(64);
+MORVEL_LANES(double, uint64_t, 16);
+MORVEL_LANES(double, uint64_t, 32);
+MORVEL_LANES(double, uint64_t, 64);
+MORVEL_LANES(float, int32_t, 16);
+MORVEL_LANES(float, int32_t, 32);
+MORVEL_LANES(float, int32_t, 64);
+#undef MORVEL_LANES
 
 // For what is inlined into the entry points, each compiled for its processors.
 #define MORVEL_INLINE [[gnu::always_inline]] static inline
+
+// Gives each kind of processor to a macro of (name, bytes of a register, attribute of its entry points), from the
+// narrowest registers, which all have, to the widest.
+#if defined(MORVEL_WIDE_KERNELS)
+#define MORVEL_FOR_PROCESSORS(macro)                                                                                   \
+    macro(Plain, 16, ) macro(Avx2, 32, __attribute__((target("avx2"))))                                                \
+        macro(Avx512, 64, __attribute__((target("avx512f"))))
+inline bool supportsAvx2()
+{
+    return __builtin_cpu_supports("avx2") > 0;
+}
+inline bool supportsAvx512()
+{
+    return __builtin_cpu_supports("avx512f") > 0;
+}
+#else
+#define MORVEL_FOR_PROCESSORS(macro) macro(Plain, 16, )
+#endif
+inline bool supportsPlain()
+{
+    return true;
+}

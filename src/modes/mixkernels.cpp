@@ -1,55 +1,39 @@
 #include "modes/mixkernels.h"
-#include "text/wide.h"
+#include "modes/lanes.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
-// A register's worth of lanes. Loads and stores need no more alignment than a float.
-template <size_t bytes>
-struct Lanes;
-#define MORVEL_LANES(size)                                                                                             \
-    template <>                                                                                                        \
-    struct Lanes<size> {                                                                                               \
-        typedef float Real __attribute__((vector_size(size), may_alias, aligned(4)));                                  \
-        typedef int32_t Bits __attribute__((vector_size(size)));                                                       \
-    }
-MORVEL_LANES(16);
-MORVEL_LANES(32);
-MORVEL_LANES(64);
-
-// Everything below is inlined into the entry points at the end, each compiled for its processors.
-#define MORVEL_INLINE [[gnu::always_inline]] static inline
-
 // About vectors as arguments: nothing below is called, all is inlined.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 // By the width, since a type given to a template loses its alignment.
 template <size_t bytes>
-MORVEL_INLINE typename Lanes<bytes>::Real load(const float *from)
+MORVEL_INLINE typename Lanes<float, bytes>::Real load(const float *from)
 {
-    return *reinterpret_cast<const typename Lanes<bytes>::Real *>(from);
+    return *reinterpret_cast<const typename Lanes<float, bytes>::Real *>(from);
 }
 
 // Adds the absolute value of each lane.
 template <size_t bytes>
-MORVEL_INLINE void addAbsolute(typename Lanes<bytes>::Real &sum, typename Lanes<bytes>::Real value)
+MORVEL_INLINE void addAbsolute(typename Lanes<float, bytes>::Real &sum, typename Lanes<float, bytes>::Real value)
 {
-    sum += (typename Lanes<bytes>::Real)((typename Lanes<bytes>::Bits)value & 0x7fffffff);
+    sum += (typename Lanes<float, bytes>::Real)((typename Lanes<float, bytes>::Bits)value & 0x7fffffff);
 }
 
 // The bits of the smallest of all lanes. Sums of absolute values are in the order of their bits, and nan,
 // without a sign like them, comes last.
 template <size_t bytes, size_t registers>
-MORVEL_INLINE int32_t findLeast(const typename Lanes<bytes>::Real (&sums)[registers])
+MORVEL_INLINE int32_t findLeast(const typename Lanes<float, bytes>::Real (&sums)[registers])
 {
-    typename Lanes<bytes>::Bits least = (typename Lanes<bytes>::Bits)sums[0];
+    typename Lanes<float, bytes>::Bits least = (typename Lanes<float, bytes>::Bits)sums[0];
     for (size_t i = 1; i < registers; ++i) {
-        const auto bits = (typename Lanes<bytes>::Bits)sums[i];
+        const auto bits = (typename Lanes<float, bytes>::Bits)sums[i];
         least = bits < least ? bits : least;
     }
-    Lanes<16>::Bits quarter;
+    Lanes<float, 16>::Bits quarter;
     if constexpr (bytes == 64) {
         const auto low = __builtin_shufflevector(least, least, 0, 1, 2, 3, 4, 5, 6, 7);
         const auto high = __builtin_shufflevector(least, least, 8, 9, 10, 11, 12, 13, 14, 15);
@@ -70,7 +54,7 @@ MORVEL_INLINE int32_t findLeast(const typename Lanes<bytes>::Real (&sums)[regist
 template <size_t bytes>
 MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks, float &limit)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<float, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float), registers = blockSize / lanes;
     constexpr size_t valuesPerLook = 8;  // at the limit
     size_t found = grid.a.size();
@@ -116,7 +100,7 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
 template <size_t bytes>
 MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const float *b, size_t points, float *scores)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<float, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float);
     for (size_t first = 0; first < points; first += 2 * lanes) {
         Real sum[2] = {};
@@ -142,7 +126,7 @@ struct Trials {
 template <size_t bytes>
 MORVEL_INLINE void placeTrials(float a, float b, float spacing, Trials &trial)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<float, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float);
     static constexpr float columns[] = {-1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5, -1.5, -.5, .5, 1.5};
     static constexpr float lines[] = {-1.5, -1.5, -1.5, -1.5, -.5, -.5, -.5, -.5, .5, .5, .5, .5, 1.5, 1.5, 1.5, 1.5};
@@ -177,7 +161,7 @@ MORVEL_INLINE size_t findLane(const float *numbers)
 template <size_t bytes>
 MORVEL_INLINE size_t findNearest(const Mixture &mixture, const Trials &trial)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<float, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float), registers = trials / lanes;
     Real sum[registers] = {};
     for (size_t j = 0; j < mixture.values; ++j) {
@@ -200,7 +184,7 @@ constexpr float fullDifference = 0.05f;
 template <size_t bytes>
 MORVEL_INLINE size_t findHeaviest(const Mixture &mixture, const float *scales, const Trials &trial)
 {
-    using Real = typename Lanes<bytes>::Real;
+    using Real = typename Lanes<float, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(float), registers = trials / lanes;
     Real sum1[registers] = {}, sum2[registers] = {}, sum3[registers] = {};
     for (size_t j = 0; j < mixture.values; ++j) {
@@ -270,27 +254,12 @@ MORVEL_INLINE void findWeights(const Mixture &mixture, float *weights)
         findWeights<bytes>(mixture, weights);                                                                          \
     }
 
-MORVEL_KERNELS(Plain, 16, )
-#if defined(MORVEL_WIDE_KERNELS)
-MORVEL_KERNELS(Avx2, 32, __attribute__((target("avx2"))))
-MORVEL_KERNELS(Avx512, 64, __attribute__((target("avx512f"))))
-#endif
+MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-static const SearchKernels kernels[] = {
-    {"plain", [] { return true; }, findBestPlain, scorePairsPlain, findWeightsPlain},
-#if defined(MORVEL_WIDE_KERNELS)
-    {"avx2", [] { return __builtin_cpu_supports("avx2") > 0; }, findBestAvx2, scorePairsAvx2, findWeightsAvx2},
-    {"avx512f", [] { return __builtin_cpu_supports("avx512f") > 0; }, findBestAvx512, scorePairsAvx512,
-     findWeightsAvx512},
-#endif
-};
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, findBest##name, scorePairs##name, findWeights##name},
+static const SearchKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
 std::span<const SearchKernels> allSearchKernels()
 {
     return kernels;
-}
-
-const SearchKernels &widestSearchKernels()
-{
-    return widestOf(allSearchKernels());
 }

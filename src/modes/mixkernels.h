@@ -45,6 +45,3 @@ struct SearchKernels {
 
 // From the narrowest instructions to the widest; the first ones run everywhere.
 std::span<const SearchKernels> allSearchKernels();
-
-// The widest that this processor supports.
-const SearchKernels &widestSearchKernels();

@@ -13,7 +13,7 @@ float **myTable = nullptr;
 std::vector<float> testValues;
 int cols = 0, rows = 0;
 float minP = 9999, P1 = -9, P2 = -9, P3 = -9;
-const SearchKernels *searchKernels = &widestSearchKernels();
+const SearchKernels *searchKernels = &widestOf(allSearchKernels());
 
 bool allocateTable(int values, int populations)
 {

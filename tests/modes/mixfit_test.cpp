@@ -4,6 +4,7 @@
 #include "modes/modes.h"
 #include "support/program.h"
 #include "support/random.h"
+#include "text/wide.h"
 
 #include <gtest/gtest.h>
 
@@ -153,5 +154,5 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
                                             << problem.references << problem.samples << report;
         }
     }
-    searchKernels = &widestSearchKernels();
+    searchKernels = &widestOf(allSearchKernels());
 }
