@@ -114,7 +114,6 @@ TEST(Readme, ShowsTheHitsOfTheDemo)
     const std::string examples = MORVEL_SOURCE_FOLDER "/examples/example.";
     folder.runMode("gentoAD", {"-file", examples + "gen", "-out", "ad"});
     folder.runMode("gwas", {"-pfile", examples + "pheno", "-gfile", "ad", "-out", "hits"});
-    std::ostringstream readme;
-    readme << std::ifstream(MORVEL_SOURCE_FOLDER "/README.md").rdbuf();
-    EXPECT_NE(squeezed(readme.str()).find(squeezed(folder.read("hits"))), std::string::npos) << folder.read("hits");
+    const std::string readme = squeezed(contentOf(MORVEL_SOURCE_FOLDER "/README.md"));
+    EXPECT_NE(readme.find(squeezed(folder.read("hits"))), std::string::npos) << folder.read("hits");
 }

@@ -5,14 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <gmock/gmock.h>
-
-static std::string contentOf(const std::string &name)
-{
-    std::ifstream file(name);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 static std::string inManual(std::string text)
 {

@@ -12,7 +12,7 @@
 
 namespace fs = std::filesystem;
 
-static std::string contentOf(const fs::path &path)
+std::string contentOf(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes;

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+std::string contentOf(const std::string &path);  // "(no file)" where there is none
+
 struct Result {
     int status = 0;            // exit status, or minus the signal that ended the run
     std::string output;        // all of standard output
