@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Times gwas2 on 750 individuals, 1,000 phenotypes and 20,000 markers against a matrix product of these sizes and one
 # run of gentoAD, and against gwas; with one phenotype against gwas; with triplets, other numbers of bins and a large
-# phenotype table. The product is numpy's with OpenBLAS on one thread, and timed alone, without making the matrices.
+# phenotype table.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
@@ -35,17 +35,10 @@ done
 echo "gwas gives the same bytes"
 
 # 7 times in turn: seconds, and the scan's against those of the product and of gentoAD.
-product='
-import numpy, time
-a = numpy.random.rand(20000, 750); b = numpy.random.rand(750, 1000)
-a[:100] @ b
-start = time.perf_counter(); a @ b; print(time.perf_counter() - start)'
 for run in 1 2 3 4 5 6 7; do
-    OPENBLAS_NUM_THREADS=1 taskset -c 1 /usr/bin/python3 -c "$product"
-    taskset -c 1 env time -q -o seconds -f %e $morvel -M gentoAD -file g20000 -out /dev/null >/dev/null
-    cat seconds
-    taskset -c 1 env time -q -o seconds -f %e $dosages >/dev/null
-    cat seconds
+    product_seconds
+    seconds $morvel -M gentoAD -file g20000 -out /dev/null
+    seconds $dosages
 done | paste - - - | awk '{ print ($3 - $2) / $1, $1, $2, $3 }' | sort -g | awk '
     { printf "scan %.2f s, product %.2f s, gentoAD %.2f s: scan less gentoAD is %.2f products\n", $4, $2, $3, $1 }'
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Times gwas3 on 750 individuals, 1,000 phenotypes and 20,000 markers against a matrix product of these sizes and
 # against its own plain loop, with one phenotype against wc -w; shows how the time grows, and the memory of a large
-# phenotype table. The product is numpy's with OpenBLAS on one thread, and timed alone, without making the matrices.
+# phenotype table.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
@@ -32,15 +32,9 @@ cmp hits.stats plain.stats
 echo "the plain loop gives the same bytes"
 
 # 7 products and 7 scans in turn: seconds and the median of the ratios.
-product='
-import numpy, time
-a = numpy.random.rand(20000, 750); b = numpy.random.rand(750, 1000)
-a[:100] @ b
-start = time.perf_counter(); a @ b; print(time.perf_counter() - start)'
 for run in 1 2 3 4 5 6 7; do
-    OPENBLAS_NUM_THREADS=1 taskset -c 1 /usr/bin/python3 -c "$product"
-    taskset -c 1 env time -q -o seconds -f %e $scan -pfile p1000 -gfile g20000 >/dev/null
-    cat seconds
+    product_seconds
+    seconds $scan -pfile p1000 -gfile g20000
 done | paste - - | awk '{ print $2 / $1, $1, $2 }' | sort -g | awk '
     { line[NR] = $1; product[NR] = $2; scan[NR] = $3 }
     END { for (i = 1; i <= NR; ++i) printf "scan %.2f s, product %.2f s, ratio %.2f\n", scan[i], product[i], line[i] }'

@@ -9,6 +9,25 @@ build_for_bench() {
     c++ --version | sed -n '1s/^/compiler: /p'
 }
 
+# seconds COMMAND: how long it takes on one core.
+seconds() {
+    local file
+    file=$(mktemp)
+    taskset -c 1 env time -q -o "$file" -f %e "$@" >/dev/null
+    cat "$file"
+    rm -f "$file"
+}
+
+# product_seconds: how long numpy with OpenBLAS takes on one thread to multiply 20,000 markers x 750 individuals by 750 x
+# 1,000 phenotypes, without making the matrices.
+product_seconds() {
+    OPENBLAS_NUM_THREADS=1 taskset -c 1 /usr/bin/python3 -c '
+import numpy, time
+a = numpy.random.rand(20000, 750); b = numpy.random.rand(750, 1000)
+a[:100] @ b
+start = time.perf_counter(); a @ b; print(time.perf_counter() - start)'
+}
+
 # compare NAME REFERENCE COMMAND: runs the two in turn, 7 times after a warm-up, pinned to one core, and prints the
 # medians, their ratio and the command's peak memory. The files named in `fresh` are removed before each run: to write
 # over a file that the disk has not yet taken in full means to wait for the disk.
