@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <gtest/gtest.h>
 
 static const char hitHeader[] = "Pheno\tSNPID\tSlope\tR2\tt-value\tp-value\t\n";
@@ -114,7 +113,6 @@ TEST(Gwas, EndsWithItsMessage)
         {{"-manualbins", "0:1.5", "-bintype", "absolute"}, outside},
         {{"-manualbins", "0:nan"}, outside},
         {{"-manualbins", "0:0.5:1"}, "Incorrect ranges defined\n"},
-        {{"-binfile", "missing"}, "No groupfile\n"},
         {{"-binfile", "falling"}, "Min group border bust be smaller than max group border\n"},
         {{"-binfile", "outside"}, "group borders must be between 0.0 and 1.0\n"},
         {{"-binfile", "three"}, format},
@@ -145,13 +143,6 @@ TEST(Gwas, EndsWithItsMessage)
     const Folder folder;
     EXPECT_EQ(folder.runMode("gwas", {"-gfile", "x"}).messages, "You need to specify '-pfile'.\n\n");
     EXPECT_EQ(folder.runMode("GWAS", {"-pfile", "x"}).messages, "You need to specify '-gfile'.\n\n");
-    // All results are complete before a name of 100 bytes ends the process.
-    writeExample(folder);
-    const std::string name(94, 'o');
-    const Result result = folder.runMode("gwas", {"-pfile", "pheno", "-gfile", "geno", "-out", name});
-    EXPECT_EQ(result.status, -SIGABRT);
-    EXPECT_TRUE(result.messages.ends_with("Top SNPs for each phenotype are in '" + name + "'\n")) << result.messages;
-    EXPECT_EQ(folder.read(name + ".stats"), statisticsHeader + "height\t1\t0\t0\t0\t0\t0\t1\tperfect\t2\t2\t2\n");
 }
 
 TEST(Gwas, TellsEveryThousandthPhenotype)
