@@ -116,6 +116,7 @@ TEST(Hints, NameWhatHasNoEffect)
         {"-M gentoLETTERS -file x",
          "mode \"gentoLETTERS\" takes no options, all are ignored; \"gentoletters\" takes them\n"},
         {"-M read1", ""},
+        {"-M read2 -file x", "mode \"read2\" takes no options, all are ignored\n"},
         {"-M gwas -slope -0.5 -missing -9 -delim - -statlimit 1e-8 -autobins +3 -out  -manualbins -.5:1,1:2", ""},
         {"-pfil x -M gwas -gfile",
          "option \"-pfil\" is ignored: mode \"gwas\" does not know it; did you mean \"-pfile\"?\n"
