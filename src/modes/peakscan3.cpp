@@ -193,13 +193,13 @@ static Range growRange(const Chromosome &chromosome, size_t seed)
     for (size_t j = seed; j < chromosome.size(); ++j) {
         if (S[j] >= leastPeak)
             range.last = j;
-        else if (S[j]<leastPeak &&double(L[j]) - L[range.last]> greatestGap)
+        else if (double(L[j]) - L[range.last] > greatestGap && S[j] < leastPeak)
             break;
     }
     for (size_t k = seed; k > 0; --k) {  // on purpose never the first marker
         if (S[k] >= leastPeak)
             range.first = k;
-        else if (S[k]<leastPeak &&double(L[range.first]) - L[k]> greatestGap)
+        else if (double(L[range.first]) - L[k] > greatestGap && S[k] < leastPeak)
             break;
     }
     return range;
