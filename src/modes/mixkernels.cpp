@@ -18,7 +18,7 @@ MORVEL_INLINE typename Lanes<float, bytes>::Real load(const float *from)
 
 // Adds the absolute value of each lane.
 template <size_t bytes>
-MORVEL_INLINE void addAbsolute(typename Lanes<float, bytes>::Real &sum, typename Lanes<float, bytes>::Real value)
+MORVEL_INLINE void addAbsolute(typename Lanes<float, bytes>::Real &sum, const typename Lanes<float, bytes>::Real &value)
 {
     sum += (typename Lanes<float, bytes>::Real)((typename Lanes<float, bytes>::Bits)value & 0x7fffffff);
 }
