@@ -1,12 +1,12 @@
 # The manual page and the completion for bash, made from the mode table.
-add_executable(morvel-pages src/pages/pages.cpp)
+add_executable(morvel-pages src/tools/pages/pages.cpp)
 target_link_libraries(morvel-pages PRIVATE morvel-core)
 
 function(make_page output template)
   add_custom_command(
     OUTPUT ${output}
-    COMMAND morvel-pages ${CMAKE_CURRENT_SOURCE_DIR}/src/pages/${template} ${output}
-    DEPENDS morvel-pages src/pages/${template}
+    COMMAND morvel-pages ${CMAKE_CURRENT_SOURCE_DIR}/src/tools/pages/${template} ${output}
+    DEPENDS morvel-pages src/tools/pages/${template}
     VERBATIM)
 endfunction()
 make_page(morvel.1 morvel.1.in)

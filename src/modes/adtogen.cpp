@@ -3,10 +3,10 @@
 // lies from the class that it was rounded to.
 #include "main/console.h"
 #include "main/progress.h"
-#include "modes/genotypes.h"
+#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <algorithm>
 #include <array>

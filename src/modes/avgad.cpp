@@ -1,7 +1,7 @@
 // Average dosage per marker: a line of leading columns and one dosage per individual becomes the leading
 // columns, the mean dosage of the chosen individuals and its standard deviation.
 #include "main/console.h"
-#include "modes/genotypes.h"
+#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 
 #include <cmath>

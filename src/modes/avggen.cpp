@@ -2,7 +2,7 @@
 // the leading columns, the three mean probabilities of the chosen individuals, their mean dosage P(AB) + 2
 // P(BB) and its standard deviation.
 #include "main/console.h"
-#include "modes/genotypes.h"
+#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 
 #include <cmath>

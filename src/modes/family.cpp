@@ -4,7 +4,7 @@
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/modes.h"
-#include "modes/relatedness.h"
+#include "relatives/pairs.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 #include "text/writer.h"

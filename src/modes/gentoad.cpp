@@ -4,13 +4,13 @@
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
-#include "modes/dosages.h"
-#include "modes/genotypes.h"
+#include "genotypes/dosages.h"
+#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <cmath>

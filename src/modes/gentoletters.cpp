@@ -3,11 +3,11 @@
 // such as AG.
 #include "main/console.h"
 #include "main/options.h"
-#include "modes/genotypes.h"
+#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 #include "text/delimiters.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <algorithm>
 

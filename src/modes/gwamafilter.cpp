@@ -4,10 +4,10 @@
 #include "main/options.h"
 #include "main/progress.h"
 #include "modes/modes.h"
-#include "modes/tables.h"
+#include "tables/columns.h"
 #include "text/delimiters.h"
 #include "text/lines.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 #include "text/writer.h"
 
 static std::string filename;

@@ -2,10 +2,10 @@
 // dosages of the bins are regressed over the bins. A row per hit, and a row of statistics per phenotype.
 #include "main/progress.h"
 #include "main/settings.h"
-#include "modes/bins.h"
-#include "modes/binscan.h"
+#include "scans/bins.h"
+#include "scans/binscan.h"
 #include "modes/modes.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 // The mean dosage of every bin; 0 for an empty bin, which takes part in the regression all the same, on purpose.
 MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vector<double> &dosages,

@@ -4,14 +4,14 @@
 #include "main/options.h"
 #include "main/progress.h"
 #include "main/settings.h"
-#include "modes/bins.h"
-#include "modes/binscan.h"
-#include "modes/binsums.h"
-#include "modes/dosages.h"
-#include "modes/genotypes.h"
-#include "modes/hitstore.h"
+#include "scans/bins.h"
+#include "scans/binscan.h"
+#include "scans/binsums.h"
+#include "genotypes/dosages.h"
+#include "genotypes/genotypes.h"
+#include "scans/hitstore.h"
 #include "modes/modes.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,11 +5,11 @@
 #include "main/options.h"
 #include "main/progress.h"
 #include "modes/modes.h"
-#include "modes/tables.h"
+#include "tables/columns.h"
 #include "text/delimiters.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>

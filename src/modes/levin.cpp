@@ -3,11 +3,11 @@
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/modes.h"
-#include "modes/tables.h"
+#include "tables/columns.h"
 #include "text/delimiters.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>

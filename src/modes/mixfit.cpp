@@ -5,7 +5,7 @@
 #include "main/options.h"
 #include "main/progress.h"
 #include "main/settings.h"
-#include "modes/mixsearch.h"
+#include "mixture/search.h"
 #include "modes/modes.h"
 #include "text/delimiters.h"
 #include "text/fields.h"

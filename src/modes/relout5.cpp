@@ -5,7 +5,7 @@
 #include "main/console.h"
 #include "main/options.h"
 #include "modes/modes.h"
-#include "modes/removal.h"
+#include "relatives/removal.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 // above 0.
 #include "main/console.h"
 #include "modes/modes.h"
-#include "modes/removal.h"
+#include "relatives/removal.h"
 
 static RemovalOptions options;
 

@@ -1,6 +1,6 @@
 #include "modes/gwas2.h"
 #include "main/options.h"
-#include "modes/binsums.h"
+#include "scans/binsums.h"
 #include "support/program.h"
 #include "support/scaninput.h"
 

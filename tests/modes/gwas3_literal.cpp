@@ -1,5 +1,5 @@
 #include "modes/gwas3_literal.h"
-#include "modes/df.h"
+#include "scans/df.h"
 #include "support/scanmodel.h"
 #include "text/readnumber.h"
 

@@ -1,4 +1,4 @@
-#include "modes/classsums.h"
+#include "scans/classsums.h"
 #include "modes/gwas3_literal.h"
 #include "support/program.h"
 #include "support/scaninput.h"

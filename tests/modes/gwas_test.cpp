@@ -1,4 +1,4 @@
-#include "modes/df.h"
+#include "scans/df.h"
 #include "support/program.h"
 #include "support/scaninput.h"
 #include "support/scanmodel.h"

@@ -1,10 +1,10 @@
 #include "modes/mixfit_literal.h"
-#include "modes/mixkernels.h"
-#include "modes/mixsearch.h"
+#include "mixture/kernels.h"
+#include "mixture/search.h"
 #include "modes/modes.h"
 #include "support/program.h"
 #include "support/random.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "support/scanmodel.h"
-#include "modes/df.h"
+#include "scans/df.h"
 #include "text/bytes.h"
 
 #include <algorithm>

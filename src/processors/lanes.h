@@ -1,7 +1,7 @@
 // Functions written once for registers of several widths, and compiled for the processors that have them.
 #pragma once
 
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "modes/removal.h"
+#include "relatives/removal.h"
 #include "main/console.h"
 #include "main/options.h"
 #include "text/readnumber.h"

@@ -1,5 +1,5 @@
-#include "modes/binsums.h"
-#include "modes/lanes.h"
+#include "scans/binsums.h"
+#include "processors/lanes.h"
 
 // As many registers side by side as there are without spilling: they keep the adders busy while each waits for its own
 // last sum.

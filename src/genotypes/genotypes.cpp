@@ -1,9 +1,9 @@
-#include "modes/genotypes.h"
+#include "genotypes/genotypes.h"
 #include "main/console.h"
 #include "main/options.h"
 #include "main/progress.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <algorithm>
 

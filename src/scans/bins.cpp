@@ -1,4 +1,4 @@
-#include "modes/bins.h"
+#include "scans/bins.h"
 #include "main/console.h"
 #include "main/options.h"
 #include "main/settings.h"

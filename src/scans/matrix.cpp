@@ -1,5 +1,5 @@
-#include "modes/matrix.h"
-#include "modes/scan.h"
+#include "scans/matrix.h"
+#include "scans/scan.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // What gwas and gwas2 share: everything but the order of the loops over phenotypes and markers.
 #pragma once
 
-#include "modes/scan.h"
+#include "scans/scan.h"
 #include "text/lines.h"
 
 #include <vector>

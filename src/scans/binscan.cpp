@@ -1,13 +1,13 @@
-#include "modes/binscan.h"
+#include "scans/binscan.h"
 #include "main/console.h"
 #include "main/options.h"
 #include "main/settings.h"
-#include "modes/bins.h"
-#include "modes/df.h"
+#include "scans/bins.h"
+#include "scans/df.h"
 #include "text/delimiters.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 using Walker = text::FieldWalker<text::Separator::WhiteSpace>;
 

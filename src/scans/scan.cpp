@@ -1,8 +1,8 @@
-#include "modes/scan.h"
+#include "scans/scan.h"
 #include "main/console.h"
 #include "main/options.h"
 #include "main/settings.h"
-#include "modes/df.h"
+#include "scans/df.h"
 #include "text/readnumber.h"
 
 #include <cmath>

@@ -1,7 +1,7 @@
-#include "modes/dosages.h"
+#include "genotypes/dosages.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
-#include "text/wide.h"
+#include "processors/wide.h"
 
 #include <array>
 

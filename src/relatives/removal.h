@@ -2,7 +2,7 @@
 // next individual, and the row written for it.
 #pragma once
 
-#include "modes/relatedness.h"
+#include "relatives/pairs.h"
 #include "text/lines.h"
 #include "text/writer.h"
 

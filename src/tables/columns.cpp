@@ -1,4 +1,4 @@
-#include "modes/tables.h"
+#include "tables/columns.h"
 #include "main/console.h"
 #include "main/options.h"
 

@@ -1,6 +1,6 @@
-#include "modes/mixsearch.h"
-#include "modes/mixkernels.h"
-#include "text/wide.h"
+#include "mixture/search.h"
+#include "mixture/kernels.h"
+#include "processors/wide.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
-#include "modes/classsums.h"
-#include "modes/lanes.h"
+#include "scans/classsums.h"
+#include "processors/lanes.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "modes/df.h"
+#include "scans/df.h"
 
 #include <algorithm>
 #include <cmath>

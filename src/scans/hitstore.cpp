@@ -1,4 +1,4 @@
-#include "modes/hitstore.h"
+#include "scans/hitstore.h"
 
 #include <algorithm>
 

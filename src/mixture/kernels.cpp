@@ -1,5 +1,5 @@
-#include "modes/mixkernels.h"
-#include "modes/lanes.h"
+#include "mixture/kernels.h"
+#include "processors/lanes.h"
 
 #include <algorithm>
 #include <bit>

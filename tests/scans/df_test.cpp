@@ -1,4 +1,4 @@
-#include "modes/df.h"
+#include "scans/df.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The phenotype table of the fast scan, in memory in the order in which its sums run.
 #pragma once
 
-#include "modes/classsums.h"
+#include "scans/classsums.h"
 
 #include <memory>
 #include <new>
