@@ -79,9 +79,11 @@ static std::string suggestion(string_view typed, const std::vector<string_view> 
 static std::string modeSuggestion(string_view typed)
 {
     std::vector<string_view> names;
-    for (const Mode &mode : allModes()) {
-        if (mode.run)
-            names.push_back(mode.name);
+    for (const Mode *mode : allModes()) {
+        for (const char *spelling : mode->names) {
+            if (spelling && mode->run)
+                names.push_back(spelling);
+        }
     }
     return suggestion(typed, names);
 }
@@ -89,8 +91,8 @@ static std::string modeSuggestion(string_view typed)
 static std::string optionSuggestion(string_view typed, const Mode &mode)
 {
     std::vector<string_view> names;
-    for (const Option &option : mode.options)
-        names.push_back(option.name);
+    for (const Option *option : mode.options)
+        names.push_back(option->name);
     return suggestion(typed, names);
 }
 
@@ -111,23 +113,17 @@ static bool isInteger(string_view word)
     return text::readInteger(word) != 0 || word.find_first_not_of(" \t+-0") == word.npos;
 }
 
-static bool isOneOf(string_view words, string_view word)
-{
-    return word.find(' ') == word.npos
-           && (' ' + std::string(words) + ' ').find(' ' + std::string(word) + ' ') != words.npos;
-}
-
 // What is wrong with the value; nothing where nothing is. An empty value may be meant.
 static std::string valueHint(const Option &option, string_view value)
 {
     if (value.empty())
         return "";
     const std::string name = quoted(option.name);
-    if (option.value == Value::Integer && !isInteger(value))
+    if (option.kind == Value::Integer && !isInteger(value))
         return name + " takes a whole number, and " + quoted(value) + " counts as 0";
-    if (option.value == Value::Real && text::readReal(value).value == 0 && !text::readReal(value).isNumber)
+    if (option.kind == Value::Real && text::readReal(value).value == 0 && !text::readReal(value).isNumber)
         return name + " takes a number, and " + quoted(value) + " counts as 0";
-    if (option.value == Value::Word && !isOneOf(option.words, value)) {
+    if (option.kind == Value::Word && !isOneOf(option.words, value)) {
         std::string words = option.words;
         for (size_t i = 0; (i = words.find(' ', i)) != words.npos; i += 2)
             words.replace(i, 1, ", ");
@@ -138,16 +134,13 @@ static std::string valueHint(const Option &option, string_view value)
 
 static std::string unusedOptionsHint(const Mode &mode)
 {
-    std::string hint = "mode " + quoted(mode.name) + " takes no options, all are ignored";
-    for (const Mode &other : allModes()) {
-        if (other.run == mode.run && !other.options.empty())
-            return hint + "; " + quoted(other.name) + " takes them";
-    }
-    return hint;
+    return "mode " + quoted(mode.name()) + " takes no options, all are ignored"
+           + (mode.bare ? "; " + quoted(mode.bare->name()) + " takes them" : "");
 }
 
 // Walks the words as they were meant: an option and its value, the next option and so on.
-static std::vector<std::string> findOptionHints(std::span<const char *const> arguments, const Mode &mode)
+static std::vector<std::string> findOptionHints(std::span<const char *const> arguments, string_view name,
+                                                const Mode &mode)
 {
     std::vector<std::string> hints;
     const size_t count = arguments.size();
@@ -160,7 +153,7 @@ static std::vector<std::string> findOptionHints(std::span<const char *const> arg
         const string_view value = isLast ? "" : arguments[i + 1];
         if (isModeSwitch(word)) {
             if (isLast || isModeFound)
-                hints.push_back(quoted(word) + " is ignored: mode " + quoted(mode.name) + " was named before");
+                hints.push_back(quoted(word) + " is ignored: mode " + quoted(name) + " was named before");
             isModeFound = true;
             ++i;
         } else if (const Option *option = findOption(mode, word)) {
@@ -188,7 +181,7 @@ static std::vector<std::string> findOptionHints(std::span<const char *const> arg
                 given.emplace_back(word, value);
             }
         } else if (looksLikeOption(word)) {
-            hints.push_back("option " + quoted(word) + " is ignored: mode " + quoted(mode.name) + " does not know it"
+            hints.push_back("option " + quoted(word) + " is ignored: mode " + quoted(name) + " does not know it"
                             + optionSuggestion(word, mode));
             if (!isLast && !findOption(mode, value) && !looksLikeOption(value))
                 ++i;
@@ -215,7 +208,7 @@ std::vector<std::string> findHints(std::span<const char *const> arguments, strin
         return {"mode " + quoted(name) + " runs nothing" + modeSuggestion(name)};
     if (mode->options.empty() && arguments.size() > 2)
         return {unusedOptionsHint(*mode)};
-    return findOptionHints(arguments, *mode);
+    return findOptionHints(arguments, name, *mode);
 }
 
 void showHints(std::span<const char *const> arguments, string_view mode)

@@ -1,28 +1,24 @@
-// The modes of the program: their spellings, options, functions, and a line of help for each of these. What users read
-// elsewhere, the manual page, the completion of the shell and the hints on a terminal, is made from here.
+// What a mode is: its spellings, function and options, and a line of help. What users read elsewhere, the manual page,
+// the completion of the shell and the hints on a terminal, is made from the index of all modes.
 #pragma once
+
+#include "main/options.h"
 
 #include <span>
 #include <string_view>
 
-enum class Value { Integer, Real, Word, Text, InputFile, OutputFile };
-
-struct Option {
-    const char *name;
-    Value value;
-    const char *help;        // without a full stop; "\n" never
-    const char *words = "";  // separated by blanks: all that count of a Word, the common ones of anything else
-};
-
 struct Mode {
-    const char *name;                 // exact spelling
-    void (*run)();                    // null: collects its options, runs nothing
-    std::span<const Option> options;  // accepted; none: collects nothing
-    const char *help = "";            // none: one more spelling of the mode before it
+    const char *names[2];                    // exact spellings; the second one may be null
+    void (*run)();                           // null: collects its options, runs nothing
+    std::span<const Option *const> options;  // accepted, in the order in which they are documented
+    const char *help;
+    const Mode *bare = nullptr;  // the mode that this one runs without collecting its options
+
+    const char *name() const { return names[0]; }
 };
 
-// All spellings, in the order in which they are compared.
-std::span<const Mode> allModes();
+// The index, in the order in which the manual shows the modes.
+std::span<const Mode *const> allModes();
 
 // The mode spelled so; null where there is none.
 const Mode *findMode(std::string_view name);
@@ -30,8 +26,8 @@ const Mode *findMode(std::string_view name);
 // The mode's option; null where it accepts none of this name.
 const Option *findOption(const Mode &mode, std::string_view name);
 
-// True for a mode whose work is yet to be built: it says so and returns.
-bool isUnavailable(const Mode &mode);
-
 // Runs the mode's function, if it has one.
 void runMode(const Mode &mode);
+
+// The function of a mode whose work is yet to be built: says so and returns.
+void reportUnavailable();

@@ -1,18 +1,24 @@
 // Correlation of a column with every circular shift of another: two numeric columns of a table become one row
 // for each shift, its number, the correlation and the value that stands first.
 #include "main/console.h"
-#include "main/options.h"
 #include "modes/modes.h"
+#include "processors/wide.h"
 #include "tables/columns.h"
-#include "text/delimiters.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
+
+static constexpr InputOption fileOption = {"-file", Use::Required, "table"};
+static constexpr OutputOption outOption = {"-out", "input name", "output file"};
+static constexpr DelimiterOption delimOption
+    = {"-delim", "tab", fiveDelimiters, "\t", "between the fields; any other word is a tab"};
+static constexpr SwitchOption headerOption = {"-header", "yes or Yes: the first line is a header", "yes Yes no"};
+static constexpr TextOption columnsOption = {"-columns", "1,2", "the two columns, from 1"};
+static constexpr const Option *options[] = {&fileOption, &outOption, &delimOption, &headerOption, &columnsOption};
 
 static std::string Filename;
 static std::string Outname;
@@ -25,7 +31,7 @@ static std::vector<double> xArray, yArray;
 static void readColumns()
 {
     std::vector<std::string_view> Columns;
-    const std::string value = textOption("-columns", "1,2");
+    const std::string value = columnsOption.read();
     text::splitFields(value, ",", Columns);
     if (Columns.size() != 2)
         fatal("Incorrect number of columns specified\n");
@@ -37,11 +43,10 @@ static void readColumns()
 
 static void readOptions()
 {
-    Filename = requiredOption("-file");
-    Outname = announcedOutOption(Filename);
-    Delim = text::delimiter(textOption("-delim", "tab"), "\t");
-    const std::string Headerverdict = textOption("-header", "no");
-    headeryes = Headerverdict == "yes" || Headerverdict == "Yes";
+    Filename = fileOption.require();
+    Outname = outOption.readAnnounced(Filename);
+    Delim = delimOption.read();
+    headeryes = headerOption.isOn();
     readColumns();
 }
 
@@ -187,7 +192,7 @@ static void printExtremes(const Extremes &extremes)
     print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(), extremes.bestNegCorrLoc + 1);
 }
 
-void levin()
+static void levin()
 {
     readOptions();
     print("Running...\n\n");
@@ -201,3 +206,6 @@ void levin()
     printExtremes(correlateShifts(out));
     out.close();
 }
+
+constinit const Mode levinMode
+    = {{"levin"}, levin, options, "Correlates a column with every circular shift of another"};

@@ -1,12 +1,11 @@
 #include "tables/columns.h"
 #include "main/console.h"
-#include "main/options.h"
 
-size_t columnOption(std::string_view option, const char *name)
+size_t readColumn(const IntegerOption &option)
 {
-    const int column = integerOption(option, 0);
+    const int column = option.read();
     if (column < 1)
-        fatal("Incorrect %s\n", name);
+        fatal("Incorrect %s\n", option.name + 1);
     return size_t(column);
 }
 

@@ -1,14 +1,16 @@
 // What the modes over delimited tables share: options, and fields in chosen columns.
 #pragma once
 
+#include "main/options.h"
 #include "text/fields.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-// A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME".
-size_t columnOption(std::string_view option, const char *name);
+// A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME", its name
+// without the hyphen.
+size_t readColumn(const IntegerOption &option);
 
 [[noreturn]] void failShortLine(int64_t lineNumber, size_t column);
 

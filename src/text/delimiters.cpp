@@ -1,39 +1,22 @@
 #include "text/delimiters.h"
 
-#include <span>
-
 namespace text {
 
-struct Word {
-    std::string_view word;
-    const char *bytes;
+static constexpr struct {
+    std::string_view word, bytes, crossed;
+} words[] = {
+    {"tab", "\t", "\t"},     {"TAB", "\t", "\t"},   {"space", " ", " "},  {"comma", ",", ","},
+    {"semicolon", ";", ";"}, {"colon", ":", ":"},   {"slash", "/", "\\"}, {"bslash", "\\", "/"},
+    {"dash", "-", "-"},      {"quote", "\"", "\""}, {"squote", "'", "'"}, {"none", "", ""},
 };
 
-static constexpr Word words[] = {
-    {"tab", "\t"}, {"space", " "}, {"comma", ","}, {"semicolon", ";"}, {"colon", ":"},
-};
-
-static constexpr Word furtherWords[] = {
-    {"slash", "/"}, {"bslash", "\\"}, {"dash", "-"}, {"quote", "\""}, {"squote", "'"},
-};
-
-static std::string lookUp(std::span<const Word> table, std::string_view word, std::string_view otherwise)
+std::string_view delimiter(std::string_view word, bool isCrossed)
 {
-    for (const Word &row : table) {
+    for (const auto &row : words) {
         if (row.word == word)
-            return row.bytes;
+            return isCrossed ? row.crossed : row.bytes;
     }
-    return std::string(otherwise);
-}
-
-std::string delimiter(std::string_view word, std::string_view otherwise)
-{
-    return lookUp(words, word, otherwise);
-}
-
-std::string delimiterOrLiteral(std::string_view word)
-{
-    return delimiter(word, lookUp(furtherWords, word, word));
+    return {};
 }
 
 }  // namespace text

@@ -1,15 +1,12 @@
 // Delimiter words of the options.
 #pragma once
 
-#include <string>
 #include <string_view>
 
 namespace text {
 
-// "tab", "space", "comma", "semicolon" and "colon" give their byte; any other word gives `otherwise`.
-std::string delimiter(std::string_view word, std::string_view otherwise);
-
-// These, and "slash", "bslash", "dash", "quote" and "squote"; any other word is itself the delimiter.
-std::string delimiterOrLiteral(std::string_view word);
+// The bytes that a word such as "tab" or "semicolon" stands for; nothing for any other word. Crossed over, "slash" is
+// a backslash and "bslash" a slash.
+std::string_view delimiter(std::string_view word, bool isCrossed = false);
 
 }  // namespace text

@@ -1,5 +1,5 @@
-// Makes the manual page and the completion for bash at build time: fills the template of either from the mode table,
-// so that they cannot drift from the program.
+// Makes the manual page and the completion for bash at build time: fills the template of either from the index of
+// modes, so that they cannot drift from the program.
 //
 //     morvel-pages TEMPLATE OUTPUT
 //
@@ -12,24 +12,16 @@
 #include <string>
 #include <vector>
 
-// The modes of the same function and options, the first of which has the help.
-static std::vector<std::span<const Mode>> modeGroups()
+static std::string spellings(const Mode &mode, const char *separator)
 {
-    std::vector<std::span<const Mode>> groups;
-    const std::span<const Mode> modes = allModes();
-    for (size_t first = 0, end; first < modes.size(); first = end) {
-        for (end = first + 1; end < modes.size() && !*modes[end].help; ++end) {
-        }
-        groups.push_back(modes.subspan(first, end - first));
-    }
-    return groups;
+    return mode.names[0] + (mode.names[1] ? std::string(separator) + mode.names[1] : "");
 }
 
-static std::string joined(std::span<const Mode> modes, const char *separator)
+static std::string allSpellings()
 {
     std::string names;
-    for (const Mode &mode : modes)
-        names += (names.empty() ? "" : separator) + std::string(mode.name);
+    for (const Mode *mode : allModes())
+        names += (names.empty() ? "" : " ") + spellings(*mode, " ");
     return names;
 }
 
@@ -48,7 +40,7 @@ static std::string escaped(const std::string &text)
 
 static std::string valueName(const Option &option)
 {
-    switch (option.value) {
+    switch (option.kind) {
     case Value::Word:
         return "\\fB" + replaced(escaped(option.words), " ", "\\fR|\\fB") + "\\fR";
     case Value::Integer:
@@ -64,34 +56,38 @@ static std::string valueName(const Option &option)
     return "";
 }
 
+// What the option does, its words and its default.
+static std::string helpOf(const Option &option)
+{
+    std::string help = option.help;
+    if (option.kind == Value::Text && *option.words)
+        help += ": " + replaced(option.words, " ", ", ");
+    const std::string absent = option.shownDefault();
+    return escaped(absent.empty() ? help : help + " (" + absent + ")");
+}
+
 static void writeManual(std::ostream &out)
 {
-    for (const auto &group : modeGroups()) {
-        const Mode &mode = group[0];
-        out << ".SS " << joined(group, ", ") << '\n' << escaped(mode.help) << ".\n";
-        if (isUnavailable(mode))
+    for (const Mode *mode : allModes()) {
+        out << ".SS " << spellings(*mode, ", ") << '\n' << escaped(mode->help) << ".\n";
+        if (mode->run == reportUnavailable)
             out << "Not available in this version: it collects its options and says so.\n";
-        for (const Option &option : mode.options) {
-            out << ".TP\n\\fB" << escaped(option.name) << "\\fR " << valueName(option) << '\n' << escaped(option.help);
-            if (option.value == Value::Text && *option.words)
-                out << ": " << replaced(option.words, " ", ", ");
-            out << '\n';
-        }
+        for (const Option *option : mode->options)
+            out << ".TP\n\\fB" << escaped(option->name) << "\\fR " << valueName(*option) << '\n'
+                << helpOf(*option) << '\n';
     }
 }
 
 static void writeCases(std::ostream &out)
 {
-    for (const auto &group : modeGroups()) {
-        out << "    " << joined(group, " | ") << ")\n        options='";
-        for (const Option &option : group[0].options)
-            out << (&option == group[0].options.data() ? "" : " ") << option.name;
-        std::string wordCases;
-        for (const Option &option : group[0].options) {
-            if (*option.words)
-                wordCases += "        " + std::string(option.name) + ") words='" + option.words + "' ;;\n";
+    for (const Mode *mode : allModes()) {
+        std::string names, wordCases;
+        for (const Option *option : mode->options) {
+            names += (names.empty() ? "" : " ") + std::string(option->name);
+            if (*option->words)
+                wordCases += "        " + std::string(option->name) + ") words='" + option->words + "' ;;\n";
         }
-        out << "'\n";
+        out << "    " << spellings(*mode, " | ") << ")\n        options='" << names << "'\n";
         if (!wordCases.empty())
             out << "        case $previous in\n" << wordCases << "        esac\n";
         out << "        ;;\n";
@@ -108,7 +104,7 @@ int main(int argc, char **argv)
         else if (line == "@CASES@")
             writeCases(out);
         else
-            out << replaced(line, "@NAMES@", joined(allModes(), " ")) << '\n';
+            out << replaced(line, "@NAMES@", allSpellings()) << '\n';
     }
     out.close();
     if (!in.eof() || !out) {
