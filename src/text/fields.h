@@ -19,6 +19,9 @@ namespace text {
 // empty field at both ends.
 void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
+// How many fields splitFields() finds.
+size_t countFields(std::string_view line, std::string_view delimiter);
+
 // The same fields one after another, without a list of all: however many there are, they cost no memory.
 class FieldReader {
 public:
