@@ -22,7 +22,7 @@ void splitFields(std::string_view line, std::string_view delimiter, std::vector<
 // How many fields splitFields() finds.
 size_t countFields(std::string_view line, std::string_view delimiter);
 
-// The same fields one after another, without a list of all: however many there are, they cost no memory.
+// The fields that splitFields() finds, one after another: however many there are, they cost no memory.
 class FieldReader {
 public:
     FieldReader(std::string_view line, std::string_view delimiter) : m_rest(line), m_delimiter(delimiter) {}
@@ -36,7 +36,7 @@ private:
     bool m_isDone = false;
 };
 
-// The same without the empty fields.
+// What splitFields() finds, without the empty fields.
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
 // Words at white space, across line ends.
