@@ -2,7 +2,7 @@
 // bins, and the genotypes, dosages or triplets, are read once.
 #include "modes/gwas2.h"
 #include "genotypes/dosages.h"
-#include "genotypes/genotypes.h"
+#include "genotypes/columns.h"
 #include "genotypes/markers.h"
 #include "main/progress.h"
 #include "main/settings.h"

@@ -36,7 +36,7 @@ private:
     bool m_isDone = false;
 };
 
-// What splitFields() finds, without the empty fields.
+// All fields but the empty ones; `fields` is reused.
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
 // Words at white space, across line ends.
