@@ -146,7 +146,7 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
             const Folder folder;
             folder.write("r", problem.references);
             folder.write("s", problem.samples);
-            folder.runInChild(mixFitMode.run, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
+            folder.runInChild(mixFitMode, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
                                        {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
                                        {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
             const std::string report = folder.read("s.out");
