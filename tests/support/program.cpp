@@ -1,6 +1,5 @@
 #include "support/program.h"
 #include "main/console.h"
-#include "main/modes.h"
 
 #include <cstdlib>
 #include <filesystem>

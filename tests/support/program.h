@@ -37,7 +37,7 @@ public:
     // The same for "-M mode".
     Result runMode(const std::string &mode, std::vector<std::string> options) const;
 
-    // Runs the mode function in a child of this process, which costs a tenth of starting the program; returns the exit
+    // Runs the mode in a child of this process, which costs a tenth of starting the program; returns the exit
     // status. Messages go to the file "messages".
     int runInChild(const Mode &mode, const std::map<std::string, std::string> &options) const;
 
