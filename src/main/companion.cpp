@@ -36,7 +36,7 @@ static std::string optionsOf(const Companion &companion, const Mode &verb)
         name.resize(std::max(name.size() + 1, size_t(14)), ' ');
         text += "    " + name + option->help;
         if (*option->words)
-            text += std::string(": ") + option->words;
+            text += std::string(" [") + option->words + "]";
         const std::string absent = option->shownDefault();
         text += (absent.empty() ? "" : " (" + absent + ")") + "\n";
     }

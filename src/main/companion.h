@@ -5,9 +5,9 @@
 #include "main/modes.h"
 
 struct Companion {
-    const char *name;                     // of the program
-    const char *help;                     // a line
-    std::span<const Mode *const> verbs;   // in the order in which they are documented
+    const char *name;                    // of the program
+    const char *help;                    // a line
+    std::span<const Mode *const> verbs;  // in the order in which they are documented
 };
 
 // A whole run: NAME VERB -option value ... Ends with status 0, or with a message on standard error and status 1.

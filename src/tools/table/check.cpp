@@ -21,9 +21,8 @@ static constexpr DelimiterOption contentDelimOption
        "between the fields, in place of a tab in tables and of a blank elsewhere"};
 static constexpr IntegerOption leadingOption
     = {"-last-bef-geno", 5, "number of leading columns of dosages and triplets"};
-static constexpr const Option *options[]
-    = {&fileOption,   &contentOption, &wantedOption, &idOption,
-       &listOption, &contentDelimOption, &quotesOption, &leadingOption};
+static constexpr const Option *options[] = {&fileOption, &contentOption,      &wantedOption, &idOption,
+                                            &listOption, &contentDelimOption, &quotesOption, &leadingOption};
 
 static Format formatOf(Content content)
 {

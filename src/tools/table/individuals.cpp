@@ -224,8 +224,8 @@ void Matching::finish() const
     if (absentCount == m_lines.size())
         fatal("No individual of '%s' has a row in '%s': %s\n", m_individuals.file.c_str(), m_table.c_str(),
               names.c_str());
-    const std::string how = counted(absentCount, "individual") + " of '" + m_individuals.file + "' without a row in '"
-                            + m_table + "'";
+    const std::string how
+        = counted(absentCount, "individual") + " of '" + m_individuals.file + "' without a row in '" + m_table + "'";
     if (absentCount > 0 && absentOption.read() == 0)
         fatal("%s: %s; -absent missing gives missing values\n", how.c_str(), names.c_str());
     if (absentCount > 0)

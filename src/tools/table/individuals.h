@@ -47,7 +47,7 @@ public:
 private:
     const Individuals &m_individuals;
     const std::string m_table;
-    std::vector<size_t> m_lines;  // [place], 0: none yet
+    std::vector<size_t> m_lines;        // [place], 0: none yet
     std::vector<std::string> m_extras;  // the first of them
     size_t m_extraCount = 0;
 };

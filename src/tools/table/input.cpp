@@ -80,10 +80,11 @@ bool InputLines::next(string_view &line)
     return false;
 }
 
-Format readFormat(string_view outWord)
+Format readFormat(const WordOption &outDelim)
 {
     Format format = {delimOption.read(), '\t', quotesOption.read()};
-    const string_view out = outWord.empty() ? format.in : text::delimiter(outWord);
+    const std::string word = outDelim.given().value_or(outDelim.absentText);
+    const string_view out = isOneOf(outDelim.words, word) ? text::delimiter(word) : format.in;
     if (!out.empty())
         format.out = out[0];
     return format;
@@ -194,8 +195,8 @@ size_t Table::takeField(string_view line, size_t first)
         m_row.append(line, first, end - first);
     }
     if (m_row.find(m_format.out, before) != m_row.npos)
-        fatal("Line %zu of '%s': the field '%s' holds the delimiter of the result\n", this->line(), name().c_str(),
-              m_row.c_str() + before);
+        fatal("Line %zu of '%s': the field '%s' holds the delimiter of the result; -outdelim names another\n",
+              this->line(), name().c_str(), m_row.c_str() + before);
     return end;
 }
 

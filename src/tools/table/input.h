@@ -13,9 +13,10 @@
 
 inline constexpr InputOption fileOption = {"-file", Use::Required, "table; - is standard input"};
 inline constexpr TextOption outOption = {"-out", "-", "result; - is standard output"};
-inline constexpr DelimiterOption delimOption
-    = {"-delim", "tab", "tab space comma semicolon colon blanks", "",
-       "between the fields of the table; blanks: runs of blanks and tabs"};
+inline constexpr DelimiterOption delimOption = {"-delim", "tab", "tab space comma semicolon colon blanks", "",
+                                                "between the fields of the table; blanks: runs of blanks and tabs"};
+inline constexpr WordOption outDelimOption
+    = {"-outdelim", "as -delim", "tab space comma semicolon colon", "between the fields of the result"};
 inline constexpr WordOption quotesOption
     = {"-quotes", "refuse", "refuse remove keep",
        "fields in double quotes end the run, are freed of them, or stay as they are"};
@@ -62,8 +63,8 @@ struct Format {
     int quotes = 0;  // place among the words of quotesOption
 };
 
-// By the options above; `out` is that of the input (a tab for blanks) where `outWord` is none of the delimiters.
-Format readFormat(std::string_view outWord = "");
+// By the options above; where `outDelim` has no value, `out` is as `in`, and a tab for blanks.
+Format readFormat(const WordOption &outDelim = outDelimOption);
 
 // The rows of a table, all with as many fields as the first one; any other ends the run.
 class Table {

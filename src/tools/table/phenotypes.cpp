@@ -15,11 +15,11 @@
 static constexpr TextOption columnsOption = {"-columns", "all others", "names of the phenotypes, parted by commas"};
 static constexpr TextOption missingOption
     = {"-missing", "NA", "words for \"no value\", parted by commas; the first one is written, also for empty fields"};
-static constexpr WordOption outDelimOption
+static constexpr WordOption scanDelimOption
     = {"-outdelim", "space", "space tab comma semicolon colon", "between the fields of the result"};
 static constexpr const Option *options[]
-    = {&fileOption,     &individualsOption, &outOption,    &idOption,      &columnsOption, &listOption,  &delimOption,
-       &outDelimOption, &quotesOption,      &absentOption, &missingOption, &memoryOption};
+    = {&fileOption,  &individualsOption, &outOption,    &idOption,     &columnsOption, &listOption,
+       &delimOption, &scanDelimOption,   &quotesOption, &absentOption, &missingOption, &memoryOption};
 
 // Of all phenotypes that are asked for.
 struct Columns {
@@ -122,7 +122,7 @@ static void phenotypes()
 {
     const std::string name = inputName(fileOption.require()), outName = outOption.read();
     const std::string list = inputName(individualsOption.require());
-    const Format format = readFormat(outDelimOption.given().value_or(outDelimOption.absentText));
+    const Format format = readFormat(scanDelimOption);
     refuseSameFiles({name, list}, {outputName(outName)});
     const Individuals individuals = readIndividuals(list);
     Table table(name, format);
@@ -158,8 +158,5 @@ static void phenotypes()
     out.close();
 }
 
-constinit const Mode phenotypesVerb
-    = {{"phenotypes"},
-       phenotypes,
-       options,
-       "makes the phenotype file of the scans from a table with a row an individual"};
+constinit const Mode phenotypesVerb = {
+    {"phenotypes"}, phenotypes, options, "makes the phenotype file of the scans from a table with a row an individual"};

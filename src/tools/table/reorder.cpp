@@ -8,8 +8,8 @@
 
 static constexpr TextOption missingOption = {"-missing", "NA", "what stands in the rows that -absent fills"};
 static constexpr const Option *options[]
-    = {&fileOption,  &individualsOption, &outOption,    &idOption,     &listOption,
-       &delimOption, &quotesOption,      &absentOption, &missingOption, &memoryOption};
+    = {&fileOption,     &individualsOption, &outOption,    &idOption,      &listOption,  &delimOption,
+       &outDelimOption, &quotesOption,      &absentOption, &missingOption, &memoryOption};
 
 static std::string filledRow(std::string_view name, size_t idPlace, size_t width, char delimiter)
 {

@@ -6,7 +6,8 @@
 
 static constexpr TextOption columnsOption
     = {"-columns", "", "names in the header, parted by commas", "", {.use = Use::Required}};
-static constexpr const Option *options[] = {&fileOption, &columnsOption, &outOption, &delimOption, &quotesOption};
+static constexpr const Option *options[]
+    = {&fileOption, &columnsOption, &outOption, &delimOption, &outDelimOption, &quotesOption};
 
 static void writeFields(const std::vector<std::string_view> &fields, const std::vector<size_t> &places, char delimiter,
                         text::Writer &out)

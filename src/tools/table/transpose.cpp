@@ -4,7 +4,8 @@
 #include "tools/table/turner.h"
 #include "tools/table/verbs.h"
 
-static constexpr const Option *options[] = {&fileOption, &outOption, &delimOption, &quotesOption, &memoryOption};
+static constexpr const Option *options[]
+    = {&fileOption, &outOption, &delimOption, &outDelimOption, &quotesOption, &memoryOption};
 
 // Empty lines would be passed over by whoever reads the result.
 static void refuseEmptyLines(std::string_view onlyRow, char delimiter, const std::string &name)
