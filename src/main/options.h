@@ -48,8 +48,9 @@ struct Option {
 };
 
 struct IntegerOption : Option {
-    constexpr IntegerOption(const char *optionName, std::optional<int> absent, const char *helpLine, Taking how = {})
-        : Option{optionName, Value::Integer, helpLine, "", "", absent, how}
+    constexpr IntegerOption(const char *optionName, std::optional<int> absent, const char *helpLine, Taking how = {},
+                            const char *listed = "")
+        : Option{optionName, Value::Integer, helpLine, listed, "", absent, how}
     {
     }
     int read() const;  // what is no integer is 0, and so is what is absent without a default
@@ -60,7 +61,8 @@ struct RealOption : Option {
         : Option{optionName, Value::Real, helpLine, "", "", absent, how}
     {
     }
-    double read() const;  // what is no number is 0, and so is what is absent without a default
+    double read() const;      // what is no number is 0, and so is what is absent without a default
+    float readFloat() const;  // rounded from the digits at once
 };
 
 // A choice between words; any other word is the default.

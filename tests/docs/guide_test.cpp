@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -104,8 +105,67 @@ TEST(Guide, ShowsACommandInTheSectionOfEveryMode)
         if (mode && (step.command + " ").starts_with("morvel -M " + step.section + " "))
             shown.insert(mode->run);
     }
-    for (const Mode &mode : allModes())
-        EXPECT_TRUE(!mode.run || isUnavailable(mode) || shown.contains(mode.run)) << mode.name;
+    for (const Mode *mode : allModes())
+        EXPECT_TRUE(!mode->run || mode->run == reportUnavailable || shown.contains(mode->run)) << mode->name();
+}
+
+// The cells of a row such as "| `-beg`, `-end` | 1, 99999999 | first and last line |", without the marks of code.
+static std::vector<std::string> cellsOf(std::string row)
+{
+    std::erase(row, '`');
+    std::vector<std::string> cells;
+    std::istringstream parts(row.substr(1));
+    for (std::string cell; std::getline(parts, cell, '|');) {
+        const size_t first = cell.find_first_not_of(' ');
+        cells.push_back(first == cell.npos ? "" : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
+    }
+    return cells;
+}
+
+static std::vector<std::string> partsOf(const std::string &list)
+{
+    std::vector<std::string> parts;
+    for (size_t start = 0, end = 0; end != list.npos; start = end + 2)
+        parts.push_back(list.substr(start, (end = list.find(", ", start)) - start));
+    return parts;
+}
+
+// By mode and option, from the tables of the guide: options that stand in a row together have their defaults there in
+// the same order, or one for all. A mode "takes all options of" another where its section says so.
+static std::map<std::string, std::map<std::string, std::string>> readDefaults()
+{
+    std::map<std::string, std::map<std::string, std::string>> defaults;
+    std::ifstream guide(MORVEL_SOURCE_FOLDER "/docs/usage.md");
+    std::string line, section;
+    while (std::getline(guide, line)) {
+        const std::string takesAll = "It takes all options of ";
+        if (line.starts_with("## "))
+            section = line.substr(3);
+        if (line.starts_with(takesAll + '['))
+            defaults[section] = defaults[line.substr(takesAll.size() + 1, line.find(']') - takesAll.size() - 1)];
+        if (!line.starts_with("| `-"))
+            continue;
+        const std::vector<std::string> cells = cellsOf(line), names = partsOf(cells[0]);
+        std::vector<std::string> values = partsOf(cells[1]);
+        if (values.size() != names.size())
+            values.assign(names.size(), cells[1]);
+        for (size_t i = 0; i < names.size(); ++i)
+            defaults[section][names[i]] = values[i];
+    }
+    return defaults;
+}
+
+TEST(Guide, ListsEveryOptionWithItsDefault)
+{
+    auto defaults = readDefaults();
+    for (const Mode *mode : allModes()) {
+        if (!mode->run || mode->run == reportUnavailable)
+            continue;
+        std::map<std::string, std::string> expected;
+        for (const Option *option : mode->options)
+            expected[option->name] = option->shownDefault();
+        EXPECT_EQ(defaults[mode->name()], expected) << mode->name();
+    }
 }
 
 TEST(Readme, ShowsTheHitsOfTheDemo)

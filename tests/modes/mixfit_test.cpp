@@ -139,14 +139,14 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
         Problem problem(seed);
         LiteralFit &plain = problem.fit;
         const std::string expected = plain.run(problem.references, problem.samples);
-        for (const SearchKernels &kernels : allSearchKernels()) {
+        for (const SearchKernels &kernels : SearchKernels::all()) {
             if (!kernels.isSupported())
                 continue;
-            searchKernels = &kernels;
+            kernelsInUse<SearchKernels> = &kernels;
             const Folder folder;
             folder.write("r", problem.references);
             folder.write("s", problem.samples);
-            folder.runInChild(mixFit, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
+            folder.runInChild(mixFitMode.run, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
                                        {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
                                        {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
             const std::string report = folder.read("s.out");
@@ -154,5 +154,5 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
                                             << problem.references << problem.samples << report;
         }
     }
-    searchKernels = &widestOf(allSearchKernels());
+    kernelsInUse<SearchKernels> = &widestOf(SearchKernels::all());
 }
