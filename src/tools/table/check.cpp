@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+namespace table {
+
 enum Content { TableOfRows, Phenotypes, Dosages, Triplets };  // the words of contentOption
 
 static constexpr WordOption contentOption
@@ -119,3 +121,5 @@ static void check()
 
 constinit const Mode checkVerb
     = {{"check"}, check, options, "tells whether a file is whole, and has the individuals of a list in its order"};
+
+}  // namespace table

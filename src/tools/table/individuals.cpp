@@ -9,6 +9,8 @@
 
 using std::string_view;
 
+namespace table {
+
 namespace {
 
 enum Kind { Auto, Names, Fam, Psam, Sample, Vcf };  // the words of listOption
@@ -200,10 +202,10 @@ Matching::Matching(const Individuals &individuals, const std::string &table)
 uint32_t Matching::placeOf(string_view name, size_t line)
 {
     const uint32_t place = m_individuals.names.find(name);
-    if (place == none) {
+    if (place == noNumber) {
         if (++m_extraCount <= shownNames)
             m_extras.emplace_back(name);
-        return none;
+        return noNumber;
     }
     if (m_lines[place] != 0)
         fatal("Individual %s stands in the lines %zu and %zu of '%s'\n", quoted(name).c_str(), m_lines[place], line,
@@ -234,3 +236,5 @@ void Matching::finish() const
         print("%s of '%s' left out, not in '%s': %s\n", counted(m_extraCount, "row").c_str(), m_table.c_str(),
               m_individuals.file.c_str(), listOf(m_extras, m_extraCount).c_str());
 }
+
+}  // namespace table

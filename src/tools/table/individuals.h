@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace table {
+
 inline constexpr InputOption individualsOption
     = {"-individuals", Use::Required,
        "the individuals of the genotype file in its order: a name a line, a .fam, .psam or .sample file, or a VCF"};
@@ -35,7 +37,7 @@ class Matching {
 public:
     Matching(const Individuals &individuals, const std::string &table);
 
-    // The 0-based place of the individual of the line; none where it is not asked for. Ends the run where it had a
+    // The 0-based place of the individual of the line; noNumber where it is not asked for. Ends the run where it had a
     // line before.
     uint32_t placeOf(std::string_view name, size_t line);
     // To be called behind the last row. Ends the run where no individual has a row, or where some have none and
@@ -51,3 +53,5 @@ private:
     std::vector<std::string> m_extras;  // the first of them
     size_t m_extraCount = 0;
 };
+
+}  // namespace table

@@ -11,6 +11,8 @@
 
 using std::string_view;
 
+namespace table {
+
 enum Quotes { Refuse, Remove, Keep };  // the words of quotesOption
 
 size_t allowedMemory()
@@ -18,6 +20,11 @@ size_t allowedMemory()
     if (memoryOption.given())
         return size_t(memoryOption.read()) << 20;
     return size_t(sysconf(_SC_PHYS_PAGES)) * size_t(sysconf(_SC_PAGESIZE)) / 2;
+}
+
+std::string readOutName()
+{
+    return outOption.given().value_or("-");
 }
 
 std::string inputName(const std::string &name)
@@ -242,3 +249,5 @@ std::vector<size_t> placesOf(string_view names, const std::vector<string_view> &
     }
     return places;
 }
+
+}  // namespace table

@@ -11,8 +11,10 @@
 #include <string_view>
 #include <vector>
 
+namespace table {
+
 inline constexpr InputOption fileOption = {"-file", Use::Required, "table; - is standard input"};
-inline constexpr TextOption outOption = {"-out", "-", "result; - is standard output"};
+inline constexpr OutputOption outOption = {"-out", "", "result, in place of standard output, which - is too"};
 inline constexpr DelimiterOption delimOption = {"-delim", "tab", "tab space comma semicolon colon blanks", "",
                                                 "between the fields of the table; blanks: runs of blanks and tabs"};
 inline constexpr WordOption outDelimOption
@@ -28,6 +30,9 @@ size_t allowedMemory();
 
 // Opens `name`, or standard output for "-"; ends the run where that fails.
 void openOutput(text::Writer &out, const std::string &name);
+
+// The value of -out.
+std::string readOutName();
 
 // A name for the system's calls and for messages: "-" is the standard stream.
 std::string inputName(const std::string &name);
@@ -104,3 +109,5 @@ size_t placeOf(std::string_view name, const std::vector<std::string_view> &heade
 
 // Names parted by commas, each with its place in the header; one that is given twice ends the run.
 std::vector<size_t> placesOf(std::string_view names, const std::vector<std::string_view> &header, const Table &table);
+
+}  // namespace table

@@ -2,5 +2,5 @@
 
 int main(int argc, char **argv)
 {
-    runCompanion(tableCompanion, argc, argv);
+    runCompanion(table::companion, argc, argv);
 }

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace table {
+
 static constexpr TextOption columnsOption = {"-columns", "all others", "names of the phenotypes, parted by commas"};
 static constexpr TextOption missingOption
     = {"-missing", "NA", "words for \"no value\", parted by commas; the first one is written, also for empty fields"};
@@ -120,7 +122,7 @@ void Values::finish() const
 
 static void phenotypes()
 {
-    const std::string name = inputName(fileOption.require()), outName = outOption.read();
+    const std::string name = inputName(fileOption.require()), outName = readOutName();
     const std::string list = inputName(individualsOption.require());
     const Format format = readFormat(scanDelimOption);
     refuseSameFiles({name, list}, {outputName(outName)});
@@ -139,7 +141,7 @@ static void phenotypes()
     RowStore rows(individuals.names.size(), allowedMemory() / 2);
     while (table.next(row)) {
         const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
-        if (place != none)
+        if (place != noNumber)
             rows.put(place, values.take(row));
     }
     matching.finish();
@@ -160,3 +162,5 @@ static void phenotypes()
 
 constinit const Mode phenotypesVerb = {
     {"phenotypes"}, phenotypes, options, "makes the phenotype file of the scans from a table with a row an individual"};
+
+}  // namespace table

@@ -6,6 +6,8 @@
 #include "tools/table/rows.h"
 #include "tools/table/verbs.h"
 
+namespace table {
+
 static constexpr TextOption missingOption = {"-missing", "NA", "what stands in the rows that -absent fills"};
 static constexpr const Option *options[]
     = {&fileOption,     &individualsOption, &outOption,    &idOption,      &listOption,  &delimOption,
@@ -23,7 +25,7 @@ static std::string filledRow(std::string_view name, size_t idPlace, size_t width
 
 static void reorder()
 {
-    const std::string name = inputName(fileOption.require()), outName = outOption.read();
+    const std::string name = inputName(fileOption.require()), outName = readOutName();
     const std::string list = inputName(individualsOption.require());
     const Format format = readFormat();
     const std::string delimiter(1, format.out);
@@ -39,7 +41,7 @@ static void reorder()
     RowStore rows(individuals.names.size(), allowedMemory());
     while (table.next(row)) {
         const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
-        if (place != none)
+        if (place != noNumber)
             rows.put(place, row);
     }
     matching.finish();
@@ -60,3 +62,5 @@ static void reorder()
 
 constinit const Mode reorderVerb
     = {{"reorder"}, reorder, options, "puts the rows into the order of a genotype file's individuals"};
+
+}  // namespace table

@@ -4,6 +4,8 @@
 
 using std::string_view;
 
+namespace table {
+
 string_view Arena::keep(string_view bytes)
 {
     if (bytes.size() > m_room) {
@@ -46,3 +48,5 @@ string_view RowStore::get(size_t place)
     m_file->read(m_row.data(), row.size, row.offset);
     return m_row;
 }
+
+}  // namespace table

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+namespace table {
+
 // Keeps texts where they stay until all are given up; takes memory as it fills.
 class Arena {
 public:
@@ -46,3 +48,5 @@ private:
     size_t m_fileSize = 0;
     std::string m_row;
 };
+
+}  // namespace table

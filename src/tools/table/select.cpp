@@ -4,6 +4,8 @@
 #include "tools/table/input.h"
 #include "tools/table/verbs.h"
 
+namespace table {
+
 static constexpr TextOption columnsOption
     = {"-columns", "", "names in the header, parted by commas", "", {.use = Use::Required}};
 static constexpr const Option *options[]
@@ -22,7 +24,7 @@ static void writeFields(const std::vector<std::string_view> &fields, const std::
 
 static void selectColumns()
 {
-    const std::string name = inputName(fileOption.require()), outName = outOption.read();
+    const std::string name = inputName(fileOption.require()), outName = readOutName();
     const Format format = readFormat();
     const std::string delimiter(1, format.out);
     refuseSameFiles({name}, {outputName(outName)});
@@ -42,3 +44,5 @@ static void selectColumns()
 }
 
 constinit const Mode selectVerb = {{"select"}, selectColumns, options, "takes columns by their names"};
+
+}  // namespace table

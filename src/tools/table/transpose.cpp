@@ -4,6 +4,8 @@
 #include "tools/table/turner.h"
 #include "tools/table/verbs.h"
 
+namespace table {
+
 static constexpr const Option *options[]
     = {&fileOption, &outOption, &delimOption, &outDelimOption, &quotesOption, &memoryOption};
 
@@ -18,7 +20,7 @@ static void refuseEmptyLines(std::string_view onlyRow, char delimiter, const std
 
 static void transpose()
 {
-    const std::string name = inputName(fileOption.require()), outName = outOption.read();
+    const std::string name = inputName(fileOption.require()), outName = readOutName();
     const Format format = readFormat();
     refuseSameFiles({name}, {outputName(outName)});
     Table table(name, format);
@@ -42,3 +44,5 @@ static void transpose()
 }
 
 constinit const Mode transposeVerb = {{"transpose"}, transpose, options, "turns rows into columns"};
+
+}  // namespace table

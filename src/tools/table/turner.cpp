@@ -5,6 +5,8 @@
 
 using std::string_view;
 
+namespace table {
+
 // Columns that are taken from the rows at a time, so that a row is fetched from memory once for many of them.
 static constexpr size_t bandWidth = 64;
 
@@ -141,3 +143,5 @@ void Turner::write(text::Writer &out)
     spill();
     merge(out);
 }
+
+}  // namespace table

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+namespace table {
+
 // Takes rows of equal width, and writes the columns as rows. Rows that do not fit into the memory any more are turned
 // there and put into a temporary file, a run; at the end, each column is put together from all runs. So a table larger
 // than memory is read once, and its bytes go once to the disk and back.
@@ -39,3 +41,5 @@ private:
     std::optional<text::TemporaryFile> m_file;
     size_t m_fileSize = 0;
 };
+
+}  // namespace table
