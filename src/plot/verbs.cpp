@@ -1,0 +1,9 @@
+#include "plot/verbs.h"
+
+namespace plot {
+
+static constexpr const Mode *kinds[] = {&manhattanKind, &qqKind};
+
+constinit const Companion companion = {"morvel-plot", "draws the results of morvel as pictures and as a page", kinds};
+
+}  // namespace plot
