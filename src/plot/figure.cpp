@@ -1,5 +1,6 @@
 #include "plot/figure.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -52,17 +53,24 @@ static const char *fontOf(int size)
     return size <= smallText ? "smallFont" : size <= plainText ? "plainFont" : "largeFont";
 }
 
-static std::string ticsOf(const Axis &axis, const std::string &name)
+// A step of 1, 2 or 5 times a power of ten that puts so many numbers on the axis at most.
+static double stepOf(const Axis &axis, int most)
 {
-    if (!axis.hasNumbers && axis.tics.empty())
-        return "unset " + name + "tics\n";
-    std::string tics = "set " + name + "tics nomirror out scale 0.6 font plainFont offset 0,0";
-    if (!axis.hasNumbers) {
-        for (size_t i = 0; i < axis.tics.size(); ++i)
-            tics += (i == 0 ? " (\"\" " : ", \"\" ") + numberOf(axis.tics[i]);
-        tics += ")";
+    const double least = (axis.to - axis.from) / std::max(most, 1);
+    const double power = std::pow(10, std::floor(std::log10(least)));
+    for (const double factor : {1, 2, 5}) {
+        if (factor * power >= least)
+            return factor * power;
     }
-    return tics + "\n";
+    return 10 * power;
+}
+
+static std::string ticsOf(const Axis &axis, const std::string &name, int most)
+{
+    if (!axis.hasNumbers)
+        return "unset " + name + "tics\n";
+    return "set " + name + "tics " + numberOf(stepOf(axis, most)) + " nomirror out scale 0.6 font plainFont format \"%h\""
+           + (name == "x" ? " offset 0,0.4\n" : "\n");
 }
 
 void Figure::beginPanel(const Box &box, const Axis &x, const Axis &y, bool hasFrame)
@@ -72,17 +80,15 @@ void Figure::beginPanel(const Box &box, const Axis &x, const Axis &y, bool hasFr
     m_commands += "set lmargin at screen X(" + std::to_string(box.left) + ")\nset rmargin at screen X("
                   + std::to_string(box.right) + ")\nset tmargin at screen Y(" + std::to_string(box.top)
                   + ")\nset bmargin at screen Y(" + std::to_string(box.bottom) + ")\n";
-    m_commands += std::string(x.isLogarithmic ? "set" : "unset") + " logscale x\n"
-                  + (y.isLogarithmic ? "set" : "unset") + " logscale y\n";
     m_commands += "set xrange " + range(x) + "set yrange " + range(y);
     m_commands += "set x2range [0:" + std::to_string(box.width()) + "]\nset y2range [0:" + std::to_string(box.height())
                   + "]\n";
-    m_commands += ticsOf(x, "x") + ticsOf(y, "y");
+    m_commands += ticsOf(x, "x", box.width() / 110) + ticsOf(y, "y", std::max(box.height() / 55, 2));
     m_commands += hasFrame ? "set border 3 lw 2*L\n" : "unset border\n";
     if (!x.label.empty())
         text((box.left + box.right) / 2.0, box.bottom + 84, x.label, largeText, Align::Centre);
     if (!y.label.empty())
-        text(box.left - 112, (box.top + box.bottom) / 2.0, y.label, largeText, Align::Centre, "", 90);
+        text(box.left - y.labelApart, (box.top + box.bottom) / 2.0, y.label, largeText, Align::Centre, "", 90);
 }
 
 std::string Figure::addData(std::string_view rows)
@@ -124,6 +130,27 @@ void Figure::cloud(const Cloud &cloud, Colour colour)
     }
     if (!rows.empty())
         plot(addData(rows) + " using 1:2 axes x2y2 with lines lt 1 lw L lc " + colourOf(colour));
+}
+
+std::vector<Point> thinned(std::span<const Point> points, double from, double to, int pixels)
+{
+    std::vector<Point> kept;
+    for (size_t first = 0, last; first < points.size(); first = last) {
+        const int column = pixelOf(points[first].x, from, to, pixels);
+        size_t low = first, high = first;
+        for (last = first; last < points.size() && std::isfinite(points[last].y) == std::isfinite(points[first].y)
+                           && pixelOf(points[last].x, from, to, pixels) == column;
+             ++last) {
+            low = points[last].y < points[low].y ? last : low;
+            high = points[last].y > points[high].y ? last : high;
+        }
+        size_t places[] = {first, std::min(low, high), std::max(low, high), last - 1};
+        for (size_t i = 0; i < 4; ++i) {
+            if (i == 0 || places[i] != places[i - 1])
+                kept.push_back(points[places[i]]);
+        }
+    }
+    return kept;
 }
 
 void Figure::line(std::span<const Point> points, Colour colour, int width, Dash dash)

@@ -26,10 +26,8 @@ struct Box {
 struct Axis {
     double from, to;
     std::string label = "";
-    bool hasNumbers = true;          // tics where gnuplot puts them
-    std::vector<double> tics = {};   // without numbers, in place of these
-    bool isLogarithmic = false;
-    int numbersApart = 0;  // pixels at least between numbers; 0: as gnuplot likes
+    bool hasNumbers = true;
+    int labelApart = 112;  // pixels from the axis to the middle of the label of a y axis
 };
 
 struct Point {
@@ -80,6 +78,9 @@ private:
     size_t m_dataCount = 0, m_labelCount = 0;
     Box m_box = {};
 };
+
+// Of a line with many points those that show: the first, lowest, highest and last one of every column of pixels.
+std::vector<Point> thinned(std::span<const Point> points, double from, double to, int pixels);
 
 // A number as gnuplot reads it, exactly.
 std::string numberOf(double value);

@@ -162,8 +162,9 @@ static std::string describe(const Scan &scan, size_t chromosomes, size_t peaks)
     return text;
 }
 
-Figure drawManhattan(const ManhattanInput &input, const Size &size)
+Figure drawManhattan(const ManhattanInput &input, const Size &asked)
 {
+    const Size size = asked.fitted(55);
     Scan scan = readScan(input);
     const std::vector<Tops::Top> peaks = scan.tops.peaks();
     const std::vector<Genome::Chromosome *> chromosomes = scan.genome.laidOut();
@@ -171,7 +172,7 @@ Figure drawManhattan(const ManhattanInput &input, const Size &size)
     const double end = scan.genome.end();
 
     Figure figure(size);
-    const Box box = {160, size.top, size.width - 30, size.height - 130};
+    const Box box = {160, size.top, size.width - 40, size.height - 130};
     Axis xAxis = {0, end, "Chromosome", false}, yAxis = yAxisOf(scan, input, !peaks.empty());
     if (isSingle) {
         const Genome::Chromosome &only = *chromosomes[0];
@@ -240,7 +241,7 @@ static void manhattan()
     ManhattanInput input = {fileOption.require(), readLayout(), readLines(), leastOption.read(), !fullOption.isOn()};
     if (!(input.least >= 0 && input.least <= 1e6))
         fatal("Option -least takes a number from 0 on\n");
-    const Picture picture({input.file}, 55);
+    const Picture picture({input.file});
     picture.save(drawManhattan(input, picture.size()));
 }
 

@@ -17,19 +17,19 @@ static Format formatOf(const std::string &name)
     fatal("-out must end in .png, .svg or .pdf, not as '%s'\n", name.c_str());
 }
 
-int pixelsOf(const RealOption &option, double millimetres)
+static int pixelsOf(const RealOption &option)
 {
-    const double value = option.given() ? option.read() : millimetres;
+    const double value = option.read();
     if (!(value >= 30 && value <= 1000))
         fatal("Option %s takes millimetres from 30 to 1000\n", option.name);
     return int(std::lround(value * pixelsPerMillimetre));
 }
 
-Picture::Picture(const std::vector<std::string> &inputs, double suitable)
+Picture::Picture(const std::vector<std::string> &inputs)
     : m_name(outOption.given().value_or(""))
     , m_title(titleOption.read())
     , m_format(formatOf(m_name))
-    , m_size{pixelsOf(widthOption, columnWidth), pixelsOf(heightOption, suitable),
+    , m_size{pixelsOf(widthOption), heightOption.given() ? pixelsOf(heightOption) : 0,
              m_title.empty() ? 30 : 80, m_format != Format::Png}
 {
     if (scriptOption.isOn())

@@ -18,14 +18,11 @@ inline constexpr RealOption heightOption = {"-height", std::nullopt, "height in 
 inline constexpr SwitchOption scriptOption
     = {"-script", "yes: keep gnuplot's script with its data beside the picture, under its name + .gp"};
 
-// The value in millimetres as pixels; ends the run where it is no usable size.
-int pixelsOf(const RealOption &option, double millimetres);
-
 class Picture {
 public:
     // Reads the shared options and refuses what cannot work before long work begins. `inputs` are all files that will
-    // be read; `suitable` is the height in millimetres.
-    Picture(const std::vector<std::string> &inputs, double suitable);
+    // be read.
+    explicit Picture(const std::vector<std::string> &inputs);
 
     const Size &size() const { return m_size; }
     // Draws the figure, with the title where one is given, into the file.

@@ -34,8 +34,9 @@ static std::vector<Point> bandOf(size_t n, double xMost)
     return outline;
 }
 
-Figure drawQq(const QqInput &input, const Size &size)
+Figure drawQq(const QqInput &input, const Size &asked)
 {
+    const Size size = asked.fitted(70);
     ResultReader reader(input.file, input.layout, {false, false});
     std::deque<double> ps;
     size_t zeros = 0;
@@ -53,7 +54,7 @@ Figure drawQq(const QqInput &input, const Size &size)
     const double xMost = expectedMost * 1.05, yMost = std::max(-std::log10(least), expectedMost) * 1.08;
 
     Figure figure(size);
-    const Box box = {160, size.top, size.width - 30, size.height - 130};
+    const Box box = {160, size.top, size.width - 40, size.height - 130};
     figure.beginPanel(box, {0, xMost, "Expected −log₁₀ p"}, {0, yMost, "Observed −log₁₀ p"});
     std::vector<Point> band = bandOf(ps.size(), expectedMost);
     for (Point &point : band)
@@ -79,7 +80,7 @@ Figure drawQq(const QqInput &input, const Size &size)
 static void qq()
 {
     const QqInput input = {fileOption.require(), readLayout(false), !fullOption.isOn()};
-    const Picture picture({input.file}, 70);
+    const Picture picture({input.file});
     picture.save(drawQq(input, picture.size()));
 }
 

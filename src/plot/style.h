@@ -18,9 +18,15 @@ inline constexpr int columnWidth = 85;                                // millime
 
 // The size of a picture in pixels, and what it is made for.
 struct Size {
-    int width, height;
+    int width, height;       // 0: what suits the content
     int top = 30;            // rows before the first panel begins
     bool isVectors = false;  // else pixels
+
+    // With this height in millimetres where none is given.
+    Size fitted(double millimetres) const
+    {
+        return {width, height ? height : int(millimetres * pixelsPerMillimetre), top, isVectors};
+    }
 };
 
 // A colour as "#rrggbb". The eight of Okabe and Ito, "Color Universal Design" (2008), without black and yellow but with
