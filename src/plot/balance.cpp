@@ -55,7 +55,8 @@ Figure drawBalance(const std::string &file, const Size &asked)
     const Box box = {nameWidth + 50, size.top + 60, size.width - 50, size.height - 130};
     const Axis xAxis = {-most, most, "Standardised difference"}, yAxis = {0, double(rows), "", false};
     figure.beginPanel(box, xAxis, yAxis);
-    figure.rectangle(-usualLimit, 0, usualLimit, rows, lightGrey, 0.5);
+    const Figure::Rectangle small[] = {{-usualLimit, 0, usualLimit, double(rows)}};
+    figure.rectangles(small, lightGrey, 0.5);
     const Point zero[] = {{0, 0}, {0, double(rows)}};
     figure.line(zero, grey, thinLine);
     Cloud before(box.width(), box.height(), largeDot), after = before;

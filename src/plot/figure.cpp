@@ -181,10 +181,17 @@ void Figure::area(std::span<const Point> outline, Colour colour, double opacity)
          + " noborder lc " + colourOf(colour));
 }
 
-void Figure::rectangle(double left, double bottom, double right, double top, Colour colour, double opacity)
+void Figure::rectangles(std::span<const Rectangle> all, Colour colour, double opacity)
 {
-    const Point outline[] = {{left, bottom}, {right, bottom}, {right, top}, {left, top}, {left, bottom}};
-    area(outline, colour, opacity);
+    std::string rows;
+    for (const auto &[left, bottom, right, top] : all) {
+        for (const Point corner : {Point{left, bottom}, Point{right, bottom}, Point{right, top}, Point{left, top}})
+            rows += pairOf(corner);
+        rows += '\n';
+    }
+    if (!rows.empty())
+        plot(addData(rows) + " using 1:2 with filledcurves closed fs transparent solid " + numberOf(opacity)
+             + " noborder lc " + colourOf(colour));
 }
 
 void Figure::endPanel()

@@ -50,7 +50,10 @@ public:
     void line(std::span<const Point> points, Colour colour, int width = plainLine, Dash dash = Dash::None);
     void segments(std::span<const std::pair<Point, Point>> ends, Colour colour, int width = plainLine);
     void area(std::span<const Point> outline, Colour colour, double opacity = 1);
-    void rectangle(double left, double bottom, double right, double top, Colour colour, double opacity = 1);
+    struct Rectangle {
+        double left, bottom, right, top;
+    };
+    void rectangles(std::span<const Rectangle> all, Colour colour, double opacity = 1);
     void endPanel();
 
     // In pixels from the upper left corner; the text stands around the middle of its line.

@@ -110,10 +110,12 @@ static void drawTrack(const Track &track, const Box &box, double top, bool isFir
     const double from = low.position - room, to = high.position + room;
     const BaseUnit unit = baseUnitOf(to - from);
     figure.beginPanel(box, {from / unit.size, to / unit.size, ""}, {0, top, isFirst ? "−log₁₀ p" : ""});
+    std::vector<Figure::Rectangle> shades;
     for (const Range &range : track.ranges) {
         const double least = (to - from) / box.width() * 2;
-        figure.rectangle((range.from - least) / unit.size, 0, (range.to + least) / unit.size, top, orange, 0.3);
+        shades.push_back({(range.from - least) / unit.size, 0, (range.to + least) / unit.size, top});
     }
+    figure.rectangles(shades, orange, 0.3);
     double score = 0;
     for (const Marker &marker : track.markers)
         score = std::max(score, marker.score);

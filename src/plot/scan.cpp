@@ -113,16 +113,18 @@ static std::vector<size_t> drawMeasure(const Measure &measure, const Rows &table
         figure.cloud(cloud, categories[(clouds.size() - 1) % categories.size()]);
     }
     std::vector<size_t> standing;
-    if (measure.series.size() == 1 && rows > mostNamed) {
-        Cloud apart(box.width(), box.height(), diameter);
+    if (rows > mostNamed) {
         Labels labels(box);
-        for (const size_t row : outliersOf(measure.series[0])) {
-            apart.add(x(row), y(measure.series[0][row]));
-            labels.add(x(row), y(measure.series[0][row]), table.at(row + 1, 0));
-            standing.push_back(row);
+        for (const std::vector<double> &series : measure.series) {
+            for (const size_t row : outliersOf(series)) {
+                if (std::ranges::find(standing, row) != standing.end())
+                    continue;
+                labels.add(x(row), y(series[row]), table.at(row + 1, 0));
+                standing.push_back(row);
+            }
         }
-        figure.cloud(apart, vermillion);
-        labels.avoid(clouds[0]);
+        for (const Cloud &cloud : clouds)
+            labels.avoid(cloud);
         labels.draw(figure, mostLabels);
     }
     if (measure.names.size() > 1) {
