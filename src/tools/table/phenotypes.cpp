@@ -35,9 +35,10 @@ static Columns findColumns(const std::vector<std::string_view> &header, size_t i
     if (columnsOption.given()) {
         columns.places = placesOf(columnsOption.read(), header, table);
     } else {
+        refuseTwins(header, table);
         for (size_t i = 0; i < header.size(); ++i) {
             if (i != idPlace)
-                columns.places.push_back(placeOf(header[i], header, table));
+                columns.places.push_back(i);
         }
     }
     for (const size_t place : columns.places) {
