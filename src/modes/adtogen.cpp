@@ -1,8 +1,8 @@
 // Dosages to genotype triplets: a line of leading columns and one dosage per individual becomes the leading
 // columns and one certain triplet per individual; a side file in the same layout holds how far each dosage
 // lies from the class that it was rounded to.
-#include "genotypes/options.h"
 #include "genotypes/columns.h"
+#include "genotypes/options.h"
 #include "main/console.h"
 #include "main/progress.h"
 #include "modes/modes.h"
