@@ -72,12 +72,6 @@ double RealOption::read() const
     return value ? text::readDouble(*value) : absentNumber.value_or(0);
 }
 
-float RealOption::readFloat() const
-{
-    const auto value = given();
-    return value ? text::readFloat(*value) : float(absentNumber.value_or(0));
-}
-
 // The place of the word among the words; -1 where it is none of them.
 static int placeOf(std::string_view words, std::string_view word)
 {

@@ -61,8 +61,7 @@ struct RealOption : Option {
         : Option{optionName, Value::Real, helpLine, "", "", absent, how}
     {
     }
-    double read() const;      // what is no number is 0, and so is what is absent without a default
-    float readFloat() const;  // rounded from the digits at once
+    double read() const;  // what is no number is 0, and so is what is absent without a default
 };
 
 // A choice between words; any other word is the default.

@@ -57,7 +57,7 @@ static constexpr size_t slopeWindow = 5;
 static text::Writer out_stream;   // a row per marker
 static text::Writer out_stream2;  // a row per range
 
-// Ends the run where the option is given and below the least value, which no value is where it is not a number.
+// Ends the run where the option is given and its value is not at least so large; nan never is.
 static void checkLeast(const RealOption &option, double least, const char *message)
 {
     if (option.given() && !(option.read() >= least))

@@ -13,7 +13,7 @@ RemovalOptions readRemovalOptions(const RealOption &limitOption)
     if (!options.pfile)
         print("Flag '-pfile' not specified, so pfile not used.\n\n");
     options.outname = removedListOption.read(options.filename);
-    options.limit = limitOption.readFloat();
+    options.limit = float(limitOption.read());
     options.mode = tieRuleOption.read();
     options.hasHeader = pairHeaderOption.isOn();
     options.pdefault = weightDefaultOption.read() == 1;

@@ -109,24 +109,15 @@ TEST(Guide, ShowsACommandInTheSectionOfEveryMode)
         EXPECT_TRUE(!mode->run || mode->run == reportUnavailable || shown.contains(mode->run)) << mode->name();
 }
 
-// The cells of a row such as "| `-beg`, `-end` | 1, 99999999 | first and last line |", without the marks of code.
-static std::vector<std::string> cellsOf(std::string row)
-{
-    std::erase(row, '`');
-    std::vector<std::string> cells;
-    std::istringstream parts(row.substr(1));
-    for (std::string cell; std::getline(parts, cell, '|');) {
-        const size_t first = cell.find_first_not_of(' ');
-        cells.push_back(first == cell.npos ? "" : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
-    }
-    return cells;
-}
-
-static std::vector<std::string> partsOf(const std::string &list)
+// The parts between separators without the blanks around them.
+static std::vector<std::string> partsOf(const std::string &text, char separator)
 {
     std::vector<std::string> parts;
-    for (size_t start = 0, end = 0; end != list.npos; start = end + 2)
-        parts.push_back(list.substr(start, (end = list.find(", ", start)) - start));
+    std::istringstream in(text + separator);
+    for (std::string part; std::getline(in, part, separator);) {
+        const size_t first = part.find_first_not_of(' ');
+        parts.push_back(first == part.npos ? "" : part.substr(first, part.find_last_not_of(' ') - first + 1));
+    }
     return parts;
 }
 
@@ -137,16 +128,19 @@ static std::map<std::string, std::map<std::string, std::string>> readDefaults()
     std::map<std::string, std::map<std::string, std::string>> defaults;
     std::ifstream guide(MORVEL_SOURCE_FOLDER "/docs/usage.md");
     std::string line, section;
+    bool isOptions = false;
     while (std::getline(guide, line)) {
         const std::string takesAll = "It takes all options of ";
         if (line.starts_with("## "))
             section = line.substr(3);
         if (line.starts_with(takesAll + '['))
             defaults[section] = defaults[line.substr(takesAll.size() + 1, line.find(']') - takesAll.size() - 1)];
-        if (!line.starts_with("| `-"))
+        isOptions = line.starts_with("| Option | Default |") || (isOptions && line.starts_with('|'));
+        if (!isOptions || !line.starts_with("| `-"))
             continue;
-        const std::vector<std::string> cells = cellsOf(line), names = partsOf(cells[0]);
-        std::vector<std::string> values = partsOf(cells[1]);
+        std::erase(line, '`');
+        const std::vector<std::string> cells = partsOf(line.substr(1), '|'), names = partsOf(cells[0], ',');
+        std::vector<std::string> values = partsOf(cells[1], ',');
         if (values.size() != names.size())
             values.assign(names.size(), cells[1]);
         for (size_t i = 0; i < names.size(); ++i)
