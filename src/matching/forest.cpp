@@ -1,6 +1,8 @@
 #include "matching/forest.h"
 
+#include <limits>
 #include <numeric>
+#include <tuple>
 
 // By which columns are missing.
 static int comparePatterns(const Points &points, uint32_t a, uint32_t b)
@@ -22,73 +24,117 @@ Forest::Forest(const Points &points, const std::vector<double> &inverse)
     , m_values((points.count + leafSize) * points.columnCount)
 {
     std::iota(m_points.begin(), m_points.end(), 0);
-    std::sort(m_points.begin(), m_points.end(), [&](uint32_t a, uint32_t b) {
-        const int difference = comparePatterns(points, a, b);
-        return difference < 0 || (difference == 0 && a < b);
-    });
+    std::stable_sort(m_points.begin(), m_points.end(),
+                     [&](uint32_t a, uint32_t b) { return comparePatterns(points, a, b) < 0; });
+    std::vector<Range> ranges;
     for (uint32_t begin = 0, end; begin < points.count; begin = end) {
         end = begin + 1;
         while (end < points.count && comparePatterns(points, m_points[begin], m_points[end]) == 0)
             ++end;
-        addTree(points, inverse, begin, end);
+        ranges.push_back({begin, end});
     }
+    std::stable_sort(ranges.begin(), ranges.end(),
+                     [](const Range &a, const Range &b) { return a.end - a.begin > b.end - b.begin; });
+    for (const Range &range : ranges)
+        addTree(points, inverse, range);
     for (uint32_t slot = 0; slot < points.count; ++slot)
         m_slots[m_points[slot]] = slot;
 }
 
-void Forest::addTree(const Points &points, const std::vector<double> &inverse, uint32_t begin, uint32_t end)
+void Forest::addNode(Range range, uint32_t parent)
+{
+    m_nodes.push_back({range.begin, range.end, range.end - range.begin, parent});
+}
+
+void Forest::addTree(const Points &points, const std::vector<double> &inverse, Range range)
 {
     Tree tree{uint32_t(m_nodes.size()), {}};
     for (uint32_t c = 0; c < m_columnCount; ++c) {
-        if (!isMissing(points[m_points[begin]][c]))
+        if (!isMissing(points[m_points[range.begin]][c]))
             tree.columns.push_back(c);
     }
-    m_nodes.push_back({begin, end, tree.root, 0, end - begin});
-    for (uint32_t node = tree.root; node < m_nodes.size(); ++node)
-        fillNode(points, inverse, node);
+    addNode(range, tree.root);
+    for (uint32_t node = tree.root; node < m_nodes.size(); ++node) {
+        if (m_nodes[node].end - m_nodes[node].begin <= leafSize)
+            fillLeaf(points, node);
+        else
+            split(points, inverse, tree.columns, node);
+    }
     m_trees.push_back(std::move(tree));
 }
 
-// Takes the box, and parts more points than a leaf has at the middle of the box's longest side.
-void Forest::fillNode(const Points &points, const std::vector<double> &inverse, uint32_t number)
+std::pair<double, double> Forest::side(const Points &points, Range range, uint32_t column) const
 {
-    const Node node = m_nodes[number];
-    m_boxes.resize(m_boxes.size() + 2 * m_columnCount);
-    double *const low = m_boxes.data() + 2 * m_columnCount * number, *const high = low + m_columnCount;
-    size_t widest = 0;
-    double width = 0;
-    for (size_t c = 0; c < m_columnCount; ++c) {
-        low[c] = high[c] = points[m_points[node.begin]][c];
-        for (uint32_t slot = node.begin; slot < node.end; ++slot) {
-            low[c] = std::min(low[c], points[m_points[slot]][c]);
-            high[c] = std::max(high[c], points[m_points[slot]][c]);
-        }
-        const double extent = (high[c] - low[c]) * inverse[c];
-        if (extent > width) {
-            width = extent;
-            widest = c;
+    double low = points[m_points[range.begin]][column], high = low;
+    for (uint32_t slot = range.begin; slot < range.end; ++slot) {
+        low = std::min(low, points[m_points[slot]][column]);
+        high = std::max(high, points[m_points[slot]][column]);
+    }
+    return {low, high};
+}
+
+// Halves the points where their box is longest, by whole leaves.
+uint32_t Forest::halve(const Points &points, const std::vector<double> &inverse, const std::vector<uint32_t> &columns,
+                       Range range)
+{
+    uint32_t longest = columns[0];
+    double length = -1;
+    for (const uint32_t c : columns) {
+        const std::pair<double, double> ends = side(points, range, c);
+        const double extent = (ends.second - ends.first) * inverse[c];
+        if (extent > length) {
+            length = extent;
+            longest = c;
         }
     }
-    const uint32_t size = node.end - node.begin;
-    if (size <= leafSize) {
-        fillLeaf(points, number);
-        return;
-    }
-    const uint32_t leaves = uint32_t((size + leafSize - 1) / leafSize);
-    const uint32_t middle = node.begin + leaves / 2 * uint32_t(leafSize);
+    const size_t leaves = (range.end - range.begin + leafSize - 1) / leafSize;
+    const uint32_t middle = range.begin + uint32_t(leaves / 2 * leafSize);
     const auto first = m_points.begin();
-    std::nth_element(first + node.begin, first + middle, first + node.end, [&](uint32_t a, uint32_t b) {
-        const double valueA = points[a][widest], valueB = points[b][widest];
-        return valueA < valueB || (!(valueB < valueA) && a < b);
+    std::nth_element(first + range.begin, first + middle, first + range.end, [&](uint32_t a, uint32_t b) {
+        const double valueA = points[a][longest], valueB = points[b][longest];
+        return valueA < valueB || (valueA == valueB && a < b);
     });
+    return middle;
+}
+
+// Gives the node children: halves of halves of halves.
+void Forest::split(const Points &points, const std::vector<double> &inverse, const std::vector<uint32_t> &columns,
+                   uint32_t number)
+{
+    std::vector<Range> parts = {{m_nodes[number].begin, m_nodes[number].end}};
+    for (size_t level = 1; level < childLimit; level *= 2) {
+        std::vector<Range> halves;
+        for (const Range &part : parts) {
+            if (part.end - part.begin <= leafSize) {
+                halves.push_back(part);
+                continue;
+            }
+            const uint32_t middle = halve(points, inverse, columns, part);
+            halves.push_back({part.begin, middle});
+            halves.push_back({middle, part.end});
+        }
+        parts.swap(halves);
+    }
     m_nodes[number].child = uint32_t(m_nodes.size());
-    m_nodes.push_back({node.begin, middle, number, 0, middle - node.begin});
-    m_nodes.push_back({middle, node.end, number, 0, node.end - middle});
+    m_nodes[number].childCount = uint32_t(parts.size());
+    m_nodes[number].boxes = m_boxes.size();
+    m_boxes.resize(m_boxes.size() + 2 * childLimit * m_columnCount);
+    for (const uint32_t c : columns) {
+        double *const low = m_boxes.data() + m_nodes[number].boxes + 2 * childLimit * c, *const high = low + childLimit;
+        std::fill(low, high, std::numeric_limits<double>::infinity());
+        std::fill(high, high + childLimit, -std::numeric_limits<double>::infinity());
+        for (size_t i = 0; i < parts.size(); ++i)
+            std::tie(low[i], high[i]) = side(points, parts[i], c);
+    }
+    for (const Range &part : parts)
+        addNode(part, number);
 }
 
 void Forest::fillLeaf(const Points &points, uint32_t number)
 {
     const Node &node = m_nodes[number];
+    // In the order of the points, so that of equal ones the earlier is met first.
+    std::sort(m_points.begin() + node.begin, m_points.begin() + node.end);
     double *to = m_values.data() + size_t(node.begin) * m_columnCount;
     for (size_t c = 0; c < m_columnCount; ++c) {
         for (uint32_t slot = node.begin; slot < node.end; ++slot)

@@ -20,6 +20,22 @@ MORVEL_WIDE static void sumSquares(const double *query, const double *inverses, 
     std::copy(sums, sums + Forest::leafSize, squares);
 }
 
+// The least sums of squares of any points in the boxes.
+MORVEL_WIDE static void boundSquares(const double *query, const double *inverses, const std::vector<uint32_t> &columns,
+                                     Forest::Boxes boxes, double *bounds)
+{
+    double sums[Forest::childLimit] = {};
+    for (const uint32_t c : columns) {
+        const double value = query[c], inverse = inverses[c];
+        const double *const low = boxes.low(c), *const high = boxes.high(c);
+        for (size_t i = 0; i < Forest::childLimit; ++i) {
+            const double outside = std::max(std::max(low[i] - value, value - high[i]), 0.0) * inverse;
+            sums[i] += outside * outside;
+        }
+    }
+    std::copy(sums, sums + Forest::childLimit, bounds);
+}
+
 namespace {
 
 class NearestSearch {
@@ -35,40 +51,29 @@ public:
     {
     }
 
-    double enter(const std::vector<uint32_t> &columns, Forest::Box box)
-    {
-        choose(columns);
-        return bound(box);
-    }
-    void choose(const std::vector<uint32_t> &columns)
+    bool choose(const std::vector<uint32_t> &columns)
     {
         m_columns.clear();
         for (const uint32_t c : columns) {
             if (!isMissing(m_query[c]))
                 m_columns.push_back(c);
         }
+        m_squareLimit = m_limit * double(m_columns.size());
+        return !m_columns.empty();
     }
-    // Of the mean squared difference; infinity without a common column.
-    double bound(Forest::Box box) const
+    void bound(Forest::Boxes boxes, double *bounds) const
     {
-        double squares = 0;
-        for (const uint32_t c : m_columns) {
-            const double outside = std::max(std::max(box.low[c] - m_query[c], m_query[c] - box.high[c]), 0.0);
-            const double difference = outside * m_inverse[c];
-            squares += difference * difference;
-        }
-        return m_columns.empty() ? infinity : squares / double(m_columns.size());
+        boundSquares(m_query, m_inverse, m_columns, boxes, bounds);
     }
-    bool excludes(double bound) const { return bound > m_limit || bound == infinity; }
+    bool excludes(double bound) const { return bound > m_squareLimit; }
 
     void look(const Forest::Leaf &leaf)
     {
         double squares[Forest::leafSize];
         sumSquares(m_query, m_inverse, m_columns, leaf, squares);
         const double common = double(m_columns.size());
-        const double limit = m_limit * common;
         for (size_t i = 0; i < leaf.count; ++i) {
-            if (leaf.isPresent[i] && squares[i] <= limit)
+            if (leaf.isPresent[i] && squares[i] <= m_squareLimit)
                 add({std::sqrt(squares[i] / common), leaf.points[i]});
         }
     }
@@ -95,6 +100,7 @@ private:
             // A little more than the square, for what rounding took from it.
             const double farthest = m_found[m_first].distance;
             m_limit = farthest * farthest * (1 + 1e-12) + std::numeric_limits<double>::min();
+            m_squareLimit = m_limit * double(m_columns.size());
         }
     }
 
@@ -105,6 +111,7 @@ private:
     size_t m_first;
     std::vector<uint32_t> m_columns;  // that the query and the points of the tree have
     double m_limit = infinity;        // of the mean squared difference
+    double m_squareLimit = infinity;  // of the sum over m_columns
 };
 
 }  // namespace
