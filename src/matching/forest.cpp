@@ -4,6 +4,8 @@
 #include <numeric>
 #include <tuple>
 
+static constexpr uint32_t inNoTree = UINT32_MAX;
+
 // By which columns are missing.
 static int comparePatterns(const Points &points, uint32_t a, uint32_t b)
 {
@@ -19,7 +21,7 @@ Forest::Forest(const Points &points, const std::vector<double> &inverse)
     : m_columnCount(points.columnCount)
     , m_points(points.count)
     , m_slots(points.count)
-    , m_leaves(points.count)
+    , m_leaves(points.count, inNoTree)
     , m_isPresent(points.count, true)
     , m_values((points.count + leafSize) * points.columnCount)
 {
@@ -53,6 +55,8 @@ void Forest::addTree(const Points &points, const std::vector<double> &inverse, R
         if (!isMissing(points[m_points[range.begin]][c]))
             tree.columns.push_back(c);
     }
+    if (tree.columns.empty())
+        return;
     addNode(range, tree.root);
     for (uint32_t node = tree.root; node < m_nodes.size(); ++node) {
         if (m_nodes[node].end - m_nodes[node].begin <= leafSize)
@@ -147,7 +151,7 @@ void Forest::fillLeaf(const Points &points, uint32_t number)
 void Forest::change(uint32_t point, bool isPresent)
 {
     const uint32_t slot = m_slots[point];
-    if (m_isPresent[slot] == isPresent)
+    if (m_leaves[slot] == inNoTree || m_isPresent[slot] == isPresent)
         return;
     m_isPresent[slot] = isPresent;
     for (uint32_t node = m_leaves[slot];; node = m_nodes[node].parent) {

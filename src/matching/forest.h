@@ -14,12 +14,12 @@ public:
     static constexpr size_t leafSize = 16;   // points of a leaf at most
     static constexpr size_t childLimit = 8;  // of an inner node
 
-    // The sides of boxes are compared in units of one over `inverse`. All points are present.
+    // The sides of boxes are compared in units of one over `inverse`. All points are present but those
+    // without any value, which are in no tree.
     Forest(const Points &points, const std::vector<double> &inverse);
 
     void remove(uint32_t point) { change(point, false); }
     void restore(uint32_t point) { change(point, true); }
-    bool isPresent(uint32_t point) const { return m_isPresent[m_slots[point]]; }
     size_t pointCount() const { return m_slots.size(); }
 
     // The boxes of a node's children: [column][low, high][child]. A column that the points miss means nothing; children
