@@ -24,7 +24,7 @@ public:
         , m_hitnumber(hitnumber)
         , m_pool(pool)
         , m_inverse(inverse)
-        , m_owners(pool.pointCount(), none)
+        , m_owners(pool.pointCount(), noNumber)
         , m_prices(pool.pointCount())
     {
         makeRows(block);
@@ -60,8 +60,8 @@ public:
 private:
     // What the search for a shortest path knows of a row.
     struct Label {
-        double length = infinity;  // of the path to it
-        uint32_t before = none;    // the row that the path comes from, taking `taken` away from this one
+        double length = infinity;    // of the path to it
+        uint32_t before = noNumber;  // the row that the path comes from, taking `taken` away from this one
         Neighbour taken{};
         bool isDone = false;
     };
@@ -122,7 +122,7 @@ private:
             m_labels[row] = {};
         m_reached.assign(1, start);
         m_waiting.clear();
-        m_end = {infinity, none, {0, none}};
+        m_end = {infinity, noNumber, {0, noNumber}};
         m_labels[start].length = 0;
         m_waiting.push_back({0, start});
         while (!m_waiting.empty()) {
@@ -134,7 +134,7 @@ private:
             if (!m_labels[next.row].isDone)
                 extend(next.row);
         }
-        return m_end.point.point != none || m_end.row != start;
+        return m_end.point.point != noNumber || m_end.row != start;
     }
 
     void extend(uint32_t number)
@@ -144,13 +144,13 @@ private:
         label.isDone = true;
         const double base = label.length - row.potential;
         if (base + m_withoutMatch < m_end.length)
-            m_end = {base + m_withoutMatch, number, {0, none}};
+            m_end = {base + m_withoutMatch, number, {0, noNumber}};
         for (size_t place = 0; const Neighbour *const neighbour = candidate(row, place); ++place) {
             const double length = std::max(base + neighbour->distance, label.length);
             if (length >= m_end.length)
                 return;
             const uint32_t owner = m_owners[neighbour->point];
-            if (owner == none) {
+            if (owner == noNumber) {
                 m_end = {length, number, *neighbour};
                 return;
             }
@@ -184,7 +184,7 @@ private:
     void takePath(uint32_t start)
     {
         uint32_t number = m_end.row;
-        if (m_end.point.point != none)
+        if (m_end.point.point != noNumber)
             hold(number, m_end.point);
         while (number != start) {
             const Label &label = m_labels[number];
