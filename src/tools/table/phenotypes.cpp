@@ -141,7 +141,7 @@ static void phenotypes()
     Values values(columns, format.out, table);
     RowStore rows(individuals.names.size(), allowedMemory() / 2);
     while (table.next(row)) {
-        const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
+        const uint32_t place = matching.placeOf(text::findFieldByText(row, delimiter, idPlace), table.line());
         if (place != noNumber)
             rows.put(place, values.take(row));
     }

@@ -40,7 +40,7 @@ static void reorder()
     Matching matching(individuals, name);
     RowStore rows(individuals.names.size(), allowedMemory());
     while (table.next(row)) {
-        const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
+        const uint32_t place = matching.placeOf(text::findFieldByText(row, delimiter, idPlace), table.line());
         if (place != noNumber)
             rows.put(place, row);
     }
