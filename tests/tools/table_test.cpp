@@ -144,6 +144,7 @@ TEST(Phenotypes, AreRefusedOrToldOfWhereSomethingIsLikelyToBeWrong)
         {"ID\ty\na\t1,5\n", "a\n", {}, "",
          "Line 2 of 'table': \"y\" is \"1,5\", which is no number; name missing values by -missing\n"},
         {"ID\ty\na\tnan\nb\t.\nc\t1\n", "c\nb\na\n", {"-missing", ".,nan"}, "y 1 . .\n", ""},
+        {"ID\ty\na\t1\n", "a\n", {"-missing", "no value"}, "", "\"no value\" cannot be a field of the result\n"},
         {"ID\ty\na\t-9\n", "a\n", {}, "y -9\n",
          "1 value of -9 taken as a number; where it means no value: -missing NA,-9\n"},
         {"ID\ty\ty\na\t1\t1\n", "a\n", {}, "", "'table' has two columns \"y\"\n"},

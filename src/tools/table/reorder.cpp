@@ -13,12 +13,13 @@ static constexpr const Option *options[]
     = {&fileOption,     &individualsOption, &outOption,    &idOption,      &listOption,  &delimOption,
        &outDelimOption, &quotesOption,      &absentOption, &missingOption, &memoryOption};
 
-static std::string filledRow(std::string_view name, size_t idPlace, size_t width, char delimiter)
+static std::string filledRow(std::string_view name, size_t idPlace, size_t width, const Format &format)
 {
+    requireField(name, format);
     std::string row;
     for (size_t i = 0; i < width; ++i) {
         row += i == idPlace ? std::string(name) : missingOption.read();
-        row += i + 1 < width ? delimiter : '\n';
+        row += i + 1 < width ? format.out : '\n';
     }
     return row;
 }
@@ -45,6 +46,7 @@ static void reorder()
             rows.put(place, row);
     }
     matching.finish();
+    requireField(missingOption.read(), format);
 
     text::Writer out;
     openOutput(out, outName);
@@ -54,7 +56,7 @@ static void reorder()
             out.put(rows.get(place));
             out.put('\n');
         } else {
-            out.put(filledRow(individuals.names.name(place), idPlace, table.width(), format.out));
+            out.put(filledRow(individuals.names.name(place), idPlace, table.width(), format));
         }
     }
     out.close();
