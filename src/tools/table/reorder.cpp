@@ -13,13 +13,12 @@ static constexpr const Option *options[]
     = {&fileOption,     &individualsOption, &outOption,    &idOption,      &listOption,  &delimOption,
        &outDelimOption, &quotesOption,      &absentOption, &missingOption, &memoryOption};
 
-static std::string filledRow(std::string_view name, size_t idPlace, size_t width, const Format &format)
+static std::string filledRow(std::string_view name, size_t idPlace, size_t width, char delimiter)
 {
-    requireField(name, format);
     std::string row;
     for (size_t i = 0; i < width; ++i) {
         row += i == idPlace ? std::string(name) : missingOption.read();
-        row += i + 1 < width ? format.out : '\n';
+        row += i + 1 < width ? delimiter : '\n';
     }
     return row;
 }
@@ -47,6 +46,8 @@ static void reorder()
     }
     matching.finish();
     requireField(missingOption.read(), format);
+    for (uint32_t place = 0; place < individuals.names.size(); ++place)
+        requireField(individuals.names.name(place), format);
 
     text::Writer out;
     openOutput(out, outName);
@@ -56,7 +57,7 @@ static void reorder()
             out.put(rows.get(place));
             out.put('\n');
         } else {
-            out.put(filledRow(individuals.names.name(place), idPlace, table.width(), format));
+            out.put(filledRow(individuals.names.name(place), idPlace, table.width(), format.out));
         }
     }
     out.close();
