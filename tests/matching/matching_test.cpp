@@ -25,7 +25,7 @@ static Input makeInput(uint64_t seed, size_t most)
         Points points{size, columns, {}};
         for (size_t i = 0; i < size * columns; ++i) {
             const double value = isWhole ? double(below(6)) : double(below(1000003)) / 3e5;
-            points.values.push_back(below(100) < missing ? missingValue : value + by);
+            points.values.push_back(below(100) < missing ? noValue : value + by);
         }
         return points;
     };
