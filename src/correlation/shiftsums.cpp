@@ -92,6 +92,8 @@ MORVEL_WIDE static void sumGroup(const std::vector<double> &reversed, const doub
 void formDirectly(const std::vector<double> &x, const std::vector<double> &y, const std::vector<size_t> &shifts,
                   std::vector<double> &sums)
 {
+    if (shifts.empty())
+        return;
     const std::vector<double> unrolled = unrollShifts(y);
     const double *const first = unrolled.data() + y.size();
     const std::vector<double> reversed(x.rbegin(), x.rend());
