@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-// By the C library: QDateTime takes 1 ms at first use, as long as all else of a run that does nothing.
+// Names in English: the process keeps the locale "C".
 std::string currentTime()
 {
     const std::time_t now = std::time(nullptr);
