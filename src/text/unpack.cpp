@@ -135,7 +135,7 @@ bool GzipUnpacker::startMember()
         while (m_packed.have(1)) {
             if (m_packed.left.find_first_not_of('\0') != std::string_view::npos)
                 m_packed.refuse();
-            m_packed.left = {};
+            m_packed.left.remove_prefix(m_packed.left.size());
         }
         if (m_awaitsEmpty)
             m_packed.refuse();
