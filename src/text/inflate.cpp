@@ -5,9 +5,8 @@
 
 #include <dlfcn.h>
 #include <zlib.h>
-#if __has_include(<isa-l/igzip_lib.h>)
+#ifdef MORVEL_ISAL
 #include <isa-l/igzip_lib.h>
-#define MORVEL_ISAL
 #endif
 
 namespace text {
