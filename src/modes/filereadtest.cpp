@@ -1,11 +1,13 @@
 // Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the
-// run. What is read is thrown away; what comes out is a few marker lines.
+// run. What is read is thrown away; what comes out is a few marker lines. What is compressed or a pipe is copied first,
+// but for read1.
 #include "main/console.h"
 #include "modes/modes.h"
 #include "text/fields.h"
 #include "text/files.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
+#include "text/source.h"
 #include "text/writer.h"
 
 #include <QFile>
@@ -13,11 +15,9 @@
 #include <QStringTokenizer>
 #include <QTextStream>
 
-#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <sys/stat.h>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
 static char ctext2[6];  // characters of the number at hand
@@ -53,8 +53,9 @@ static void readTest1()
 static void readTest2()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
-    QFile in(inputfile);
-    if (!in.open(QIODevice::ReadOnly | QIODevice::Text))
+    QFile in;
+    const int file = text::openContent(inputfile);
+    if (file < 0 || !in.open(file, QIODevice::ReadOnly | QIODevice::Text, QFileDevice::AutoCloseHandle))
         fatal("Input file not found\n");
     text::Writer out;
     if (!out.open("OUTPUT2.txt"))
@@ -85,36 +86,17 @@ struct CloseFile {
 };
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
 
-// Null with the reason in errno; fopen() alone would open a folder.
+// Null with the reason in errno.
 static StandardFile openInput()
 {
-    StandardFile file(std::fopen(inputfile, "rb"));
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
-        file.reset();
-        errno = EISDIR;
-    }
-    return file;
+    const int file = text::openContent(inputfile);
+    return StandardFile(file < 0 ? nullptr : fdopen(file, "rb"));
 }
 
 static void checkRead(std::FILE *file)
 {
     if (std::ferror(file))
         text::onFailure("read", inputfile);
-}
-
-// An input that can be read at chosen places: what cannot, such as a pipe, is copied first.
-static StandardFile openToSeek()
-{
-    StandardFile file = openInput();
-    if (!file || std::ftell(file.get()) >= 0)
-        return file;
-    text::TemporaryFile copy;
-    char block[65536];
-    while (const size_t bytes = std::fread(block, 1, sizeof block, file.get()))
-        copy.append({block, bytes});
-    checkRead(file.get());
-    return StandardFile(fdopen(copy.release(), "rb"));
 }
 
 static void readTest3()
@@ -159,7 +141,7 @@ static void readTest4()
     constexpr size_t readBytes = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
-    const StandardFile in = openToSeek();
+    const StandardFile in = openInput();
     if (!in) {
         std::fputs("File error", stderr);
         quit();

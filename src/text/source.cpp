@@ -126,7 +126,7 @@ double Source::size() const
     if (m_kind != Kind::Packed)
         return regularSize(file);
     const auto used = double(m_unpacker->position());
-    return regularSize(file) * m_content / used;
+    return used > 0 ? regularSize(file) * m_content / used : 0;
 }
 
 double contentSize(const std::string &name)
