@@ -5,15 +5,15 @@
 #include <cmath>
 #include <limits>
 
-// No error is thrown: what overflows is infinite, what underflows is 0. Extended precision, which Boost uses for doubles
-// as well, keeps the digits independent of the variants that the C library has for different processors.
-using Quiet = boost::math::policies::policy<
-    boost::math::policies::domain_error<boost::math::policies::ignore_error>,
-    boost::math::policies::overflow_error<boost::math::policies::ignore_error>,
-    boost::math::policies::underflow_error<boost::math::policies::ignore_error>,
-    boost::math::policies::denorm_error<boost::math::policies::ignore_error>,
-    boost::math::policies::evaluation_error<boost::math::policies::ignore_error>,
-    boost::math::policies::pole_error<boost::math::policies::ignore_error>>;
+// No error is thrown: what overflows is infinite, what underflows is 0. Extended precision, which Boost uses for
+// doubles as well, keeps the digits independent of the variants that the C library has for different processors.
+using Quiet
+    = boost::math::policies::policy<boost::math::policies::domain_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::overflow_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::underflow_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::denorm_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::evaluation_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::pole_error<boost::math::policies::ignore_error>>;
 using Student = boost::math::students_t_distribution<long double, Quiet>;
 using Normal = boost::math::normal_distribution<long double, Quiet>;
 

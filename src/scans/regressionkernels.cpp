@@ -80,8 +80,8 @@ MORVEL_INLINE void fit(const PairSums &sums, const double *products, const doubl
         const Real squaredT = (n - 2) * (Sxy * Sxy) / unexplained;
         *reinterpret_cast<Real *>(slopes + lane) = Sxy / Sxx;
         const Real leastXX = doubtfulPart * *reinterpret_cast<const Real *>(wholeXX + lane);
-        const auto isSound = (n > 2) & (Sxx > leastXX) & (Syy > doubtfulPart * wholeYY)
-                             & (unexplained > doubtfulPart * (Sxx * Syy));
+        const auto isSound
+            = (n > 2) & (Sxx > leastXX) & (Syy > doubtfulPart * wholeYY) & (unexplained > doubtfulPart * (Sxx * Syy));
         *reinterpret_cast<Real *>(squaredTs + lane) = isSound ? squaredT : Real{} + nan;
     }
 }

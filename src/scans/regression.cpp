@@ -1,0 +1,161 @@
+#include "scans/regression.h"
+#include "processors/lanes.h"
+
+#include <algorithm>
+#include <cmath>
+
+// Numbers of twice the digits as sums of two doubles. The steps are those of Dekker, A floating-point technique for
+// extending the available precision (1971), and of Knuth's exact sum; Number is a double or some side by side.
+struct Real {
+    double high = 0, low = 0;
+};
+
+// Adds b to `high`, and to `low` what that rounds away and `rest`.
+template <class Number>
+MORVEL_INLINE void addTo(Number &high, Number &low, const Number &b, const Number &rest)
+{
+    const Number sum = high + b, part = sum - high;
+    low += ((high - (sum - part)) + (b - part)) + rest;
+    high = sum;
+}
+
+template <class Number>
+MORVEL_INLINE void addProduct(Number &high, Number &low, const Number &a, const Number &restA, const Number &b,
+                              const Number &restB)
+{
+    constexpr double splitter = 134217729;  // 2^27 + 1: parts of half the digits, whose products are exact
+    const Number product = a * b;
+    const Number wideA = splitter * a, wideB = splitter * b;
+    const Number highA = wideA - (wideA - a), highB = wideB - (wideB - b);
+    const Number lowA = a - highA, lowB = b - highB;
+    const Number error = ((highA * highB - product) + highA * lowB + lowA * highB) + lowA * lowB;
+    const Number rest = error + (a * restB + restA * b);
+    addTo(high, low, product, rest);
+}
+
+static Real operator-(Real a, const Real &b)
+{
+    addTo(a.high, a.low, -b.high, -b.low);
+    return a;
+}
+
+static Real operator*(const Real &a, const Real &b)
+{
+    Real product;
+    addProduct(product.high, product.low, a.high, a.low, b.high, b.low);
+    return product;
+}
+
+static Real operator/(const Real &a, const Real &b)
+{
+    Real quotient = {a.high / b.high, 0};
+    const Real rest = a - quotient * b;
+    quotient.low = (rest.high + rest.low) / b.high;
+    return quotient;
+}
+
+static double rounded(const Real &a)
+{
+    return a.high + a.low;
+}
+
+// The points go into lanes in turn, whose sums are added at the end: in this order with any instructions.
+static constexpr size_t lanes = 8;
+
+enum Sum { sumX, sumY, sumXX, sumXY, sumYY, sumCount };
+
+struct LaneSums {
+    alignas(64) double high[sumCount][lanes];
+    alignas(64) double low[sumCount][lanes];
+};
+
+template <size_t bytes>
+MORVEL_INLINE void sumUp(const Points &points, LaneSums &sums)
+{
+    using Number = typename Lanes<double, bytes>::Real;
+    for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
+        Number high[sumCount] = {}, low[sumCount] = {};
+        const Number zero = {}, centre = zero - points.xCentre;
+        for (size_t i = lane; i < points.x.size(); i += lanes) {
+            Number x = *reinterpret_cast<const Number *>(&points.x[i]), xRest = zero;
+            const Number y = *reinterpret_cast<const Number *>(&points.y[i]);
+            const Number yRest = *reinterpret_cast<const Number *>(&points.yRests[i]);
+            addTo(x, xRest, centre, zero);
+            addTo(high[sumX], low[sumX], x, xRest);
+            addTo(high[sumY], low[sumY], y, yRest);
+            addProduct(high[sumXX], low[sumXX], x, xRest, x, xRest);
+            addProduct(high[sumXY], low[sumXY], x, xRest, y, yRest);
+            addProduct(high[sumYY], low[sumYY], y, yRest, y, yRest);
+        }
+        for (size_t sum = 0; sum < sumCount; ++sum) {
+            *reinterpret_cast<Number *>(&sums.high[sum][lane]) = high[sum];
+            *reinterpret_cast<Number *>(&sums.low[sum][lane]) = low[sum];
+        }
+    }
+}
+
+struct SumKernel {
+    bool (*isSupported)();
+    void (*sumUp)(const Points &points, LaneSums &sums);
+};
+
+#define MORVEL_KERNEL(name, bytes, target)                                                                             \
+    target static void sumUp##name(const Points &points, LaneSums &sums)                                               \
+    {                                                                                                                  \
+        sumUp<bytes>(points, sums);                                                                                    \
+    }
+MORVEL_FOR_PROCESSORS(MORVEL_KERNEL)
+
+#define MORVEL_ROW(name, bytes, target) {supports##name, sumUp##name},
+static const SumKernel kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
+
+static void sumUp(const Points &points, Real *totals)
+{
+    static const SumKernel kernel = widestOf<SumKernel>(kernels);
+    LaneSums sums;
+    kernel.sumUp(points, sums);
+    for (size_t sum = 0; sum < sumCount; ++sum) {
+        for (size_t lane = 0; lane < lanes; ++lane)
+            addTo(totals[sum].high, totals[sum].low, sums.high[sum][lane], sums.low[sum][lane]);
+    }
+}
+
+static bool areEqual(const std::vector<double> &values)
+{
+    return std::all_of(values.begin(), values.end(), [&](double value) { return value == values.front(); });
+}
+
+Regression fitExactly(Points &points)
+{
+    Regression fit;
+    const size_t count = points.x.size();
+    if (count < 3 || areEqual(points.x))
+        return fit;
+    if (areEqual(points.y) && areEqual(points.yRests)) {
+        fit.slope = fit.error = 0;
+        return fit;
+    }
+    while (points.x.size() % lanes != 0)
+        points.add(points.xCentre, 0, 0);  // adds nothing
+    Real sums[sumCount];
+    sumUp(points, sums);
+
+    const Real n = {double(count), 0};
+    const Real Sxx = sums[sumXX] - sums[sumX] * sums[sumX] / n;
+    const Real Sxy = sums[sumXY] - sums[sumX] * sums[sumY] / n;
+    const Real Syy = sums[sumYY] - sums[sumY] * sums[sumY] / n;
+    const double residual = rounded(Syy - Sxy * Sxy / Sxx);
+    fit.slope = rounded(Sxy / Sxx);
+    const double digit = 0x1p-50 * (points.ySize + std::fabs(fit.slope) * points.xSize);
+    if (residual <= double(count) * digit * digit) {
+        fit.error = 0;
+        fit.r2 = 1;
+        fit.t = std::numeric_limits<double>::infinity();
+        return fit;
+    }
+    const double freedom = double(count - 2);
+    fit.error = std::sqrt(residual / freedom / rounded(Sxx));
+    fit.r2 = rounded(Sxy * Sxy / Sxx / Syy);
+    fit.t = std::fabs(fit.slope) / fit.error;
+    return fit;
+}

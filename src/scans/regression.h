@@ -1,0 +1,41 @@
+// One regression, exactly: the line of least squares through the points of individuals.
+#pragma once
+
+#include <limits>
+#include <vector>
+
+inline constexpr double noValue = std::numeric_limits<double>::quiet_NaN();
+
+// What a scan tells of a phenotype and a marker; noValue where there is none.
+struct Regression {
+    double slope = noValue;
+    double error = noValue;  // the slope's standard error
+    double r2 = noValue;
+    double t = noValue;  // |slope| / error, infinite for a perfect fit
+};
+
+// The points, one array each. y is given less any number near its mean, and what that rounds away as `yRests`, so that
+// no digit is lost; xSize and ySize are at least as large as any absolute x and y.
+struct Points {
+    std::vector<double> x, y, yRests;
+    double xCentre = 0;  // any number near the mean of x
+    double xSize = 0, ySize = 0;
+
+    void clear()
+    {
+        x.clear();
+        y.clear();
+        yRests.clear();
+    }
+    void add(double xValue, double yValue, double yRest)
+    {
+        x.push_back(xValue);
+        y.push_back(yValue);
+        yRests.push_back(yRest);
+    }
+};
+
+// The sums are formed with twice the digits of a double, so every result has all of its own. Fewer than three points
+// or equal x: no value. Equal y: a slope of 0 without error, and nothing else. A fit is perfect where rounding of the
+// values themselves could explain what the line leaves: error 0, R2 1, t infinite. The points are padded.
+Regression fitExactly(Points &points);
