@@ -1,12 +1,13 @@
 // The median of a stream of numbers, in little memory.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 // Exact up to `keptValues` of the numbers added. Beyond them numbers are counted by size: the median is within a
-// thousandth where it lies from 1/16 to 4, within a hundredth and a half from 1e-6 to 4096; both mostly much nearer.
+// thousandth where it lies from 1/32 to 16, within a hundredth and a half from 1e-6 to 1e9; both mostly much nearer.
 class StreamMedian {
 public:
     static constexpr size_t keptValues = 1024;
@@ -29,9 +30,9 @@ public:
     double median() const;
 
 private:
-    // Sizes in equal parts of powers of two: 1024 parts of each from 1/16 to 4, 64 of others. The first bin begins at 0
-    // and the last one has no end.
-    static constexpr int exponents[] = {-20, -4, 2, 12};
+    // Sizes in equal parts of powers of two: 1024 parts of each from 1/32 to 16, 64 of others. The first bin begins at
+    // 0 and the last one has no end.
+    static constexpr int exponents[] = {-20, -5, 4, 30};
     static constexpr size_t fineParts = 1024, coarseParts = 64;
     static constexpr size_t firstFine = 1 + size_t(exponents[1] - exponents[0]) * coarseParts;
     static constexpr size_t firstBehind = firstFine + size_t(exponents[2] - exponents[1]) * fineParts;
@@ -50,13 +51,13 @@ private:
 inline size_t StreamMedian::binOf(double value)
 {
     constexpr int bias = 1023, digits = 52;
-    const auto parts = [](double of, int from, size_t parts) {
-        const int bits = digits - (parts == fineParts ? 10 : 6);
-        return size_t((__builtin_bit_cast(uint64_t, of) >> bits) - (uint64_t(bias + from) << (digits - bits)));
+    const auto parts = [value](int from, size_t perPower) {
+        const int bits = std::countr_zero(perPower);
+        return size_t(std::bit_cast<uint64_t>(value) >> (digits - bits)) - (size_t(bias + from) << bits);
     };
-    if (value >= 0x1p-4 && value < 4)
-        return firstFine + parts(value, exponents[1], fineParts);
-    if (value < 0x1p-4)
-        return value < 0x1p-20 ? 0 : 1 + parts(value, exponents[0], coarseParts);
-    return value < 4096 ? firstBehind + parts(value, exponents[2], coarseParts) : binCount - 1;
+    if (value >= 0x1p-5 && value < 0x1p4)
+        return firstFine + parts(exponents[1], fineParts);
+    if (value < 0x1p-5)
+        return value < 0x1p-20 ? 0 : 1 + parts(exponents[0], coarseParts);
+    return value < 0x1p30 ? firstBehind + parts(exponents[2], coarseParts) : binCount - 1;
 }
