@@ -1,7 +1,7 @@
 #include "genotypes/dosages.h"
+#include "processors/wide.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
-#include "processors/wide.h"
 
 #include <array>
 
@@ -25,7 +25,11 @@ static DosageTexts makeDosageTexts()
     return made;
 }
 
-static const DosageTexts *texts;  // set by tripletConverter
+static const DosageTexts &dosageTexts()
+{
+    static const DosageTexts made = makeDosageTexts();
+    return made;
+}
 
 // Rounded to the nearest whole number by a half added before; what does not fit an integer is 0.
 static int wholePart(float value)
@@ -38,7 +42,7 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
                                         [[maybe_unused]] DosageSink *sink)
 {
     constexpr size_t batchTriplets = Walker::batchSize / 3;
-    const DosageTexts &dosageTexts = *texts;
+    const DosageTexts &texts = dosageTexts();
     Walker walker(genotypes);
     bool hasTriplets = false;
     for (;;) {
@@ -52,10 +56,10 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
             const text::ShortNumber shortHomo = text::readShortNumber(walker.begin(j + 2), walker.size(j + 2));
             const bool isShort = !(shortHetero.invalid | shortHomo.invalid);
             const size_t thousandths = size_t(text::thousandthsOf(shortHetero.digits + 2 * shortHomo.digits));
-            const bool hasText = isShort && thousandths < dosageTexts.size();
+            const bool hasText = isShort && thousandths < texts.size();
             if (!isHardCall && hasText) [[likely]] {
-                std::memcpy(end, &dosageTexts[thousandths], 8);
-                end += dosageTexts[thousandths][7];
+                std::memcpy(end, &texts[thousandths], 8);
+                end += texts[thousandths][7];
                 if constexpr (!hasSummary)
                     continue;
             }
@@ -93,8 +97,6 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
 
 TripletConverter tripletConverter(bool makesHardCalls, bool tellsDosages)
 {
-    static const DosageTexts made = makeDosageTexts();
-    texts = &made;
     if (makesHardCalls)
         return tellsDosages ? convertTriplets<true, true> : convertTriplets<true, false>;
     return tellsDosages ? convertTriplets<false, true> : convertTriplets<false, false>;

@@ -111,7 +111,7 @@ void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer
 {
     for (auto output = outputs.begin(); output != outputs.end(); ++output) {
         for (const std::string &input : inputs) {
-            if (text::isSameFile(*output, input))
+            if (text::exists(input) && text::isSameFile(*output, input))
                 fatal("Output file '%s' is also an input\n", output->c_str());
         }
         for (auto other = outputs.begin(); other != output; ++other) {

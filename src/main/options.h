@@ -48,8 +48,9 @@ struct Option {
 };
 
 struct IntegerOption : Option {
-    constexpr IntegerOption(const char *optionName, std::optional<int> absent, const char *helpLine, Taking how = {})
-        : Option{optionName, Value::Integer, helpLine, "", "", absent, how}
+    constexpr IntegerOption(const char *optionName, std::optional<int> absent, const char *helpLine, Taking how = {},
+                            const char *listed = "")
+        : Option{optionName, Value::Integer, helpLine, listed, "", absent, how}
     {
     }
     int read() const;  // what is no integer is 0, and so is what is absent without a default

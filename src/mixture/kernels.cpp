@@ -55,12 +55,12 @@ template <size_t bytes>
 MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::span<const uint32_t> blocks, float &limit)
 {
     using Real = typename Lanes<float, bytes>::Real;
-    constexpr size_t lanes = bytes / sizeof(float), registers = blockSize / lanes;
+    constexpr size_t lanes = bytes / sizeof(float), registers = pointsPerBlock / lanes;
     constexpr size_t valuesPerLook = 8;  // at the limit
     size_t found = grid.a.size();
     int32_t least = std::bit_cast<int32_t>(limit), beyond = least;  // as bits; equal ones count once one is found
     for (const uint32_t number : blocks) {
-        const size_t first = number * blockSize;
+        const size_t first = number * pointsPerBlock;
         const float *const a = grid.a.data() + first, *const b = grid.b.data() + first,
                            *const c = grid.c.data() + first;
         Real sum[registers] = {};
@@ -83,9 +83,9 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
         }
         if (!isBelow)
             continue;
-        int32_t scores[blockSize];
+        int32_t scores[pointsPerBlock];
         std::memcpy(scores, sum, sizeof scores);
-        for (size_t i = 0; i < blockSize; ++i) {
+        for (size_t i = 0; i < pointsPerBlock; ++i) {
             if (scores[i] < least || (scores[i] < beyond && grid.rank[first + i] < grid.rank[found])) {
                 least = scores[i];
                 beyond = least + 1;
@@ -259,7 +259,7 @@ MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 #define MORVEL_ROW(name, bytes, target) {#name, supports##name, findBest##name, scorePairs##name, findWeights##name},
 static const SearchKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
-std::span<const SearchKernels> allSearchKernels()
+std::span<const SearchKernels> SearchKernels::all()
 {
     return kernels;
 }

@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-// Points are scored in blocks of this many.
-inline constexpr size_t blockSize = 32;
+// Points of the grid are scored in blocks of so many.
+inline constexpr size_t pointsPerBlock = 32;
 
 // Proportions to try, so arranged that the points of a block lie near each other; filled up with nan to whole
 // blocks.
@@ -28,6 +28,9 @@ struct Mixture {
 };
 
 struct SearchKernels {
+    // From the narrowest instructions to the widest; the first ones run everywhere.
+    static std::span<const SearchKernels> all();
+
     const char *name;
     bool (*isSupported)();
 
@@ -42,6 +45,3 @@ struct SearchKernels {
     // and the sample add up to as much as possible.
     void (*findWeights)(const Mixture &mixture, float *weights);
 };
-
-// From the narrowest instructions to the widest; the first ones run everywhere.
-std::span<const SearchKernels> allSearchKernels();

@@ -13,7 +13,6 @@ float **myTable = nullptr;
 std::vector<float> testValues;
 int cols = 0, rows = 0;
 float minP = 9999, P1 = -9, P2 = -9, P3 = -9;
-const SearchKernels *searchKernels = &widestOf(allSearchKernels());
 
 bool allocateTable(int values, int populations)
 {
@@ -83,8 +82,8 @@ static const Grid &tripleGrid(float step)
     grid = {step, {}, {}, {}, {}, {}, {}, {}, {}};
     if (const int intstep = gridStep(step))
         arrangeGrid(intstep, grid);
-    for (size_t first = 0; first < grid.a.size(); first += blockSize) {
-        const ptrdiff_t begin = ptrdiff_t(first), end = ptrdiff_t(std::min(first + blockSize, grid.a.size()));
+    for (size_t first = 0; first < grid.a.size(); first += pointsPerBlock) {
+        const ptrdiff_t begin = ptrdiff_t(first), end = ptrdiff_t(std::min(first + pointsPerBlock, grid.a.size()));
         const auto [lowA, highA] = std::minmax_element(grid.a.begin() + begin, grid.a.begin() + end);
         const auto [lowB, highB] = std::minmax_element(grid.b.begin() + begin, grid.b.begin() + end);
         grid.lowA.push_back(*lowA);
@@ -93,7 +92,7 @@ static const Grid &tripleGrid(float step)
         grid.highB.push_back(*highB);
     }
     for (std::vector<float> *proportions : {&grid.a, &grid.b, &grid.c})
-        fillUp(*proportions, blockSize, std::numeric_limits<float>::quiet_NaN());
+        fillUp(*proportions, pointsPerBlock, std::numeric_limits<float>::quiet_NaN());
     grid.rank.resize(grid.a.size() + 1, std::numeric_limits<uint32_t>::max());  // one more for no point
     return grid;
 }
@@ -117,7 +116,7 @@ static bool combMatrixBelow(int one, int two, int three, float step, float limit
 {
     const Grid &grid = tripleGrid(step);
     minP = limit;
-    const size_t found = searchKernels->findBest(mixtureOf(one, two, three), grid, blocks, minP);
+    const size_t found = kernelsInUse<SearchKernels>->findBest(mixtureOf(one, two, three), grid, blocks, minP);
     if (found == grid.a.size()) {
         P1 = P2 = P3 = -9;
         return false;
@@ -168,7 +167,7 @@ void combMatrix1(int one, float)
 
 PairGrid pairGrid(const std::vector<float> &ks)
 {
-    const size_t size = (ks.size() + blockSize - 1) / blockSize * blockSize;
+    const size_t size = (ks.size() + pointsPerBlock - 1) / pointsPerBlock * pointsPerBlock;
     PairGrid grid{ks.size(), ks, std::vector<float>(size)};
     for (size_t i = 0; i < ks.size(); ++i)
         grid.rest[i] = 1 - ks[i];
@@ -179,8 +178,8 @@ PairGrid pairGrid(const std::vector<float> &ks)
 void scanPair(int population, int base, const PairGrid &grid, std::vector<float> &distances)
 {
     distances.resize(grid.k.size());
-    searchKernels->scorePairs(mixtureOf(population, base, base), grid.k.data(), grid.rest.data(), grid.k.size(),
-                              distances.data());
+    kernelsInUse<SearchKernels>->scorePairs(mixtureOf(population, base, base), grid.k.data(), grid.rest.data(),
+                                            grid.k.size(), distances.data());
 }
 
 // Lower bounds that rule out triples without scoring a point. Weigh each value's difference by a factor from
@@ -190,6 +189,12 @@ void scanPair(int population, int base, const PairGrid &grid, std::vector<float>
 // found for one triple that fails, it also rules out many of those that fail for the same reason, and most blocks of
 // the grid of others. Of the triples of the benchmark two thirds (8 populations) to nine tenths (20) go by cuts found
 // before, and of the points of the others nine tenths.
+//
+// For example the sample (0.5, 0.5), a best score so far of 0.1, and the populations A (1, 0), B (0, 1), C (0.9, 0.1),
+// D (0.8, 0.2), E (0.7, 0.3). The weights (1, -1) make of the differences between each and the sample: A 1, B -1,
+// C 0.8, D 0.6, E 0.4. So no mixture of C, D and E scores below 0.4, nor any other triple without B, and all these go
+// by this one cut. Of B, C, D a block survives only if -b + 0.8 c + 0.6 d is below 0.1 in some corner of it: B with
+// less than 0.31 takes part in no mixture that is worth scoring.
 class Cuts {
 public:
     // For the current table and sample.
@@ -284,7 +289,7 @@ bool Cuts::add(int one, int two, int three)
 {
     if (!m_isUsable)
         return false;
-    searchKernels->findWeights(mixtureOf(one, two, three), m_weights.data());
+    kernelsInUse<SearchKernels>->findWeights(mixtureOf(one, two, three), m_weights.data());
     const size_t cut = m_next;
     m_next = (m_next + 1) % most;
     m_count = std::max(m_count, cut + 1);

@@ -5,12 +5,13 @@
 #include <cstddef>
 #include <vector>
 
-// What the searches read: the mode fills the table once and the values for every sample.
-extern float **myTable;                // [value][population], cols x rows
-extern std::vector<float> testValues;  // of the sample, cols of them
-extern int cols, rows;
+// What the searches read.
+extern float **myTable;  // [value][population], cols x rows; made by allocateTable, filled by mixfit's readReference
+extern std::vector<float> testValues;  // of the sample, cols of them; set by mixfit's readSample
+extern int cols, rows;                 // set by allocateTable
 
-// Their result: the least sum of absolute differences, and the proportions where it was found first.
+// The result of the search that ran last, set by it: the least sum of absolute differences, and the proportions where
+// it was found first.
 extern float minP, P1, P2, P3;
 
 // All zeros, with a value and two populations to spare; false when there is not enough memory.
@@ -44,6 +45,3 @@ struct BestTriple {
     float score = 9999;
 };
 BestTriple searchTriples(int one, int two, int three, float step);
-
-struct SearchKernels;
-extern const SearchKernels *searchKernels;  // the widest; others are for tests

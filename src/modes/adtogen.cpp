@@ -1,12 +1,16 @@
 // Dosages to genotype triplets: a line of leading columns and one dosage per individual becomes the leading
 // columns and one certain triplet per individual; a side file in the same layout holds how far each dosage
 // lies from the class that it was rounded to.
+#include "genotypes/columns.h"
+#include "genotypes/options.h"
 #include "main/console.h"
 #include "main/progress.h"
-#include "genotypes/genotypes.h"
 #include "modes/modes.h"
-#include "text/readnumber.h"
 #include "processors/wide.h"
+#include "text/fields.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+#include "text/writer.h"
 
 #include <algorithm>
 #include <array>
@@ -14,15 +18,24 @@
 
 using Walker = text::FieldWalker<text::Separator::Blank>;
 
-static FormatOptions options;  // beg and end count lines
-static std::string sumname;    // of the deviations
-static int64_t devtimes;       // dosages that are not whole
-static double cumdeviation;    // sum of the absolute deviations
+static constexpr OutputOption tripletOutOption
+    = {"-out", "input name", "genotype-triplet file; deviations go to it + .stats", takenAsName};
+static constexpr IntegerOption firstLineOption = {"-beg", 1, "first line to be converted, from 1", takenAsWord};
+static constexpr IntegerOption lastLineOption = {"-end", 99999999, "last line to be converted", takenAsWord};
+static constexpr const Option *options[] = {&dosageFileOption, &tripletOutOption,     &firstLineOption,
+                                            &lastLineOption,   &leadingColumnsOption, &unusedNameColumnOption};
+
+static FormatOptions chosen;  // beg and end count lines
+static std::string sumname;   // of the deviations
+static int64_t devtimes;      // dosages that are not whole
+static double cumdeviation;   // sum of the absolute deviations
 
 static void readOptions()
 {
-    options = readFormatOptions();
-    sumname = boundedName(options.outname + ".stats");
+    chosen = readFormatOptions(dosageFileOption, tripletOutOption, firstLineOption, lastLineOption);
+    char deviationName[takenAsName.buffer];
+    copyBounded(deviationName, chosen.outname + ".stats");
+    sumname = deviationName;
 }
 
 // A triplet and the blank behind it: 6 bytes, and 2 more so that 8 can be stored at once.
@@ -113,14 +126,14 @@ MORVEL_WIDE static void convertDosages(std::string_view dosages, const ReadyDosa
 static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &stats)
 {
     const ReadyDosages readyDosages = makeReadyDosages();
-    Progress progress(options.filename);
+    Progress progress(chosen.filename);
     std::string_view line;
-    for (int64_t counter = 1; counter <= options.end && in.next(line); ++counter) {
+    for (int64_t counter = 1; counter <= chosen.end && in.next(line); ++counter) {
         progress.advance(line.size());
-        if (line.empty() || counter < options.beg)
+        if (line.empty() || counter < chosen.beg)
             continue;
-        copyLeadingColumns(line, options.lastbeforegeno, stats);
-        const std::string_view dosages = copyLeadingColumns(line, options.lastbeforegeno, out);
+        copyLeadingColumns(line, chosen.lastbeforegeno, stats);
+        const std::string_view dosages = copyLeadingColumns(line, chosen.lastbeforegeno, out);
         if (dosages.data())
             convertDosages(dosages, readyDosages, out, stats);
         out.replaceLast('\n');
@@ -128,14 +141,14 @@ static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &
     }
 }
 
-void adToGen()
+static void adToGen()
 {
     readOptions();
     print("running adToGen()\n\n");
-    refuseSameFiles({options.filename}, {options.outname, sumname});
+    refuseSameFiles({chosen.filename}, {chosen.outname, sumname});
     text::LineReader in;
     text::Writer out, stats;
-    if (!out.open(options.outname) || !in.open(options.filename) || !stats.open(sumname))
+    if (!out.open(chosen.outname) || !in.open(chosen.filename) || !stats.open(sumname))
         quit();  // silent by design
     convertLines(in, out, stats);
     out.close();
@@ -144,3 +157,6 @@ void adToGen()
     print("Genotypes that deviate: %lld\n", static_cast<long long>(devtimes));
     print("Total absolute deviation: %.*s\n", int(text::writeReal(text, cumdeviation) - text), text);
 }
+
+constinit const Mode adToGenMode = {
+    {"ADtogen", "adtogen"}, adToGen, options, "Turns dosages back into genotype triplets, and tells their deviations"};

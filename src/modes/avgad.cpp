@@ -1,29 +1,38 @@
 // Average dosage per marker: a line of leading columns and one dosage per individual becomes the leading
 // columns, the mean dosage of the chosen individuals and its standard deviation.
+#include "genotypes/deviation.h"
+#include "genotypes/ranges.h"
+#include "genotypes/rows.h"
 #include "main/console.h"
-#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 
 #include <cmath>
 #include <vector>
 
-static FormatOptions options;       // beg and end count individuals
+static constexpr WordOption showOption
+    = {"-show", "all", "all no-stdev only-values", "all, or without the deviation, or also without the leading columns",
+       takenAsWord};
+static constexpr const Option *options[]
+    = {&dosageFileOption,       &outOption, &firstIndividualOption, &lastIndividualOption, &leadingColumnsOption,
+       &unusedNameColumnOption, &showOption};
+
+static FormatOptions chosen;        // beg and end count individuals
 static int show;                    // 0 all, 1 without the deviation, 2 without the leading columns too
 static FieldRange range;            // of the dosages
 static std::vector<double> Values;  // dosages of the line, for the deviation
 
 static void readOptions()
 {
-    options = readFormatOptions();
-    show = showOption();
-    range = chosenFields(options, 1);
+    chosen = readFormatOptions(dosageFileOption, outOption, firstIndividualOption, lastIndividualOption);
+    show = showOption.read();
+    range = chosenFields(chosen, 1);
 }
 
 // The sum of the squared differences from the mean, over all dosages of the line.
 static double sumSquares(std::string_view line, double mean)
 {
     if (line.size() <= keptLineSize)
-        return addSquares(0, Values.data(), Values.size(), mean);
+        return addSquares(0.0, Values.data(), Values.size(), mean);
     double sum = 0;
     NumberReader dosages(line, range);
     while (const size_t fields = dosages.next())
@@ -53,9 +62,12 @@ static void averageDosages(std::string_view line, text::Writer &out)
     }
 }
 
-void avgAd()
+static void avgAd()
 {
     readOptions();
     print("running avgAd()\n\n");
-    convertRows(options, show < 2, averageDosages);
+    convertRows(chosen, show < 2, averageDosages);
 }
+
+constinit const Mode avgAdMode
+    = {{"avgAD", "avgad"}, avgAd, options, "Writes the mean dosage of every marker, and its standard deviation"};

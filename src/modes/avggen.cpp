@@ -1,23 +1,32 @@
 // Average genotype probabilities per marker: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes
 // the leading columns, the three mean probabilities of the chosen individuals, their mean dosage P(AB) + 2
 // P(BB) and its standard deviation.
+#include "genotypes/deviation.h"
+#include "genotypes/ranges.h"
+#include "genotypes/rows.h"
 #include "main/console.h"
-#include "genotypes/genotypes.h"
 #include "modes/modes.h"
 
 #include <cmath>
 #include <vector>
 
-static FormatOptions options;       // beg and end count individuals
+static constexpr WordOption showOption
+    = {"-show", "all", "all no-stdev only-values",
+       "all, or without mean dosage and deviation, or also without the leading columns", takenAsWord};
+static constexpr const Option *options[]
+    = {&tripletFileOption,      &outOption, &firstIndividualOption, &lastIndividualOption, &leadingColumnsOption,
+       &unusedNameColumnOption, &showOption};
+
+static FormatOptions chosen;        // beg and end count individuals
 static int show;                    // 0 all, 1 without dosage and deviation, 2 without the leading columns too
 static FieldRange range;            // of the triplets
 static std::vector<double> Values;  // dosages of the line, for the deviation
 
 static void readOptions()
 {
-    options = readFormatOptions();
-    show = showOption();
-    range = chosenFields(options, 3);
+    chosen = readFormatOptions(tripletFileOption, outOption, firstIndividualOption, lastIndividualOption);
+    show = showOption.read();
+    range = chosenFields(chosen, 3);
 }
 
 // Reads further triplets and their dosages; returns how many. A triplet that is not complete is none.
@@ -33,7 +42,7 @@ static size_t readTriplets(NumberReader &numbers, double *dosages)
 static double sumSquares(std::string_view line, double mean)
 {
     if (line.size() <= keptLineSize)
-        return addSquares(0, Values.data(), Values.size(), mean);
+        return addSquares(0.0, Values.data(), Values.size(), mean);
     double sum = 0;
     double dosages[NumberReader::batchSize / 3];
     NumberReader numbers(line, range);
@@ -77,9 +86,12 @@ static void averageTriplets(std::string_view line, text::Writer &out)
     }
 }
 
-void avgGen()
+static void avgGen()
 {
     readOptions();
     print("running avgGen()\n\n");
-    convertRows(options, show < 2, averageTriplets);
+    convertRows(chosen, show < 2, averageTriplets);
 }
+
+constinit const Mode avgGenMode
+    = {{"avgGEN", "avggen"}, avgGen, options, "Writes the mean genotype probabilities and dosage of every marker"};

@@ -2,7 +2,6 @@
 // connected by pairs with a value of at least a threshold. A line of counts is added to the statistics file;
 // on request each family is written with the matrix of all its values.
 #include "main/console.h"
-#include "main/options.h"
 #include "modes/modes.h"
 #include "relatives/pairs.h"
 #include "text/lines.h"
@@ -11,6 +10,16 @@
 
 #include <algorithm>
 
+static constexpr OutputOption outOption
+    = {"-out", "input name", "families; a line of statistics is added to it + .stats"};
+static constexpr RealOption thresholdOption = {"-threshold", 0.1, "least value that joins two individuals"};
+static constexpr IntegerOption familySizeOption
+    = {"-familysize", 2, "least number of individuals of a reported family, 2 or more"};
+static constexpr SwitchOption showMatrixOption = {"-showmatrix", "yes: write the families with their values"};
+static constexpr SwitchOption headerOption = {"-header", "yes: the first line is no pair", "yes Yes no"};
+static constexpr const Option *options[] = {&pairFileOption,   &outOption,        &pairDelimOption, &thresholdOption,
+                                            &familySizeOption, &showMatrixOption, &headerOption};
+
 static std::string filename;
 static std::string Outname;
 static std::string statsname;
@@ -18,7 +27,7 @@ static char delim;
 static double thold;  // least value that joins two individuals
 static int fsize;     // least number of individuals of a family that is reported
 static bool showMatrix;
-static bool header;
+static bool hasHeader;
 
 // A pair that joins: the smaller identifier first.
 struct Joined {
@@ -46,15 +55,14 @@ static std::vector<Listed> listed;  // for the matrix only
 
 static void readOptions()
 {
-    filename = requiredOption("-file");
-    Outname = announcedOutOption(filename);
+    filename = pairFileOption.require();
+    Outname = outOption.readAnnounced(filename);
     statsname = Outname + ".stats";
-    delim = pairDelimiter(textOption("-delim", "tab"));
-    thold = realOption("-threshold", 0.1);
-    fsize = std::max(integerOption("-familysize", 2), 2);
-    showMatrix = textOption("-showmatrix", "no") == "yes";
-    const std::string first = textOption("-header", "no");
-    header = first == "yes" || first == "Yes";
+    delim = pairDelimOption.read().front();
+    thold = thresholdOption.read();
+    fsize = std::max(familySizeOption.read(), 2);
+    showMatrix = showMatrixOption.isOn();
+    hasHeader = headerOption.isOn();
 }
 
 // A set of pairs by their numbers.
@@ -75,7 +83,7 @@ public:
         if (3 * (m_size + 1) > 2 * m_slots.size())
             grow();
         Slot &slot = slotOf(pair, hash);
-        if (slot.pair.ID1 != none)
+        if (slot.pair.ID1 != noNumber)
             return false;
         slot = {hash, pair};
         ++m_size;
@@ -85,27 +93,27 @@ public:
 private:
     struct Slot {
         uint32_t hash;
-        Joined pair;  // ID1 is none in a free slot
+        Joined pair;  // ID1 is noNumber in a free slot
     };
 
     Slot &slotOf(Joined pair, uint32_t hash)
     {
         size_t i = hash & (m_slots.size() - 1);
-        while (m_slots[i].pair.ID1 != none && (m_slots[i].pair.ID1 != pair.ID1 || m_slots[i].pair.ID2 != pair.ID2))
+        while (m_slots[i].pair.ID1 != noNumber && (m_slots[i].pair.ID1 != pair.ID1 || m_slots[i].pair.ID2 != pair.ID2))
             i = (i + 1) & (m_slots.size() - 1);
         return m_slots[i];
     }
     void grow()
     {
-        std::vector<Slot> slots(2 * m_slots.size(), Slot{0, {none, none}});
+        std::vector<Slot> slots(2 * m_slots.size(), Slot{0, {noNumber, noNumber}});
         m_slots.swap(slots);
         for (const Slot &slot : slots) {
-            if (slot.pair.ID1 != none)
+            if (slot.pair.ID1 != noNumber)
                 slotOf(slot.pair, slot.hash) = slot;
         }
     }
 
-    std::vector<Slot> m_slots = std::vector<Slot>(1024, Slot{0, {none, none}});  // as in Identifiers
+    std::vector<Slot> m_slots = std::vector<Slot>(1024, Slot{0, {noNumber, noNumber}});  // as in Identifiers
     size_t m_size = 0;
 };
 
@@ -144,7 +152,7 @@ static void readPairs(text::LineReader &in)
     int64_t rowcounter = 0;
     // The matrix shows the header line as well, where it is a pair.
     std::string_view heading;
-    if (header && in.next(heading) && showMatrix && !heading.empty()) {
+    if (hasHeader && in.next(heading) && showMatrix && !heading.empty()) {
         const PairFields fields = splitPair(heading, delim);
         const uint32_t first = identifiers.number(fields.first);
         listed.push_back({first, identifiers.number(fields.second), text::readDouble(fields.value)});
@@ -213,7 +221,7 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
 {
     out.put('\t');
     writeMembers(Family, '\t', out);
-    std::vector<uint32_t> cells(Family.size(), none);  // of a row: its line in `listed`; none shows as 0
+    std::vector<uint32_t> cells(Family.size(), noNumber);  // of a row: its line in `listed`; noNumber shows as 0
     for (size_t row = 0; row < Family.size(); ++row) {
         const auto isMember = [&](uint32_t individual) {
             return position[individual] < Family.size() && Family[position[individual]] == individual;
@@ -227,12 +235,12 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
             out.put('\t');
             if (column == row) {
                 out.put('1');
-            } else if (cells[column] == none) {
+            } else if (cells[column] == noNumber) {
                 out.put('0');
             } else {
                 out.put(listed[cells[column]].value);
             }
-            cells[column] = none;
+            cells[column] = noNumber;
         }
         out.put('\n');
     }
@@ -251,17 +259,17 @@ static FamilyCounts reportFamilies(text::Writer &out)
 {
     PairLists<Relative> relativesOf(joined, identifiers.size());
     PairLists<Shown> linesOf(listed, identifiers.size());
-    std::vector<uint32_t> position(identifiers.size(), none);  // in the individual's family
+    std::vector<uint32_t> position(identifiers.size(), noNumber);  // in the individual's family
     std::vector<uint32_t> Family;
     const auto append = [&](uint32_t individual) {
-        if (position[individual] != none)
+        if (position[individual] != noNumber)
             return;
         position[individual] = uint32_t(Family.size());
         Family.push_back(individual);
     };
     FamilyCounts counts;
     for (const Joined &first : joined) {
-        if (position[first.ID1] != none)
+        if (position[first.ID1] != noNumber)
             continue;
         Family.clear();
         append(first.ID1);
@@ -305,7 +313,7 @@ static void writeSummary(const FamilyCounts &counts, text::Writer &stats)
     stats.put('\n');
 }
 
-void family()
+static void family()
 {
     readOptions();
     print("running family()\n\n");
@@ -321,3 +329,5 @@ void family()
     out.close();
     stats.close();
 }
+
+constinit const Mode familyMode = {{"family", "fam"}, family, options, "Finds families among pairs of relatives"};

@@ -24,7 +24,7 @@ static char ctext2[6];  // characters of the number at hand
 static constexpr int leadingColumns = 5;
 static constexpr int numbersPerLine = 3 * 750;
 
-void readTest1()
+static void readTest1()
 {
     refuseSameFiles({inputfile}, {"OUTPUT.txt"});
     text::Writer out;
@@ -50,7 +50,7 @@ void readTest1()
     out.close();
 }
 
-void readTest2()
+static void readTest2()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
     QFile in(inputfile);
@@ -103,7 +103,7 @@ static void checkRead(std::FILE *file)
         text::onFailure("read", inputfile);
 }
 
-// The same for a file that is read at chosen places: what has none, such as a pipe, is copied first.
+// An input that can be read at chosen places: what cannot, such as a pipe, is copied first.
 static StandardFile openToSeek()
 {
     StandardFile file = openInput();
@@ -117,7 +117,7 @@ static StandardFile openToSeek()
     return StandardFile(fdopen(copy.release(), "rb"));
 }
 
-void readTest3()
+static void readTest3()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
     text::Writer out;
@@ -154,9 +154,9 @@ void readTest3()
     out.close();
 }
 
-void readTest4()
+static void readTest4()
 {
-    constexpr size_t blockSize = 3200000;
+    constexpr size_t readBytes = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
     const StandardFile in = openToSeek();
@@ -164,7 +164,7 @@ void readTest4()
         std::fputs("File error", stderr);
         quit();
     }
-    const std::unique_ptr<char[]> block(new (std::nothrow) char[blockSize]);
+    const std::unique_ptr<char[]> block(new (std::nothrow) char[readBytes]);
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
@@ -185,7 +185,7 @@ void readTest4()
     int wordCount = 0;    // ended in this line
     for (long offset = 0; offset != size;) {
         std::fseek(in.get(), offset, SEEK_SET);
-        const size_t bytes = std::fread(block.get(), 1, blockSize, in.get());
+        const size_t bytes = std::fread(block.get(), 1, readBytes, in.get());
         if (bytes == 0)
             break;
         for (size_t i = 0; i < bytes; ++i) {
@@ -204,3 +204,11 @@ void readTest4()
     }
     checkRead(in.get());
 }
+
+constinit const Mode readTest1Mode = {{"read1"}, readTest1, {}, "Times reading FULLSET_750_165000.impute: words"};
+constinit const Mode readTest2Mode
+    = {{"read2"}, readTest2, {}, "Times reading FULLSET_750_165000.impute: lines of a text stream, split"};
+constinit const Mode readTest3Mode
+    = {{"read3"}, readTest3, {}, "Times reading FULLSET_750_165000.impute: lines, taken apart byte by byte"};
+constinit const Mode readTest4Mode
+    = {{"read4"}, readTest4, {}, "Times reading FULLSET_750_165000.impute: blocks, taken apart byte by byte"};

@@ -1,22 +1,38 @@
 // Genotype probabilities to dosages: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the leading
 // columns and one dosage P(AB) + 2 P(BB) per individual, or its hard call; on request with a summary row per
 // marker.
-#include "main/console.h"
-#include "main/options.h"
-#include "main/progress.h"
+#include "genotypes/columns.h"
+#include "genotypes/deviation.h"
 #include "genotypes/dosages.h"
-#include "genotypes/genotypes.h"
+#include "main/console.h"
+#include "main/progress.h"
 #include "modes/modes.h"
+#include "processors/wide.h"
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "processors/wide.h"
 #include "text/writer.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <vector>
 
 using Walker = text::FieldWalker<text::Separator::Blank>;
+
+static constexpr InputOption fileOption = {"-file", Use::Required, "genotype-triplet file"};
+static constexpr OutputOption outOption = {"-out", "input name", "output file"};
+static constexpr IntegerOption begOption = {"-beg", 1, "checked only: every line is converted", {Use::CheckedOnly}};
+static constexpr IntegerOption endOption
+    = {"-end", 999999999, "checked only: may not be below -beg", {Use::CheckedOnly}};
+static constexpr IntegerOption leadingColumnsOption = {"-last-bef-geno", 5, "number of leading columns"};
+static constexpr IntegerOption nameColumnOption = {"-rs-loc", 2, "column of the marker name, from 1"};
+static constexpr SwitchOption statisticsOption
+    = {"-statistics", "yes: write a summary per marker to the output name + .stats"};
+static constexpr SwitchOption hardCallOption = {"-to-hard-call", "yes: round the dosages to whole numbers"};
+static constexpr const Option *options[]
+    = {&fileOption,           &outOption,        &begOption,        &endOption,
+       &leadingColumnsOption, &nameColumnOption, &statisticsOption, &hardCallOption};
 
 static std::string filename;
 static std::string outname;
@@ -28,23 +44,23 @@ static bool hardCalls;
 
 static void readOptions()
 {
-    const auto file = option("-file");
+    const auto file = fileOption.given();
     if (!file)
         fatal("You need to specify '-pfile'.\n\n");  // on purpose: not '-file'
     filename = *file;
-    outname = textOption("-out", filename + ".out");
+    outname = outOption.read(filename);
     sumname = outname + ".stats";
     // On purpose: the range is checked, but every line is converted.
-    const int beg = std::max(integerOption("-beg", 1), 1);
-    const int end = integerOption("-end", 999999999);
+    const int beg = std::max(begOption.read(), 1);
+    const int end = endOption.read();
     if (beg > end)
         fatal("Invalid range selected: beg > end\n");
-    lastbeforegeno = std::max(integerOption("-last-bef-geno", 5), 0);
-    rsnumber = integerOption("-rs-loc", 2);
+    lastbeforegeno = std::max(leadingColumnsOption.read(), 0);
+    rsnumber = nameColumnOption.read();
     if (rsnumber < 1)
         fatal("Invalid rs number location selected\n");
-    statistics = textOption("-statistics", "no") == "yes";
-    hardCalls = textOption("-to-hard-call", "no") == "yes";
+    statistics = statisticsOption.isOn();
+    hardCalls = hardCallOption.isOn();
 }
 
 // What the summary tells of a line's dosages. Sums in single precision, in their order.
@@ -110,15 +126,14 @@ MORVEL_WIDE void DosageSummary::Figures::add(const float *values, size_t valueCo
     count += int64_t(valueCount);
 }
 
-MORVEL_WIDE static float addSquares(float sum, const float *values, size_t count, float mean)
+// The sum of the squared differences from the mean, over dosages that were kept.
+MORVEL_WIDE static float sumKeptSquares(const std::vector<float> &values, float mean)
 {
-    for (size_t i = 0; i < count; ++i)
-        sum += (values[i] - mean) * (values[i] - mean);
-    return sum;
+    return addSquares(0.0f, values.data(), values.size(), mean);
 }
 
-// The same over dosages that were not kept.
-MORVEL_WIDE static float sumSquares(std::string_view genotypes, float mean)
+// Over dosages that were not kept, and are read again.
+MORVEL_WIDE static float sumReadSquares(std::string_view genotypes, float mean)
 {
     Walker walker(genotypes);
     float sum = 0;
@@ -146,8 +161,7 @@ int64_t DosageSummary::write(std::string_view marker, std::string_view genotypes
 
     const float tripletcount = float(count);
     const float mean = sumad / tripletcount;
-    const float cumul_value1
-        = m_keepsValues ? addSquares(0, m_values.data(), m_values.size(), mean) : sumSquares(genotypes, mean);
+    const float cumul_value1 = m_keepsValues ? sumKeptSquares(m_values, mean) : sumReadSquares(genotypes, mean);
     const float standarddev = std::sqrt(cumul_value1 / tripletcount);
 
     out.put(marker);
@@ -182,7 +196,7 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
     return SUMdosePROBLEM;
 }
 
-void genoToAd()
+static void genoToAd()
 {
     readOptions();
     print("running genToAd()\n");
@@ -212,3 +226,6 @@ void genoToAd()
     summary.close();
     print("dose problems: %lld\n", static_cast<long long>(SUMdosePROBLEM));
 }
+
+constinit const Mode genoToAdMode
+    = {{"gentoAD", "gentoad"}, genoToAd, options, "Turns genotype probabilities into dosages or hard calls"};

@@ -1,32 +1,42 @@
 // Genotype probabilities to letters: a line of leading columns and triplets P(AA) P(AB) P(BB) becomes the
 // leading columns and, for every chosen individual, the most probable genotype in the marker's own letters,
 // such as AG.
+#include "genotypes/columns.h"
+#include "genotypes/ranges.h"
+#include "genotypes/rows.h"
 #include "main/console.h"
-#include "main/options.h"
-#include "genotypes/genotypes.h"
 #include "modes/modes.h"
-#include "text/delimiters.h"
-#include "text/readnumber.h"
 #include "processors/wide.h"
+#include "text/readnumber.h"
 
 #include <algorithm>
 
-static FormatOptions options;  // beg and end count individuals
-static FieldRange range;       // of the triplets
-static int64_t gen1loc;        // 1-based columns of the letters
+static constexpr IntegerOption firstLetterOption = {"-gen1-loc", 4, "column of the first letter, from 1", takenAsWord};
+static constexpr IntegerOption secondLetterOption
+    = {"-gen2-loc", 5, "column of the second letter, from 1", takenAsWord};
+static constexpr SwitchOption flipOption = {"-flip", "yes: letters of the opposite strand", "yes no", takenAsWord};
+static constexpr DelimiterOption genodelimOption
+    = {"-genodelim", "none", "none tab space comma semicolon colon", "", "between the two letters"};
+static constexpr const Option *options[] = {
+    &tripletFileOption,      &outOption,         &firstIndividualOption, &lastIndividualOption, &leadingColumnsOption,
+    &unusedNameColumnOption, &firstLetterOption, &secondLetterOption,    &flipOption,           &genodelimOption};
+
+static FormatOptions chosen;  // beg and end count individuals
+static FieldRange range;      // of the triplets
+static int64_t gen1loc;       // 1-based columns of the letters
 static int64_t gen2loc;
 static bool flip;          // to the opposite strand
 static std::string Delim;  // between the letters of a genotype
 
 static void readOptions()
 {
-    options = readFormatOptions();
-    range = chosenFields(options, 3);
-    gen1loc = numberOption("-gen1-loc", 4);
-    gen2loc = numberOption("-gen2-loc", 5);
-    flip = wordOption("-flip") == "yes";
+    chosen = readFormatOptions(tripletFileOption, outOption, firstIndividualOption, lastIndividualOption);
+    range = chosenFields(chosen, 3);
+    gen1loc = firstLetterOption.read();
+    gen2loc = secondLetterOption.read();
+    flip = flipOption.isOn();
     print(flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n");
-    Delim = text::delimiter(textOption("-genodelim", "none"), "");
+    Delim = genodelimOption.read();
 }
 
 // Lower case as well comes out as the upper-case complement, on purpose. Other bytes stay.
@@ -150,9 +160,12 @@ static void writeGenotypes(std::string_view line, text::Writer &out)
     }
 }
 
-void genToLetters()
+static void genToLetters()
 {
     readOptions();
     print("running genToLetters()\n\n");
-    convertRows(options, true, writeGenotypes);
+    convertRows(chosen, true, writeGenotypes);
 }
+
+constinit const Mode genToLettersMode
+    = {{"gentoletters"}, genToLetters, options, "Writes the most probable genotypes in letters"};

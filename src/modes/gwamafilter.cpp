@@ -1,14 +1,19 @@
 // Filter of a meta-analysis table: a line is kept, as it is, when its direction text ("+", "-" or "?" for
 // each study) has at most two "?", and the numbers of "+" and "-" differ.
 #include "main/console.h"
-#include "main/options.h"
 #include "main/progress.h"
 #include "modes/modes.h"
-#include "tables/columns.h"
-#include "text/delimiters.h"
-#include "text/lines.h"
 #include "processors/wide.h"
+#include "tables/columns.h"
+#include "text/lines.h"
 #include "text/writer.h"
+
+static constexpr InputOption fileOption = {"-file", Use::Required, "table"};
+static constexpr OutputOption outOption = {"-out", "input name", "kept lines"};
+static constexpr IntegerOption columnOption
+    = {"-column", std::nullopt, "column of the directions, from 1", {.use = Use::Required}};
+static constexpr const Option *options[]
+    = {&fileOption, &outOption, &tableDelimOption, &columnOption, &tableHeaderOption};
 
 static std::string filename;
 static std::string outname;
@@ -20,11 +25,11 @@ static constexpr int64_t maxMissing = 2;  // studies
 
 static void readOptions()
 {
-    filename = requiredOption("-file");
-    outname = announcedOutOption(filename);
-    Delim = text::delimiterOrLiteral(textOption("-delim", "tab"));
-    column = columnOption("-column", "column");
-    hasHeader = textOption("-header", "no") == "yes";
+    filename = fileOption.require();
+    outname = outOption.readAnnounced(filename);
+    Delim = tableDelimOption.read();
+    column = readColumn(columnOption);
+    hasHeader = tableHeaderOption.isOn();
 }
 
 // True for a direction text, part of a LineReader's line, that keeps its line. An empty one has no "+" more
@@ -58,7 +63,7 @@ MORVEL_WIDE static void filterLines(text::LineReader &in, text::Writer &out)
     }
 }
 
-void gwamaFilter()
+static void gwamaFilter()
 {
     readOptions();
     print("running gwamaFilter()\n\n");
@@ -75,3 +80,6 @@ void gwamaFilter()
     filterLines(in, out);
     out.close();
 }
+
+constinit const Mode gwamaFilterMode
+    = {{"gwamafilter"}, gwamaFilter, options, "Filters meta-analysis results by the directions of effect"};

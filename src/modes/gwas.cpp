@@ -1,11 +1,22 @@
 // Association scan: for every phenotype the individuals are cut into bins by their value, and every marker's mean
 // dosages of the bins are regressed over the bins. A row per hit, and a row of statistics per phenotype.
+#include "genotypes/markers.h"
 #include "main/progress.h"
 #include "main/settings.h"
-#include "scans/bins.h"
-#include "scans/binscan.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
+#include "scans/binscan.h"
+#include "scans/hits.h"
+#include "scans/options.h"
+#include "scans/phenotype.h"
+
+static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "dosage file"};
+static constexpr const Option *options[] = {
+    &phenotypeFileOption,      &genotypeFileOption,  &methodOption,      &binTypeOption,
+    &manualBinsOption,         &automaticBinsOption, &hitFileOption,     &missingOption,
+    &phenotypeDelimiterOption, &binSlopeOption,      &unusedLimitOption, &statisticOption,
+    &statisticLimitOption,     &binFileOption,       &binPlacesOption,
+};
 
 // The mean dosage of every bin; 0 for an empty bin, which takes part in the regression all the same, on purpose.
 MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vector<double> &dosages,
@@ -20,23 +31,23 @@ MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vec
 }
 
 // One pass over the dosage file for one phenotype.
-static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, size_t columns,
-                           BinScanFiles &files, Progress &progress)
+static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, const Decision &decision,
+                           size_t columns, BinScanFiles &files, Progress &progress)
 {
     const std::vector<double> x = binPositions(bins);
     std::vector<double> y(bins.size()), dosages(columns - leadingColumns);
     Summary summary;
     std::string_view line, marker;
-    while (files.genotypes.nextNonEmpty(line)) {
-        if (readMarker(line, marker, dosages) != columns)
+    while (nextMarkerLine(files.genotypes, line)) {
+        if (readDosages(line, marker, dosages) != columns)
             refuseMarker();
         averageBins(bins, dosages, y);
-        const Fit fit = fitLine(x, y);
+        const Fit fit = fitLine(x, y, decision.leastSlope, decision.table);
         if (fit.absSlope > summary.absMaxSlope) {
             summary.absMaxSlope = fit.absSlope;
             summary.bestMarker = marker;
         }
-        if (isHit(fit, summary.counts))
+        if (decision.isHit(fit, summary.counts))
             writeHit(phenotype, marker, fit, files.hits);
         progress.advance(line.size());
     }
@@ -45,11 +56,11 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
 }
 
 // Scans every phenotype against every marker.
-static void universal()
+static void universal(const BinScan &scan)
 {
     BinScanFiles files("gwas", true);
     std::string_view line;
-    const size_t columns = files.genotypes.nextNonEmpty(line) ? countWords(line) : 0;
+    const size_t columns = nextMarkerLine(files.genotypes, line) ? countWords(line) : 0;
     files.genotypes.rewind();
     const size_t individuals = columns > leadingColumns ? columns - leadingColumns : 0;
     Phenotype phenotype;
@@ -62,20 +73,21 @@ static void universal()
             refusePhenotype();
         Summary summary;
         std::vector<size_t> binCounts;
-        if (!p2List.empty()) {
-            findBins();
-            const std::vector<Bin> bins = fillBins(phenotype.values);
-            summary = scanMarkers(phenotype.name, bins, columns, files, progress);
+        if (hasBins(phenotype.p2List)) {
+            const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
+            summary = scanMarkers(phenotype.name, bins, scan.decision, columns, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());
         }
         reportPhenotype(phenotype.name, PhenoID, summary, binCounts, files.statistics);
     }
-    finishBinScan();
+    files.finish();
 }
 
-void gwas()
+static void gwas()
 {
-    prepareBinScan();
-    universal();
+    universal(prepareBinScan(genotypeFileOption));
 }
+
+constinit const Mode gwasMode
+    = {{"gwas", "GWAS"}, gwas, options, "Scans every phenotype against every marker, over phenotype bins"};

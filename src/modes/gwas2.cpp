@@ -1,32 +1,47 @@
 // Association scan of gwas, with its results, for many phenotypes: these are held in memory as the members of their
 // bins, and the genotypes, dosages or triplets, are read once.
 #include "modes/gwas2.h"
-#include "main/options.h"
+#include "genotypes/dosages.h"
+#include "genotypes/columns.h"
+#include "genotypes/markers.h"
 #include "main/progress.h"
 #include "main/settings.h"
-#include "scans/bins.h"
-#include "scans/binscan.h"
-#include "scans/binsums.h"
-#include "genotypes/dosages.h"
-#include "genotypes/genotypes.h"
-#include "scans/hitstore.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
+#include "scans/binscan.h"
+#include "scans/binsums.h"
+#include "scans/hits.h"
+#include "scans/hitstore.h"
+#include "scans/options.h"
+#include "scans/phenotype.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <unistd.h>
 
+static constexpr InputOption genotypeFileOption
+    = {"-gfile", Use::Required, "dosage file, or genotype-triplet file with -format triplet"};
+static constexpr WordOption formatOption
+    = {"-format", "dosage", "dosage triplet", "what -gfile holds: dosages, or genotype triplets"};
+static constexpr const Option *options[] = {
+    &phenotypeFileOption,      &genotypeFileOption,  &methodOption,      &binTypeOption,
+    &manualBinsOption,         &automaticBinsOption, &hitFileOption,     &missingOption,
+    &phenotypeDelimiterOption, &binSlopeOption,      &unusedLimitOption, &statisticOption,
+    &statisticLimitOption,     &binFileOption,       &binPlacesOption,   &formatOption,
+};
+
 // Phenotypes are worked in chunks, whose sums stay in the second-level cache from tile to tile.
 static constexpr size_t chunkBytes = size_t(128) << 10;
-
-static int format;  // of the genotype file: 0 dosages, 1 triplets
 
 // The lines of the genotype file as dosage lines.
 class DosageLines {
 public:
-    explicit DosageLines(text::LineReader &in) : m_in(in) { m_out.openToMemory(m_text); }
+    DosageLines(text::LineReader &in, bool hasTriplets)
+        : m_in(in), m_read(hasTriplets ? &DosageLines::convertNext : &DosageLines::readNext)
+    {
+        m_out.openToMemory(m_text);
+    }
 
     // The first line, which next() gives again. Empty where there is none.
     std::string_view first()
@@ -35,7 +50,7 @@ public:
         return m_first;
     }
 
-    // The next line, which is not empty, valid until the next call. false after the last one.
+    // The next line, which holds more than white space, valid until the next call. False after the last one.
     bool next(std::string_view &line)
     {
         if (m_isAtFirst) {
@@ -43,7 +58,7 @@ public:
             m_isAtFirst = false;
             return true;
         }
-        return format == 0 ? m_in.nextNonEmpty(line) : convertNext(line);
+        return (this->*m_read)(line);
     }
 
     // To be called right after first() where rewind() will be.
@@ -55,9 +70,11 @@ public:
     }
 
 private:
+    bool readNext(std::string_view &line) { return nextMarkerLine(m_in, line); }
     bool convertNext(std::string_view &line);
 
     text::LineReader &m_in;
+    bool (DosageLines::*const m_read)(std::string_view &line);
     bool m_isCopied = false;  // m_in, from its second line on
     std::string_view m_first;
     std::string m_keptFirst;  // and slack behind it, where there will be a rewind()
@@ -80,7 +97,7 @@ bool DosageLines::convertNext(std::string_view &line)
 {
     m_text.clear();
     std::string_view triplets;
-    while (!m_text.ends_with('\n') && m_in.nextNonEmpty(triplets)) {
+    while (!m_text.ends_with('\n') && nextMarkerLine(m_in, triplets)) {
         m_text.reserve(m_text.size() + triplets.size());  // enough for most: not to hold a long line twice as it grows
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
         m_convertTriplets(triplets, m_out, nullptr);
@@ -129,7 +146,7 @@ static void readBlock(DosageLines &lines, Block &block)
     std::string_view line, name;
     while (block.markers < blockMarkers && lines.next(line)) {
         double *dosages = &block.line[block.markers % Block::lineMarkers * n];
-        if (readMarker(line, name, {dosages, n}) != leadingColumns + n) {
+        if (readDosages(line, name, {dosages, n}) != leadingColumns + n) {
             block.isBroken = true;
             break;
         }
@@ -214,8 +231,8 @@ static void addTrait(const Phenotype &phenotype, const std::vector<Bin> &bins, T
 class Decisions {
 public:
     // The hits of the table's first phenotype with values go straight to their file.
-    Decisions(Table &table, size_t hitBytes, text::Writer &hitFile)
-        : m_table(table), m_hitFile(hitFile), m_hits(table.traits.size(), hitBytes)
+    Decisions(const Decision &decision, Table &table, size_t hitBytes, text::Writer &hitFile)
+        : m_decision(decision), m_table(table), m_hitFile(hitFile), m_hits(table.traits.size(), hitBytes)
     {
         m_out.openToMemory(m_row);
     }
@@ -229,6 +246,7 @@ public:
 private:
     void addHit(size_t index, const std::string &marker, const Fit &fit);
 
+    const Decision &m_decision;
     Table &m_table;
     text::Writer &m_hitFile;
     HitStore m_hits;
@@ -236,9 +254,9 @@ private:
     text::Writer m_out;  // to m_row
     const BinKernels &m_kernels = widestOf(allBinKernels());
     // On purpose fits without R2 pass by an R2 of -1 where the limit lets them.
-    const bool m_takesAll = statistic == 0 && -1 >= stat_lim;
-    const double m_leastSlope = m_takesAll ? -std::numeric_limits<double>::infinity() : slope_lim;
-    const double m_leastR2 = leastPassingR2(testgroups);
+    const bool m_takesAll = m_decision.statistic == 0 && -1 >= m_decision.limit;
+    const double m_leastSlope = m_takesAll ? -std::numeric_limits<double>::infinity() : m_decision.leastSlope;
+    const double m_leastR2 = m_decision.leastPassingR2(testgroups);
     std::vector<double> m_y;
 };
 
@@ -273,8 +291,8 @@ void Decisions::decide(size_t index, const Block &block, double *sums)
         m_y.resize(trait.x.size());
         for (size_t k = 0; k < m_y.size(); ++k)
             m_y[k] = sums[k * blockMarkers + m];
-        const Fit fit = fitLine(trait.x, m_y);
-        if (isHit(fit, summary.counts))
+        const Fit fit = fitLine(trait.x, m_y, m_decision.leastSlope, m_decision.table);
+        if (m_decision.isHit(fit, summary.counts))
             addHit(index, block.names[m], fit);
     }
 }
@@ -307,10 +325,10 @@ static void scanMarkers(DosageLines &lines, size_t individuals, Table &table, De
 static constexpr auto findBins2 = findBins;
 
 // Scans every marker against every phenotype.
-static void universal2(const ScanMemory &memory)
+static void universal2(const BinScan &scan, bool hasTriplets, const ScanMemory &memory)
 {
     BinScanFiles files("gwas2", false);
-    DosageLines lines(files.genotypes);
+    DosageLines lines(files.genotypes, hasTriplets);
     const size_t columns = countWords(lines.first());
     const size_t individuals = columns > leadingColumns ? columns - leadingColumns : 0;
     Progress progress(Genoname, Phenoname);
@@ -320,7 +338,7 @@ static void universal2(const ScanMemory &memory)
 
     // Scans for the phenotypes of the table, writes their rows and empties it. No further scan follows the last pass.
     const auto finishPass = [&](bool isLast) {
-        Decisions decisions(table, memory.hitBytes, files.hits);
+        Decisions decisions(scan.decision, table, memory.hitBytes, files.hits);
         progress.startPass(table.lineBytes);
         if (!table.chunks.empty()) {
             if (hasScanned)
@@ -347,11 +365,10 @@ static void universal2(const ScanMemory &memory)
             refusePhenotype();
         }
         std::vector<Bin> bins;
-        if (!p2List.empty()) {
+        if (hasBins(phenotype.p2List)) {
             if (table.chunks.empty())
                 finishPass(false);
-            findBins2();
-            bins = fillBins(phenotype.values);
+            bins = fillBins(findBins2(scan.bins, phenotype.p2List), phenotype.values);
         }
         addTrait(phenotype, bins, table);
         table.lineBytes += line.size() + 1;
@@ -359,18 +376,20 @@ static void universal2(const ScanMemory &memory)
             finishPass(false);
     }
     finishPass(true);
-    finishBinScan();
+    files.finish();
 }
 
 void gwas2Within(const ScanMemory &memory)
 {
-    prepareBinScan();
-    format = textOption("-format", "dosage") == "triplet" ? 1 : 0;
-    universal2(memory);
+    const BinScan scan = prepareBinScan(genotypeFileOption);
+    universal2(scan, formatOption.read() == 1, memory);
 }
 
-void gwas2()
+static void gwas2()
 {
     const size_t physical = size_t(sysconf(_SC_PHYS_PAGES)) * size_t(sysconf(_SC_PAGESIZE));
     gwas2Within({physical / 2, size_t(256) << 20});
 }
+
+constinit const Mode gwas2Mode
+    = {{"gwas2", "GWAS2"}, gwas2, options, "Scans as gwas does, all phenotypes in one pass over the genotypes"};

@@ -1,21 +1,21 @@
 // Fast association scan: the phenotype table is held in memory and the genotype triplets are read once; for
 // every marker and phenotype the mean phenotypes of the three genotype classes are regressed on the class. A
 // row per hit, and a row of statistics per marker.
+#include "genotypes/classes.h"
+#include "genotypes/markers.h"
 #include "main/console.h"
-#include "main/options.h"
 #include "main/progress.h"
 #include "main/settings.h"
-#include "scans/classsums.h"
-#include "scans/df.h"
-#include "scans/matrix.h"
 #include "modes/modes.h"
-#include "scans/scan.h"
-#include "text/bytes.h"
-#include "text/delimiters.h"
+#include "processors/wide.h"
+#include "scans/classsums.h"
+#include "scans/decision.h"
+#include "scans/hits.h"
+#include "scans/matrix.h"
+#include "scans/options.h"
+#include "scans/phenotype.h"
 #include "text/fields.h"
 #include "text/lines.h"
-#include "text/readnumber.h"
-#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>
@@ -23,7 +23,18 @@
 #include <cmath>
 #include <limits>
 
-static constexpr int64_t leadingColumns = 5;
+static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "genotype-triplet file"};
+// On purpose: no colon here.
+static constexpr DelimiterOption delimiterOption = {
+    "-delim", "space", "tab space comma semicolon", " ",
+    "between the fields of the phenotype file; any other word is a blank. Comma and semicolon part the genotype file "
+    "too"};
+static constexpr RealOption slopeOption
+    = {"-slope", 0.1, "least absolute slope of a hit, units of the phenotype per class"};
+static constexpr const Option *options[] = {
+    &phenotypeFileOption, &genotypeFileOption, &hitFileOption,   &missingOption,
+    &delimiterOption,     &slopeOption,        &statisticOption, &statisticLimitOption,
+};
 
 // Markers are scanned in batches, a tile of the matrix for all of them before the next tile: it stays in the
 // first-level cache while its values are used, and the matrix is fetched once per batch. With tiles for the
@@ -31,16 +42,17 @@ static constexpr int64_t leadingColumns = 5;
 static constexpr size_t batchSize = 32;
 static constexpr size_t tileBytes = size_t(24) << 10;
 
-static const ScanKernels *kernels;  // set by doFastGwas
-static Matrix matrix;
-static std::vector<std::string> PhenoID;  // names of the phenotypes
-static size_t individuals;                // of the phenotype file
-static size_t tileRows;                   // individuals of a tile
+struct PhenotypeTable {
+    std::vector<std::string> PhenoID;  // names
+    Matrix matrix;
+    size_t individuals = 0;
+    int64_t columns = 0;  // fields of its lines
+};
 
 struct Marker {
     std::string RSnumber;
     size_t lineSize;
-    std::vector<uint8_t> classes;    // [individual]; classCount for none
+    std::vector<uint8_t> classes;    // [individual]
     bool hasError;                   // somebody is in no class
     double classCounts[classCount];  // individuals
     std::vector<uint64_t> members1;  // of class 1, a bit each
@@ -52,165 +64,52 @@ struct Marker {
     LaneBests bests;
 };
 
-static std::vector<Marker> markers;
-static size_t markerCount;  // in the batch
-
 static void readOptions()
 {
-    readScanOptions();
-    const std::string word = textOption("-delim", "space");
-    Delim = word == "colon" ? " " : text::delimiter(word, " ");  // on purpose: no colon here
+    readScanOptions(genotypeFileOption, slopeOption);
+    Delim = delimiterOption.read();
 }
 
-// The fields of a line; none for no line.
-static int64_t countFields(std::string_view line)
+// The file is read twice, so that the matrix has its size from the start.
+static PhenotypeTable readPhenotypes()
 {
-    text::FieldReader fields(line, Delim);
-    int64_t count = 0;
-    for (std::string_view field; fields.next(field);)
-        ++count;
-    return count;
-}
-
-// Fills the matrix and PhenoID. The file is read twice, so that the matrix has its size from the start.
-// Returns the number of fields of its lines.
-static int64_t readPhenotypes()
-{
+    PhenotypeTable table;
     text::LineReader in;
     if (!in.openToReread(Phenoname))
         quit();
-    int64_t rows = 0, columns = 0;
+    int64_t rows = 0;
     std::string_view line;
     while (in.nextNonEmpty(line)) {
         if (rows++ == 0)
-            columns = countFields(line);
+            table.columns = int64_t(text::countFields(line, Delim));
     }
-    print("Phenotype file contains %lld columns and %lld rows\n", static_cast<long long>(columns),
+    print("Phenotype file contains %lld columns and %lld rows\n", static_cast<long long>(table.columns),
           static_cast<long long>(rows));
     in.rewind();
 
-    individuals = columns > 0 ? size_t(columns - 1) : 0;
-    matrix.resize(size_t(rows), individuals);
+    table.individuals = table.columns > 0 ? size_t(table.columns - 1) : 0;
+    table.matrix.resize(size_t(rows), table.individuals);
     std::vector<double> values;
-    values.reserve(individuals);
+    values.reserve(table.individuals);
     while (in.nextNonEmpty(line)) {
         text::FieldReader fields(line, Delim);
         std::string_view field;
         fields.next(field);
-        PhenoID.emplace_back(field);
+        table.PhenoID.emplace_back(field);
         values.clear();
-        while (values.size() < individuals && fields.next(field))
+        while (values.size() < table.individuals && fields.next(field))
             values.push_back(readPhenotypeValue(field));
-        if (values.size() != individuals || fields.next(field))
+        if (values.size() != table.individuals || fields.next(field))
             fatal("Inconsistent number of columns in pheno file\n");
-        matrix.add(values);
+        table.matrix.add(values);
     }
-    matrix.finish();
-    return columns;
-}
-
-// Passes over white space and takes the word behind it; false at the end of the line.
-static bool takeWord(const char *&at, const char *end, std::string_view &word)
-{
-    while (at != end && text::isWhiteSpace(*at))
-        ++at;
-    const char *const first = at;
-    while (at != end && !text::isWhiteSpace(*at))
-        ++at;
-    word = {first, size_t(at - first)};
-    return at != first;
-}
-
-static int64_t countWords(std::string_view line)
-{
-    const char *at = line.data(), *const end = at + line.size();
-    std::string_view word;
-    int64_t words = 0;
-    while (takeWord(at, end, word))
-        ++words;
-    return words;
-}
-
-// The whole part of the dosage plus a half, in single precision; classCount where that is no class. On
-// purpose truncation makes 0 of all from above -1.
-static uint8_t classOf(float hetero, float homo)
-{
-    const float value = 2 * homo + hetero + 0.5f;
-    return value > -1 && value < float(classCount) ? uint8_t(value) : uint8_t(classCount);
-}
-
-// Reads a short number and passes over the blank behind it, which must lie before the end: thousandths, or
-// -1.
-static int takeThousandths(const char *&at, const char *end)
-{
-    uint64_t bytes;
-    std::memcpy(&bytes, at, sizeof bytes);
-    const uint64_t others = bytes ^ 0x2020202020202020;
-    const uint64_t blanks = (others - 0x0101010101010101) & ~others & 0x8080808080808080;
-    const size_t size = size_t(std::countr_zero(blanks)) / 8;
-    const char *const first = at;
-    at += size + 1;
-    return size > 0 && at <= end ? text::readThousandths(first, size) : -1;
-}
-
-// Reads the triplet of the next individual; false where the line ends before.
-static bool takeClass(const char *&at, const char *end, uint8_t &group)
-{
-    if constexpr (std::endian::native == std::endian::little) {
-        // A certain genotype such as "0 1 0 ", told by the bits in which it differs from "0 0 0 ", has its
-        // class in two of its bits. Four of five genotypes, at a quarter of the cost of reading numbers.
-        uint64_t bytes;
-        std::memcpy(&bytes, at, sizeof bytes);
-        const uint64_t bits = (bytes << 16) ^ (uint64_t(0x203020302030) << 16);
-        if ((bits & ~(uint64_t(0x000100010001) << 16)) == 0 && end - at >= 6) [[likely]] {
-            at += 6;
-            group = uint8_t((bits >> 32 & 1) + (bits >> 47 & 2));
-            return true;
-        }
-        // Short numbers with a blank behind each.
-        const char *next = at;
-        const int none = takeThousandths(next, end);
-        const int hetero = none < 0 ? -1 : takeThousandths(next, end);
-        const int homo = hetero < 0 ? -1 : takeThousandths(next, end);
-        if (homo >= 0) [[likely]] {
-            at = next;
-            group = classOf(float(hetero / 1000.0), float(homo / 1000.0));
-            return true;
-        }
-    }
-    std::string_view none, hetero, homo;
-    if (!takeWord(at, end, none) || !takeWord(at, end, hetero) || !takeWord(at, end, homo))
-        return false;
-    group = classOf(text::readFloat(hetero), text::readFloat(homo));
-    return true;
-}
-
-// Reads a marker's name and classes; false where the line does not have that many words.
-static bool readMarker(std::string_view line, int64_t words, Marker &marker)
-{
-    const char *at = line.data(), *const end = at + line.size();
-    std::string_view word;
-    for (int column = 0; column < leadingColumns; ++column) {
-        if (!takeWord(at, end, word))
-            return false;
-        if (column == 1)
-            marker.RSnumber = word;
-    }
-    if (at != end)
-        ++at;  // the blank
-    marker.lineSize = line.size();
-    marker.classes.resize(individuals);
-    for (uint8_t &group : marker.classes) {
-        if (!takeClass(at, end, group))
-            return false;
-    }
-    // Of further words only the number matters.
-    return countWords({at, size_t(end - at)}) == words - leadingColumns - 3 * int64_t(individuals);
+    table.matrix.finish();
+    return table;
 }
 
 // Puts the individuals of every tile in the order of their classes, and within a class in their own order:
 // the order of the additions.
-static void orderByClass(Marker &marker)
+static void orderByClass(Marker &marker, size_t tileRows)
 {
     const size_t n = marker.classes.size();
     marker.order.resize(n);
@@ -250,12 +149,113 @@ static void packMembers(Marker &marker)
     }
 }
 
-// The individuals with a value in every class, [class][lane], for the phenotypes of a group.
-static void countClasses(const Marker &marker, size_t group, double *counts)
+struct Best {
+    double best_statistic = -1;  // which means none
+    size_t phenotype = 0;
+};
+
+// Scans markers against every phenotype, some markers at a time.
+class FastScan {
+public:
+    // Opens the results and writes their headers; a file that cannot be opened ends the run silently.
+    FastScan(const PhenotypeTable &table, const Decision &decision);
+
+    // The place of the next marker, of which name, line size and classes are to be filled in before add().
+    Marker &next() { return m_markers[m_markerCount]; }
+    void add();
+
+    // Scans the markers that wait, and writes their rows.
+    void finishBatch();
+    void close();
+
+private:
+    size_t phenotypeCount() const { return m_table.PhenoID.size(); }
+    void fitBatch();
+    void countClasses(const Marker &marker, size_t group, double *counts) const;
+    size_t firstError(const Marker &marker) const;
+    double leastBestR2(const Marker &marker) const;
+    void keepBest(const Fit &fit, size_t phenotype, Best &best) const;
+    Best decide(const Marker &marker, HitCounts &counts);
+    void writeClassCounts(const Marker &marker, size_t phenotype);
+    void writeStatistics(const Marker &marker, const HitCounts &counts, const Best &best);
+
+    const PhenotypeTable &m_table;
+    const Matrix &m_matrix;
+    const Decision &m_decision;
+    const double m_passingR2;
+    const ScanKernels &m_kernels = widestOf(allScanKernels());
+    const size_t m_tileRows;  // individuals of a tile
+    std::vector<Marker> m_markers;
+    size_t m_markerCount = 0;  // in the batch
+    int64_t m_MarkerID = 0, m_totalHits = 0;
+    Progress m_progress;
+    text::Writer m_hits, m_statistics;
+};
+
+static size_t tileRowsOf(const Matrix &matrix)
 {
-    if (group >= matrix.firstGappyGroup()) {
-        kernels->countPresent(matrix.present(group), matrix.presentCounts(group), marker.members1.data(),
-                              marker.members2.data(), marker.members1.size(), counts);
+    const size_t rowBytes = std::min(matrix.groupCount(), blockGroups) * groupLanes * sizeof(double);
+    return tileBytes / std::max(rowBytes, groupLanes * sizeof(double));
+}
+
+static void writeStatisticsHeader(int statisticCode, text::Writer &out)
+{
+    static constexpr const char *names[] = {"R2", "t-value", "p-value"};
+    out.put("Marker\tMarkerID\tHits\tTotHits\t<0.25*slope\t<0.5*slope\t>2*slope\tAbsMaxSlope\t");
+    out.put(names[statisticCode]);
+    out.put("\tBestPheno\t");
+    writeGroupColumns(out);
+}
+
+FastScan::FastScan(const PhenotypeTable &table, const Decision &decision)
+    : m_table(table)
+    , m_matrix(table.matrix)
+    , m_decision(decision)
+    , m_passingR2(decision.leastPassingR2(int(classCount)))
+    , m_tileRows(tileRowsOf(table.matrix))
+    , m_markers(batchSize)
+    , m_progress(Genoname)
+{
+    if (!m_hits.open(Outname) || !m_statistics.open(Statsname))
+        quit();
+    writeHitHeader(m_hits);
+    writeStatisticsHeader(decision.statistic, m_statistics);
+}
+
+void FastScan::add()
+{
+    orderByClass(next(), m_tileRows);
+    packMembers(next());
+    if (++m_markerCount == batchSize)
+        finishBatch();
+}
+
+void FastScan::finishBatch()
+{
+    fitBatch();
+    for (size_t m = 0; m < m_markerCount; ++m) {
+        HitCounts counts;
+        const Best best = decide(m_markers[m], counts);
+        m_totalHits += counts.hits;
+        ++m_MarkerID;
+        writeStatistics(m_markers[m], counts, best);
+        m_progress.advance(m_markers[m].lineSize);
+    }
+    m_markerCount = 0;
+}
+
+void FastScan::close()
+{
+    m_hits.close();
+    m_statistics.close();
+}
+
+// The individuals with a value in every class, [class][lane], for the phenotypes of a group.
+void FastScan::countClasses(const Marker &marker, size_t group, double *counts) const
+{
+    if (group >= m_matrix.firstGappyGroup()) {
+        m_kernels.countPresent(m_matrix.present(group), m_matrix.presentCounts(group), marker.members1.data(),
+                               marker.members2.data(), marker.members1.size(), counts);
         return;
     }
     for (size_t k = 0; k < classCount; ++k)
@@ -263,211 +263,170 @@ static void countClasses(const Marker &marker, size_t group, double *counts)
 }
 
 // Forms slope and R2 of all phenotypes for the markers of the batch.
-static void fitBatch()
+void FastScan::fitBatch()
 {
-    const double r2Limit = statistic == 0 ? std::numeric_limits<double>::infinity() : 1;
-    for (size_t m = 0; m < markerCount; ++m) {
-        markers[m].slopes.resize(matrix.groupCount() * groupLanes);
-        markers[m].r2s.resize(matrix.groupCount() * groupLanes);
-        markers[m].bests = {};
+    const double r2Limit = m_decision.statistic == 0 ? std::numeric_limits<double>::infinity() : 1;
+    for (size_t m = 0; m < m_markerCount; ++m) {
+        m_markers[m].slopes.resize(m_matrix.groupCount() * groupLanes);
+        m_markers[m].r2s.resize(m_matrix.groupCount() * groupLanes);
+        m_markers[m].bests = {};
     }
-    for (size_t block = 0; block < matrix.blockCount(); ++block) {
-        const size_t groupCount = matrix.groupsOfBlock(block);
+    for (size_t block = 0; block < m_matrix.blockCount(); ++block) {
+        const size_t groupCount = m_matrix.groupsOfBlock(block);
         const size_t width = groupCount * groupLanes;
-        for (size_t m = 0; m < markerCount; ++m)
-            std::fill_n(markers[m].sums, classCount * width, 0.0);
-        for (size_t tile = 0; tile * tileRows < individuals; ++tile) {
-            const double *rows = matrix.block(block) + tile * tileRows * width;
-            for (size_t m = 0; m < markerCount; ++m) {
-                Marker &marker = markers[m];
-                kernels->addRows(rows, groupCount, &marker.order[tile * tileRows], marker.orderCounts[tile].data(),
-                                 marker.sums);
+        for (size_t m = 0; m < m_markerCount; ++m)
+            std::fill_n(m_markers[m].sums, classCount * width, 0.0);
+        for (size_t tile = 0; tile * m_tileRows < m_table.individuals; ++tile) {
+            const double *rows = m_matrix.block(block) + tile * m_tileRows * width;
+            for (size_t m = 0; m < m_markerCount; ++m) {
+                Marker &marker = m_markers[m];
+                m_kernels.addRows(rows, groupCount, &marker.order[tile * m_tileRows], marker.orderCounts[tile].data(),
+                                  marker.sums);
             }
         }
-        for (size_t m = 0; m < markerCount; ++m) {
-            Marker &marker = markers[m];
+        for (size_t m = 0; m < m_markerCount; ++m) {
+            Marker &marker = m_markers[m];
             for (size_t i = 0; i < groupCount; ++i) {
                 const size_t group = block * blockGroups + i;
                 double counts[classCount * groupLanes];
                 countClasses(marker, group, counts);
-                kernels->fitGroup(marker.sums + i * groupLanes, width, counts, r2Limit,
-                                  &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes], marker.bests);
+                m_kernels.fitGroup(marker.sums + i * groupLanes, width, counts, r2Limit,
+                                   &marker.slopes[group * groupLanes], &marker.r2s[group * groupLanes], marker.bests);
             }
         }
     }
 }
 
-// Pairs with an R2 below it have a worse statistic than the pair with this R2, the largest of the marker.
-static double leastBestR2(double largestR2)
-{
-    return statistic == 0 ? largestR2 : largestR2 * (1 - r2Clearance);
-}
-
 // The first phenotype with a value of somebody in no class; the number of phenotypes where there is none.
-static size_t firstError(const Marker &marker)
+size_t FastScan::firstError(const Marker &marker) const
 {
     if (!marker.hasError)
-        return PhenoID.size();
-    for (size_t j = 0; j < PhenoID.size(); ++j) {
+        return phenotypeCount();
+    for (size_t j = 0; j < phenotypeCount(); ++j) {
         for (size_t i = 0; i < marker.classes.size(); ++i) {
-            if (marker.classes[i] == classCount && matrix.isPresent(j, i))
+            if (marker.classes[i] == noClass && m_matrix.isPresent(j, i))
                 return j;
         }
     }
-    return PhenoID.size();
+    return phenotypeCount();
 }
 
-struct Best {
-    double best_statistic = -1;  // which means none
-    size_t phenotype = 0;
-};
-
-static void keepBest(const Fit &fit, size_t phenotype, Best &best)
+// Pairs with an R2 below it have a worse statistic than the pair with the marker's largest R2.
+double FastScan::leastBestR2(const Marker &marker) const
 {
-    const double value = statistic == 0 ? fit.r2 : statistic == 1 ? fit.t : fit.p;
-    const bool isBetter = statistic == 2 ? value != -1 && (best.best_statistic == -1 || value < best.best_statistic)
-                                         : value > best.best_statistic;
+    const double largestR2 = *std::max_element(marker.bests.r2, std::end(marker.bests.r2));
+    return m_decision.statistic == 0 ? largestR2 : largestR2 * (1 - r2Clearance);
+}
+
+void FastScan::keepBest(const Fit &fit, size_t phenotype, Best &best) const
+{
+    const double value = m_decision.valueOf(fit);
+    const bool isBetter = m_decision.statistic == 2
+                              ? value != -1 && (best.best_statistic == -1 || value < best.best_statistic)
+                              : value > best.best_statistic;
     if (isBetter)
         best = {value, phenotype};
 }
 
 // Writes the marker's hits and finds its best phenotype.
-static Best decide(const Marker &marker, double passingR2, HitCounts &counts, text::Writer &hitFile)
+Best FastScan::decide(const Marker &marker, HitCounts &counts)
 {
     Best best;
     const size_t end = firstError(marker);
-    const double largestR2 = *std::max_element(marker.bests.r2, std::end(marker.bests.r2));
-    const double leastR2 = std::min(passingR2, leastBestR2(largestR2));
+    const double leastR2 = std::min(m_passingR2, leastBestR2(marker));
     for (size_t j = 0; j < end; ++j) {
-        const size_t position = matrix.positionOf(j);
+        const size_t position = m_matrix.positionOf(j);
         const double r2 = marker.r2s[position];
         if (!(r2 >= leastR2))
             continue;
         const double slope = marker.slopes[position];
-        const TTest test = lookUp(r2, int(classCount));
+        const TTest test = lookUp(m_decision.table, r2, int(classCount));
         const Fit fit = {slope, std::fabs(slope), r2, test.t, test.p};
         keepBest(fit, j, best);
-        if (isHit(fit, counts))
-            writeHit(PhenoID[j], marker.RSnumber, fit, hitFile);
+        if (m_decision.isHit(fit, counts))
+            writeHit(m_table.PhenoID[j], marker.RSnumber, fit, m_hits);
     }
-    if (end < PhenoID.size())
+    if (end < phenotypeCount())
         fatal("gValue error\n");
     return best;
 }
 
 // Writes the number of individuals with a value of the phenotype in every class.
-static void writeClassCounts(const Marker &marker, size_t phenotype, text::Writer &out)
+void FastScan::writeClassCounts(const Marker &marker, size_t phenotype)
 {
     double counts[classCount * groupLanes] = {};
     size_t lane = 0;
-    if (phenotype < PhenoID.size()) {
-        const size_t position = matrix.positionOf(phenotype);
+    if (phenotype < phenotypeCount()) {
+        const size_t position = m_matrix.positionOf(phenotype);
         countClasses(marker, position / groupLanes, counts);
         lane = position % groupLanes;
     }
     for (size_t k = 0; k < classCount; ++k) {
-        out.put('\t');
-        out.put(counts[k * groupLanes + lane]);
+        m_statistics.put('\t');
+        m_statistics.put(counts[k * groupLanes + lane]);
     }
 }
 
-static void writeStatisticsHeader(text::Writer &out)
+void FastScan::writeStatistics(const Marker &marker, const HitCounts &counts, const Best &best)
 {
-    static constexpr const char *names[] = {"R2", "t-value", "p-value"};
-    out.put("Marker\tMarkerID\tHits\tTotHits\t<0.25*slope\t<0.5*slope\t>2*slope\tAbsMaxSlope\t");
-    out.put(names[statistic]);
-    out.put("\tBestPheno\t");
-    writeGroupColumns(out);
-}
-
-static void writeStatistics(const Marker &marker, int64_t MarkerID, const HitCounts &counts, int64_t totalHits,
-                            const Best &best, text::Writer &out)
-{
-    out.put(marker.RSnumber);
+    m_statistics.put(marker.RSnumber);
     for (const int64_t count :
-         {MarkerID, counts.hits, totalHits, counts.belowQuarter, counts.belowHalf, counts.twofold}) {
-        out.put('\t');
-        out.put(count);
+         {m_MarkerID, counts.hits, m_totalHits, counts.belowQuarter, counts.belowHalf, counts.twofold}) {
+        m_statistics.put('\t');
+        m_statistics.put(count);
     }
-    out.put('\t');
-    out.put(*std::max_element(marker.bests.absSlope, std::end(marker.bests.absSlope)));
-    out.put('\t');
-    out.put(best.best_statistic);
-    out.put('\t');
+    m_statistics.put('\t');
+    m_statistics.put(*std::max_element(marker.bests.absSlope, std::end(marker.bests.absSlope)));
+    m_statistics.put('\t');
+    m_statistics.put(best.best_statistic);
+    m_statistics.put('\t');
     const bool hasBest = best.best_statistic != -1;
-    out.put(hasBest ? std::string_view(PhenoID[best.phenotype]) : "NA");
-    writeClassCounts(marker, hasBest ? best.phenotype : PhenoID.size() - 1, out);
-    out.put('\n');
-}
-
-// Scans the markers of the batch, writes their rows and empties the batch.
-static void finishBatch(text::Writer &hitFile, text::Writer &statisticsFile, Progress &progress)
-{
-    static const double passingR2 = leastPassingR2(int(classCount));
-    static int64_t MarkerID = 0, totalHits = 0;
-    fitBatch();
-    for (size_t m = 0; m < markerCount; ++m) {
-        HitCounts counts;
-        const Best best = decide(markers[m], passingR2, counts, hitFile);
-        totalHits += counts.hits;
-        writeStatistics(markers[m], ++MarkerID, counts, totalHits, best, statisticsFile);
-        progress.advance(markers[m].lineSize);
-    }
-    markerCount = 0;
+    m_statistics.put(hasBest ? std::string_view(m_table.PhenoID[best.phenotype]) : "NA");
+    writeClassCounts(marker, hasBest ? best.phenotype : phenotypeCount() - 1);
+    m_statistics.put('\n');
 }
 
 // Scans every marker against every phenotype.
-static void doFastGwas()
+static void doFastGwas(const Decision &decision)
 {
     refuseSameScanFiles({});
-    const int64_t phenotypeColumns = readPhenotypes();
-    text::LineReader genotypeFile;
-    text::Writer hitFile, statisticsFile;
-    if (!genotypeFile.open(Genoname))
+    const PhenotypeTable table = readPhenotypes();
+    text::LineReader in;
+    if (!in.open(Genoname))
         quit();
-    std::string_view line;
-    bool hasLine = genotypeFile.nextNonEmpty(line);
-    const int64_t columns = hasLine ? countFields(line) : 0;
-    const int64_t words = hasLine ? countWords(line) : 0;
-    if ((columns - leadingColumns) / 3 != phenotypeColumns - 1)
+    std::string_view line, name;
+    bool hasLine = nextMarkerLine(in, line);
+    const int64_t columns = hasLine ? int64_t(text::countFields(line, Delim)) : 0;
+    if ((columns - int64_t(leadingColumns)) / 3 != table.columns - 1)
         fatal("Pheno file and geno file contain different number of individuals\n");
-    if (!hitFile.open(Outname) || !statisticsFile.open(Statsname))
-        quit();
-    writeHitHeader(hitFile);
-    writeStatisticsHeader(statisticsFile);
-
-    const size_t rowBytes = std::min(matrix.groupCount(), blockGroups) * groupLanes * sizeof(double);
-    tileRows = tileBytes / std::max(rowBytes, groupLanes * sizeof(double));
-    markers.resize(batchSize);
-    kernels = &widestOf(allScanKernels());
-    Progress progress(Genoname);
+    const ClassReader reader(Delim, hasLine ? line : "");
+    FastScan scan(table, decision);
     int64_t rows = 0;
-    for (; hasLine; hasLine = genotypeFile.nextNonEmpty(line)) {
-        Marker &marker = markers[markerCount];
-        if (!readMarker(line, words, marker)) {
-            finishBatch(hitFile, statisticsFile, progress);
-            fatal("Inconsistent number of columns in geno file\n");
+    for (; hasLine; hasLine = nextMarkerLine(in, line)) {
+        Marker &marker = scan.next();
+        marker.classes.resize(table.individuals);
+        if (!reader.read(line, name, marker.classes)) {
+            scan.finishBatch();
+            refuseMarker();
         }
-        orderByClass(marker);
-        packMembers(marker);
+        marker.RSnumber = name;
+        marker.lineSize = line.size();
+        scan.add();
         ++rows;
-        if (++markerCount == batchSize)
-            finishBatch(hitFile, statisticsFile, progress);
     }
-    finishBatch(hitFile, statisticsFile, progress);
-    hitFile.close();
-    statisticsFile.close();
+    scan.finishBatch();
+    scan.close();
 
     print("Genotype file contains %lld columns and %lld rows\n", static_cast<long long>(columns),
           static_cast<long long>(rows - 1));  // on purpose one less
     printFileNames("Top phenotypes for each SNP", "SNP");
-    p.clear();
-    t.clear();
 }
 
-void gwas3()
+static void gwas3()
 {
     readOptions();
-    df1();
-    doFastGwas();
+    doFastGwas(decisionBy(df1()));
 }
+
+constinit const Mode gwas3Mode = {
+    {"gwas3", "GWAS3"}, gwas3, options, "Scans over genotype classes, all phenotypes in one pass over the genotypes"};

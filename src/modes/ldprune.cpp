@@ -2,14 +2,12 @@
 // with the larger p-value is dropped. Kept lines go to the output as they are, dropped ones with the distance
 // that condemned them to a side file.
 #include "main/console.h"
-#include "main/options.h"
 #include "main/progress.h"
 #include "modes/modes.h"
+#include "processors/wide.h"
 #include "tables/columns.h"
-#include "text/delimiters.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>
@@ -19,6 +17,26 @@
 #include <new>
 #include <sys/mman.h>
 #include <vector>
+
+static constexpr Taking emptyIsAbsent = {.emptyIsAbsent = true};
+static constexpr Taking required = {.use = Use::Required};
+static constexpr InputOption fileOption
+    = {"-file", Use::Required, "table of one chromosome, sorted by position", emptyIsAbsent};
+static constexpr InputOption mapOption = {"-map", Use::Required, "genetic map, sorted by position", emptyIsAbsent};
+static constexpr OutputOption outOption
+    = {"-out", "input name", "kept lines; dropped ones go to it + .removed", emptyIsAbsent};
+static constexpr DelimiterOption delimOption
+    = {"-delim", "tab", fiveDelimiters, "\t", "between the fields; any other word is a tab"};
+static constexpr TextOption logOption = {"-log", "", "accepted, not used", "", {.use = Use::NotUsed}};
+static constexpr RealOption thresholdOption
+    = {"-threshold", 0, "distance in centimorgans below which neighbours are pruned; 0 prunes none"};
+static constexpr IntegerOption pcolumnOption = {"-pcolumn", std::nullopt, "column of the p-value, from 1", required};
+static constexpr IntegerOption poscolumnOption
+    = {"-poscolumn", std::nullopt, "column of the position, from 1", required};
+static constexpr SwitchOption headerOption = {"-dataheader", "yes: pass over the first line"};
+static constexpr const Option *options[]
+    = {&fileOption,      &mapOption,     &outOption,       &delimOption, &logOption,
+       &thresholdOption, &pcolumnOption, &poscolumnOption, &headerOption};
 
 static std::string filename;
 static std::string mapname;
@@ -33,15 +51,15 @@ static bool headeryes;
 static std::vector<int> MapPos;    // base pairs
 static std::vector<double> MapCm;  // centimorgans at these positions
 
-// Memory that grows by blocks and never moves, so that no data is held twice. Blocks of this size and
+// Memory that grows by blocks and never moves, so that no data is held twice. Whole blocks of this size and
 // alignment can be single pages of the processor, which saves a quarter of the time of a run.
-static constexpr size_t blockSize = size_t(2) << 20;
+static constexpr size_t hugePageSize = size_t(2) << 20;
 using Block = std::unique_ptr<char, decltype(&std::free)>;
 
 static Block makeBlock(size_t size)
 {
-    const size_t rounded = (size + blockSize - 1) / blockSize * blockSize;
-    Block block(static_cast<char *>(std::aligned_alloc(blockSize, rounded)), std::free);
+    const size_t rounded = (size + hugePageSize - 1) / hugePageSize * hugePageSize;
+    Block block(static_cast<char *>(std::aligned_alloc(hugePageSize, rounded)), std::free);
     if (!block)
         throw std::bad_alloc();
     madvise(block.get(), rounded, MADV_HUGEPAGE);  // where that cannot be, the pages are just smaller
@@ -53,14 +71,14 @@ class LineStore {
 public:
     const char *add(std::string_view line, text::LineReader &in)
     {
-        if (line.size() > blockSize) {
+        if (line.size() > hugePageSize) {
             if (auto memory = in.handOver(line)) {
                 m_handedOver.push_back(std::move(memory));
                 return m_handedOver.back().get();
             }
         }
         if (line.size() > m_left) {
-            m_left = std::max(line.size(), blockSize);
+            m_left = std::max(line.size(), hugePageSize);
             m_blocks.push_back(makeBlock(m_left));
             m_next = m_blocks.back().get();
         }
@@ -95,45 +113,44 @@ public:
     void add(const Marker &marker)
     {
         if (m_size % perBlock == 0)
-            m_blocks.push_back(makeBlock(blockSize));
+            m_blocks.push_back(makeBlock(hugePageSize));
         new (&(*this)[m_size++]) Marker(marker);
     }
     void shrink(size_t size) { m_size = size; }  // no more are added afterwards
 
 private:
-    static constexpr size_t perBlock = blockSize / sizeof(Marker);
+    static constexpr size_t perBlock = hugePageSize / sizeof(Marker);
 
     std::vector<Block> m_blocks;
     size_t m_size = 0;
 };
 
-static size_t readColumn(std::string_view name)
+static size_t readPruneColumn(const IntegerOption &option)
 {
-    const int column = integerOption(name, 0);
+    const int column = option.read();
     if (column < 1)
-        fatal("%s not specified\n", std::string(name).c_str());
+        fatal("%s not specified\n", option.name);
     return size_t(column);
 }
 
-// An empty value counts as absent. The side file is opened before the columns are looked at.
+// The side file is opened before the columns are looked at.
 static void readOptions(text::Writer &removed)
 {
-    filename = textOption("-file", "");
-    mapname = textOption("-map", "");
-    if (filename.empty() || mapname.empty())
+    const auto file = fileOption.given(), map = mapOption.given();
+    if (!file || !map)
         quit();  // silent by design
-    outname = textOption("-out", "");
-    if (outname.empty())
-        outname = filename + ".out";
+    filename = *file;
+    mapname = *map;
+    outname = outOption.read(filename);
     removedname = outname + ".removed";
     refuseSameFiles({filename, mapname}, {outname, removedname});
     if (!removed.open(removedname))
         quit();
-    Delim = text::delimiter(textOption("-delim", "tab"), "\t");
-    threshold = realOption("-threshold", 0);
-    pcolumn = readColumn("-pcolumn");
-    poscolumn = readColumn("-poscolumn");
-    headeryes = textOption("-dataheader", "no") == "yes";
+    Delim = delimOption.read();
+    threshold = thresholdOption.read();
+    pcolumn = readPruneColumn(pcolumnOption);
+    poscolumn = readPruneColumn(poscolumnOption);
+    headeryes = headerOption.isOn();
 }
 
 static void readMap(text::LineReader &map)
@@ -248,7 +265,7 @@ static bool prunePairs(Markers &markers, text::Writer &removed)
     return remove;
 }
 
-void ldPrune()
+static void ldPrune()
 {
     text::Writer removed, out;
     readOptions(removed);
@@ -271,3 +288,5 @@ void ldPrune()
     out.close();
     removed.close();
 }
+
+constinit const Mode ldPruneMode = {{"ldprune"}, ldPrune, options, "Thins association results by genetic distance"};

@@ -2,7 +2,7 @@
 // for each shift, its number, the correlation and the value that stands first.
 #include "main/console.h"
 #include "modes/modes.h"
-#include "processors/wide.h"
+#include "processors/lanes.h"
 #include "tables/columns.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
@@ -91,8 +91,8 @@ static Sums sumColumns()
 
 // Four shifts side by side, and several of these, so that the adders work while each waits for its own last
 // sum.
-typedef double Lanes __attribute__((vector_size(32), may_alias, aligned(8)));
-static constexpr size_t laneCount = sizeof(Lanes) / sizeof(double);
+using Shifts = Lanes<double, 32>::Real;
+static constexpr size_t laneCount = sizeof(Shifts) / sizeof(double);
 static constexpr size_t lanesPerBlock = 8;
 static constexpr size_t blockShifts = lanesPerBlock * laneCount;
 
@@ -111,13 +111,13 @@ static std::vector<double> unrollShifts(const std::vector<double> &y)
 // Each adds its own products in the order of the rows, whatever the width of the instructions.
 MORVEL_WIDE static void sumProducts(const double *x, size_t count, const double *partners, double *nominators)
 {
-    Lanes sums[lanesPerBlock] = {};
+    Shifts sums[lanesPerBlock] = {};
     for (size_t i = 0; i < count; ++i, --partners) {
         for (size_t n = 0; n < lanesPerBlock; ++n)
-            sums[n] += x[i] * *reinterpret_cast<const Lanes *>(partners + n * laneCount);
+            sums[n] += x[i] * *reinterpret_cast<const Shifts *>(partners + n * laneCount);
     }
     for (size_t n = 0; n < lanesPerBlock; ++n)
-        *reinterpret_cast<Lanes *>(nominators + n * laneCount) = sums[n];
+        *reinterpret_cast<Shifts *>(nominators + n * laneCount) = sums[n];
 }
 
 // The ranges of the correlations on both sides of 0, and the first shifts with the strongest ones.

@@ -2,12 +2,9 @@
 // populations, each given by as many values. Out: a report of a few lines per sample, and at the end the
 // summed proportions of every population.
 #include "main/console.h"
-#include "main/options.h"
 #include "main/progress.h"
-#include "main/settings.h"
 #include "mixture/search.h"
 #include "modes/modes.h"
-#include "text/delimiters.h"
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
@@ -15,12 +12,39 @@
 
 #include <cmath>
 
+static constexpr RealOption stepOption
+    = {"-step", 0.05, "distance between the proportions that are tried, and least relative drop"};
+static constexpr RealOption plimitOption = {"-plimit", 0, "least proportion of a hit; 0 turns this off"};
+static constexpr InputOption fileOption = {"-file", Use::Required, "samples"};
+static constexpr OutputOption outOption = {"-out", "sample file", "report"};
+static constexpr InputOption refOption = {"-ref", Use::Required, "reference populations"};
+static constexpr char yesOrYES[] = "yes YES no";
+static constexpr SwitchOption headerOption = {"-header", "yes: the first line of the samples is a header", yesOrYES};
+static constexpr SwitchOption refheaderOption
+    = {"-refheader", "yes: the first line of the populations is a header", yesOrYES};
+static constexpr TextOption missingOption
+    = {"-missing", "NA", "accepted, not used: what is no number counts as 0", "", {.use = Use::NotUsed}};
+static constexpr DelimiterOption delimOption
+    = {"-delim",
+       "tab",
+       "tab TAB space comma semicolon colon",
+       asItStands,
+       "between the fields of both files: a word, or other text of up to 19 bytes",
+       {.buffer = 20}};
+static constexpr IntegerOption refpopsOption
+    = {"-refpops", std::nullopt, "number of populations, and of values of each: 3 or more", {.use = Use::Required}};
+static constexpr SwitchOption combinatoricsOption
+    = {"-combinatorics", "yes: fit every triple of populations too", yesOrYES};
+static constexpr const Option *options[]
+    = {&stepOption,      &plimitOption,  &fileOption,  &outOption,     &refOption,          &headerOption,
+       &refheaderOption, &missingOption, &delimOption, &refpopsOption, &combinatoricsOption};
+
 static std::string filename;  // samples
 static std::string outname;
 static std::string refname;  // reference populations
-static char delimiter[20];
+static std::string delimiter;
 static bool combinatorics;  // fit every triple as well
-static bool header, refheader;
+static bool hasHeader, hasRefHeader;
 static int refpops;   // K: reference populations, and values of each
 static float plimit;  // least proportion of a hit; 0 turns the reduction off
 static float step;    // of the grid, and least relative drop that counts
@@ -31,54 +55,54 @@ static std::vector<double> cumulResults_select;  // of the exhaustive fit
 static PairGrid dropGrid;                        // of the drop scan
 static std::string dropHeader;                   // the line that shows them
 
-static bool isOn(std::string_view name)
-{
-    const std::string value = textOption(name, "");
-    return value == "yes" || value == "YES";
-}
-
 static void readOptions()
 {
-    filename = requiredOption("-file");
-    outname = textOption("-out", filename + ".out");
-    refname = requiredOption("-ref");
-    const std::string word = textOption("-delim", "tab");
-    copyBounded(delimiter, word == "TAB" ? "\t" : text::delimiter(word, word));
-    combinatorics = isOn("-combinatorics");
-    header = isOn("-header");
-    refheader = isOn("-refheader");
-    // On purpose there is no other marker, and it is never consulted.
-    Missing = textOption("-missing", "NA") == "none" ? "" : "NA";
-    refpops = integerOption("-refpops", 0);
+    filename = fileOption.require();
+    outname = outOption.read(filename);
+    refname = refOption.require();
+    delimiter = delimOption.read();
+    combinatorics = combinatoricsOption.isOn();
+    hasHeader = headerOption.isOn();
+    hasRefHeader = refheaderOption.isOn();
+    refpops = refpopsOption.read();
     if (refpops < 3)
         fatal("You have less than 3 ref populations\n");
-    plimit = float(realOption("-plimit", 0.0));
-    step = float(realOption("-step", 0.05));
+    plimit = float(plimitOption.read());
+    step = float(stepOption.read());
     if (gridStep(step) == 0)
         fatal("Incorrect step\n");
 }
 
+// A population's name and values; false where these are not as many as all lines are to have. Empty fields behind the
+// last of them are no values.
+static bool readReference(std::string_view line, size_t population)
+{
+    text::FieldReader fields(line, delimiter);
+    std::string_view field;
+    fields.next(field);
+    refIDList.emplace_back(field);
+    for (int j = 0; j < cols; ++j) {
+        if (!fields.next(field))
+            return false;
+        myTable[j][population] = text::readFloat(field);
+    }
+    while (fields.next(field)) {
+        if (!field.empty())
+            return false;
+    }
+    return true;
+}
+
 static void readReferences(text::LineReader &in)
 {
-    std::string_view line, field;
-    if (refheader)
+    std::string_view line;
+    if (hasRefHeader)
         in.next(line);
-    const size_t K = size_t(refpops);
     bool isRight = true;
-    while (isRight && in.nextNonEmpty(line)) {
-        const size_t population = refIDList.size();
-        text::FieldReader fields(line, delimiter);
-        fields.next(field);
-        refIDList.emplace_back(field);
-        isRight = population < K;
-        for (size_t j = 0; isRight && j < K; ++j) {
-            isRight = fields.next(field);
-            if (isRight)
-                myTable[j][population] = text::readFloat(field);
-        }
-        isRight = isRight && !fields.next(field);
-    }
-    if (!isRight || refIDList.size() != K)
+    int population = 0;
+    for (; isRight && in.nextNonEmpty(line); ++population)
+        isRight = population < rows && readReference(line, size_t(population));
+    if (!isRight || population != rows)
         fatal("Reference file must hold %d lines of %d values\n", refpops, refpops);
 }
 
@@ -102,6 +126,7 @@ static bool readSample(std::string_view line, std::string &name)
     std::string_view field;
     fields.next(field);
     name = field;
+    testValues.clear();
     for (int j = 0; j < refpops; ++j) {
         if (!fields.next(field))
             return false;
@@ -339,7 +364,7 @@ static void fitSamples(text::LineReader &in, text::Writer &out)
     Progress progress(filename, "", "samples");
     std::string name;
     std::string_view line;
-    if (header)
+    if (hasHeader)
         in.next(line);
     while (in.nextNonEmpty(line)) {
         if (!readSample(line, name)) {
@@ -349,7 +374,6 @@ static void fitSamples(text::LineReader &in, text::Writer &out)
         const Candidates candidates = fitNormally(name, out);
         if (combinatorics)
             fitTriples(name, candidates, out);
-        testValues.clear();
         progress.advance(line.size());
     }
 }
@@ -366,7 +390,7 @@ static void writeSums(const char *kind, const std::vector<double> &sums, text::W
     }
 }
 
-void mixFit()
+static void mixFit()
 {
     readOptions();
     print("running mixFit()\n\n");
@@ -387,3 +411,6 @@ void mixFit()
     out.close();
     releaseTable();
 }
+
+constinit const Mode mixFitMode
+    = {{"mixfit", "mf"}, mixFit, options, "Explains samples as mixtures of up to three reference populations"};

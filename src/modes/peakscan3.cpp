@@ -2,20 +2,43 @@
 // -log10 p-value, smoothed profile, peak mark and slope score, and a list of the ranges of the peaks. One
 // chromosome is held in memory at a time.
 #include "main/console.h"
-#include "main/options.h"
 #include "main/progress.h"
 #include "modes/modes.h"
+#include "processors/wide.h"
 #include "tables/columns.h"
-#include "text/delimiters.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
-#include "processors/wide.h"
 #include "text/writer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
+
+static constexpr Taking required = {.use = Use::Required}, checkedOnly = {.use = Use::CheckedOnly};
+static constexpr InputOption fileOption = {"-file", Use::Required, "table grouped by chromosome, sorted by position"};
+static constexpr OutputOption outOption = {"-out", "input name", "a row per marker; ranges go to it + .ranges"};
+static constexpr IntegerOption lcolumnOption = {"-lcolumn", std::nullopt, "column of the position, from 1", required};
+static constexpr IntegerOption pcolumnOption = {"-pcolumn", std::nullopt, "column of the p-value, from 1", required};
+static constexpr IntegerOption chrcolumnOption
+    = {"-chrcolumn", std::nullopt, "column of the chromosome label, from 1", required};
+static constexpr IntegerOption dotsOption = {"-dots", std::nullopt, "checked only: at least 1", checkedOnly};
+static constexpr RealOption gapOption = {"-gap", std::nullopt, "checked only: at least 1", checkedOnly};
+static constexpr IntegerOption windowOption = {"-window", std::nullopt, "checked only: at least 2", checkedOnly};
+static constexpr RealOption frameOption = {"-frame", std::nullopt, "checked only: at least 1", checkedOnly};
+static constexpr RealOption thresholdOption = {"-threshold", std::nullopt, "checked only: at least 0", checkedOnly};
+static constexpr RealOption peakThresholdOption
+    = {"-peak-threshold", std::nullopt, "checked only: at least 0", checkedOnly};
+static constexpr char idHelp[] = "checked only: reported where it is 0";
+static constexpr IntegerOption id1Option = {"-id1", std::nullopt, idHelp, checkedOnly};
+static constexpr IntegerOption id2Option = {"-id2", std::nullopt, idHelp, checkedOnly};
+static constexpr IntegerOption id3Option = {"-id3", std::nullopt, idHelp, checkedOnly};
+static constexpr WordOption clipOption = {"-clip", "yes", "yes no", "changes a message only"};
+static constexpr RealOption clip2Option = {"-clip2", std::nullopt, "changes a message only"};
+static constexpr const Option *options[]
+    = {&fileOption,          &outOption,  &tableDelimOption, &lcolumnOption, &pcolumnOption, &chrcolumnOption,
+       &tableHeaderOption,   &dotsOption, &gapOption,        &windowOption,  &frameOption,   &thresholdOption,
+       &peakThresholdOption, &id1Option,  &id2Option,        &id3Option,     &clipOption,    &clip2Option};
 
 static std::string filename;
 static std::string outname;
@@ -34,48 +57,57 @@ static constexpr size_t slopeWindow = 5;
 static text::Writer out_stream;   // a row per marker
 static text::Writer out_stream2;  // a row per range
 
-// Options that are validated only.
-static void checkOption(std::string_view name, double least, const char *message)
+// Ends the run where the option is given and its value is not at least so large; nan never is.
+static void checkLeast(const RealOption &option, double least, const char *message)
 {
-    const auto value = option(name);
-    if (value && !(text::readDouble(*value) >= least))
+    if (option.given() && !(option.read() >= least))
         fatal("%s\n", message);
 }
 
-static void checkIntegerOption(std::string_view name, int least, const char *message)
+static void checkLeast(const IntegerOption &option, int least, const char *message)
 {
-    if (option(name) && integerOption(name, 0) < least)
+    if (option.given() && option.read() < least)
         fatal("%s\n", message);
+}
+
+static void checkOptions()
+{
+    checkLeast(dotsOption, 1, "Incorrect dots");
+    checkLeast(gapOption, 1, "Incorrect gap");
+    checkLeast(windowOption, 2, "Windows corrected to 2");  // on purpose ends the run
+    checkLeast(frameOption, 1, "Incorrect frame");
+    checkLeast(thresholdOption, 0, "Incorrect threshold");
+    checkLeast(peakThresholdOption, 0, "Incorrect peak_threshold");
+    for (const IntegerOption *id : {&id1Option, &id2Option, &id3Option}) {
+        if (id->read() == 0)
+            print("%s not defined\n", id->name + 1);
+    }
+}
+
+static void reportClip2()
+{
+    if (!clip2Option.given()) {
+        print("Clip2 not applied\n");
+        return;
+    }
+    char text[text::maxRealSize];
+    const char *end = text::writeReal(text, clip2Option.read());
+    print("Clip2 = %.*s\n", int(end - text), text);
 }
 
 static void readOptions()
 {
-    filename = requiredOption("-file");
-    outname = announcedOutOption(filename);
+    filename = fileOption.require();
+    outname = outOption.readAnnounced(filename);
     rangesname = outname + ".ranges";
-    Delim = text::delimiterOrLiteral(textOption("-delim", "tab"));
-    lcolumn = columnOption("-lcolumn", "lcolumn");
-    pcolumn = columnOption("-pcolumn", "pcolumn");
-    chrcolumn = columnOption("-chrcolumn", "chrcolumn");
-    hasHeader = textOption("-header", "no") == "yes";
-    checkIntegerOption("-dots", 1, "Incorrect dots");
-    checkOption("-gap", 1, "Incorrect gap");
-    checkIntegerOption("-window", 2, "Windows corrected to 2");  // on purpose ends the run
-    checkOption("-frame", 1, "Incorrect frame");
-    checkOption("-threshold", 0, "Incorrect threshold");
-    checkOption("-peak-threshold", 0, "Incorrect peak_threshold");
-    for (const char *name : {"id1", "id2", "id3"}) {
-        if (integerOption("-" + std::string(name), 0) == 0)
-            print("%s not defined\n", name);
-    }
-    isClipped = textOption("-clip", "yes") != "no";
-    if (const auto value = option("-clip2")) {
-        char text[text::maxRealSize];
-        const char *end = text::writeReal(text, text::readDouble(*value));
-        print("Clip2 = %.*s\n", int(end - text), text);
-    } else {
-        print("Clip2 not applied\n");
-    }
+    Delim = tableDelimOption.read();
+    lcolumn = readColumn(lcolumnOption);
+    pcolumn = readColumn(pcolumnOption);
+    chrcolumn = readColumn(chrcolumnOption);
+    hasHeader = tableHeaderOption.isOn();
+    checkOptions();
+    isClipped = clipOption.read() == 0;
+    reportClip2();
 }
 
 // Centred moving average; 0 where the window does not fit. Each sum is formed anew, in the order of the
@@ -145,24 +177,24 @@ static void score(Chromosome &chromosome)
 static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
 {
     const auto &[L, P, S, isPeak, D] = chromosome;
-    constexpr double none = std::numeric_limits<double>::infinity();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
     std::vector<size_t> seeds;
-    // Farthest position below leastPeak since the last marker that reaches it; -none where there is no such
-    // marker.
+    // Farthest position below leastPeak since the last marker that reaches it; -infinity where there is no
+    // such marker.
     std::vector<char> reachesLeft(chromosome.size());
     bool isReachable = false;
-    double farthest = none;
+    double farthest = infinity;
     for (size_t i = 1; i < chromosome.size(); ++i) {
         reachesLeft[i] = isReachable && L[i] - farthest <= greatestGap;
         if (S[i] >= leastPeak) {
             isReachable = true;
-            farthest = none;
+            farthest = infinity;
         } else if (S[i] < leastPeak) {
             farthest = std::min(farthest, double(L[i]));
         }
     }
     isReachable = false;
-    farthest = -none;
+    farthest = -infinity;
     for (size_t i = chromosome.size(); i-- > 0;) {
         if (D[i] > leastScore) {
             if (reachesLeft[i] || (isReachable && farthest - L[i] <= greatestGap))
@@ -172,7 +204,7 @@ static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
         }
         if (S[i] >= leastPeak) {
             isReachable = true;
-            farthest = -none;
+            farthest = -infinity;
         } else if (S[i] < leastPeak) {
             farthest = std::max(farthest, double(L[i]));
         }
@@ -313,7 +345,7 @@ MORVEL_WIDE static void readLines(text::LineReader &infile)
     analyseChromosome(chromosome, CHRentryOLD);
 }
 
-void peakScan3()
+static void peakScan3()
 {
     readOptions();
     print("running peakScan3()\n\n");
@@ -328,3 +360,6 @@ void peakScan3()
     out_stream.close();
     out_stream2.close();
 }
+
+constinit const Mode peakScan3Mode
+    = {{"peakscan3"}, peakScan3, options, "Finds association peaks along the chromosomes"};

@@ -3,25 +3,30 @@
 // candidates, identifier, pairs, sum of their values, individuals left before, candidates; with tie-break 2
 // its weight.
 #include "main/console.h"
-#include "main/options.h"
 #include "modes/modes.h"
 #include "relatives/removal.h"
 
 #include <algorithm>
 
-static RemovalOptions options;
+static constexpr RealOption limitOption = {"-limit", 1, "least value of a pair that is kept, 0 or more"};
+static constexpr IntegerOption pidsizeOption
+    = {"-pidsize", 1, "go on while at least so many individuals are left in pairs, 1 or more"};
+static constexpr const Option *options[]
+    = {&pairFileOption,  &weightFileOption, &weightDefaultOption, &removedListOption, &limitOption,
+       &pairDelimOption, &tieRuleOption,    &pairHeaderOption,    &pidsizeOption};
+
+static RemovalOptions removalOptions;
 static int pidsize;  // cycles go on while at least so many individuals are in pairs
 
 static void readOptions()
 {
-    options = readRemovalOptions();
-    if (options.limit < 0)
-        options.limit = 0;
-    pidsize = std::max(integerOption("-pidsize", 1), 1);
+    removalOptions = readRemovalOptions(limitOption);
+    removalOptions.limit = std::max(removalOptions.limit, 0.0f);
+    pidsize = std::max(pidsizeOption.read(), 1);
     char text[text::maxRealSize];
-    print("limit= %.*s pidsize=%d\n", int(text::writeReal(text, options.limit) - text), text, pidsize);
-    print("Mode=%d\n", options.mode);
-    print("Pdefault=%d\n", int(options.pdefault));
+    print("limit= %.*s pidsize=%d\n", int(text::writeReal(text, removalOptions.limit) - text), text, pidsize);
+    print("Mode=%d\n", removalOptions.mode);
+    print("Pdefault=%d\n", int(removalOptions.pdefault));
 }
 
 // The pairs and the individuals that are left, each in their order.
@@ -49,7 +54,7 @@ private:
     void removePairs(uint32_t individual)
     {
         const std::vector<RelatedPair> &pairs = m_tables.pairs;
-        uint32_t passedOver = none;
+        uint32_t passedOver = noNumber;
         skipRemovedPairs();
         if (pairs[m_firstPair].ID1 == individual || pairs[m_firstPair].ID2 == individual) {
             passedOver = m_firstPair + 1;
@@ -75,7 +80,7 @@ private:
     void removeEntries()
     {
         const std::vector<RemovalTables::Entry> &P_ID = m_tables.P_ID;
-        uint32_t passedOver = none;
+        uint32_t passedOver = noNumber;
         skipRemovedEntries();
         if (m_firstEntry < P_ID.size() && m_removal.countOf(P_ID[m_firstEntry].individual) == 0) {
             removeEntry(m_firstEntry);
@@ -86,8 +91,8 @@ private:
             if (m_removal.countOf(individual) > 0)
                 continue;
             uint32_t entry = m_tables.individuals[individual].firstEntry;
-            for (; entry != none; entry = P_ID[entry].next) {
-                if (P_ID[entry].individual != none && entry != passedOver)
+            for (; entry != noNumber; entry = P_ID[entry].next) {
+                if (P_ID[entry].individual != noNumber && entry != passedOver)
                     removeEntry(entry);
             }
         }
@@ -95,13 +100,13 @@ private:
 
     void removeEntry(uint32_t entry)
     {
-        m_tables.P_ID[entry].individual = none;
+        m_tables.P_ID[entry].individual = noNumber;
         --m_entriesLeft;
     }
 
     void skipRemovedEntries()
     {
-        while (m_firstEntry < m_tables.P_ID.size() && m_tables.P_ID[m_firstEntry].individual == none)
+        while (m_firstEntry < m_tables.P_ID.size() && m_tables.P_ID[m_firstEntry].individual == noNumber)
             ++m_firstEntry;
     }
 
@@ -112,14 +117,14 @@ private:
     std::vector<uint32_t> m_touched;             // individuals that lost pairs in this cycle
 };
 
-void relout5()
+static void relout5()
 {
     readOptions();
     print("running relout5()\n");
-    refuseSameFiles({options.filename, options.pfile.value_or("")}, {options.outname});
+    refuseSameFiles({removalOptions.filename, removalOptions.pfile.value_or("")}, {removalOptions.outname});
     text::Writer out;
-    RemovalTables tables = readRemovalTables(options, "Pfile read in", out);
-    Removal removal(tables, options.mode);
+    RemovalTables tables = readRemovalTables(removalOptions, "Pfile read in", out);
+    Removal removal(tables, removalOptions.mode);
     Lists lists(tables, removal);
     long long whiletimes = 0;
     while (lists.pairsLeft() > 0 && lists.entriesLeft() >= size_t(pidsize)) {
@@ -130,3 +135,6 @@ void relout5()
     }
     out.close();
 }
+
+constinit const Mode relout5Mode
+    = {{"relout5", "RELOUT5"}, relout5, options, "Removes related individuals one by one, the one in most pairs first"};

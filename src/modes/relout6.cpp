@@ -5,13 +5,18 @@
 #include "modes/modes.h"
 #include "relatives/removal.h"
 
-static RemovalOptions options;
+static constexpr RealOption limitOption = {"-limit", 1, "least value of a pair that is kept"};
+static constexpr const Option *options[]
+    = {&pairFileOption, &weightFileOption, &weightDefaultOption, &removedListOption,
+       &limitOption,    &pairDelimOption,  &tieRuleOption,       &pairHeaderOption};
+
+static RemovalOptions removalOptions;
 
 static void readOptions()
 {
-    options = readRemovalOptions();
-    print("Mode=%d\n", options.mode);
-    print("Pdefault=%d\n", int(options.pdefault));
+    removalOptions = readRemovalOptions(limitOption);
+    print("Mode=%d\n", removalOptions.mode);
+    print("Pdefault=%d\n", int(removalOptions.pdefault));
 }
 
 // The pairs and individuals by whether they are marked as removed.
@@ -32,7 +37,7 @@ public:
         // On purpose an individual of this name is the same as a removed one, though it counts in the first
         // cycle.
         const uint32_t named = tables.identifiers.find("NA");
-        if (named != none)
+        if (named != noNumber)
             removal.dismiss(named);
     }
 
@@ -63,8 +68,8 @@ private:
     {
         m_removal.dismiss(individual);
         uint32_t entry = m_tables.individuals[individual].firstEntry;
-        for (; entry != none && m_tables.P_ID[entry].individual != none; entry = m_tables.P_ID[entry].next) {
-            m_tables.P_ID[entry].individual = none;
+        for (; entry != noNumber && m_tables.P_ID[entry].individual != noNumber; entry = m_tables.P_ID[entry].next) {
+            m_tables.P_ID[entry].individual = noNumber;
             --m_pentrynum;
         }
     }
@@ -77,14 +82,14 @@ private:
     bool m_isFirst = true;
 };
 
-void relout6()
+static void relout6()
 {
     readOptions();
     print("running relout6()\n");
-    refuseSameFiles({options.filename, options.pfile.value_or("")}, {options.outname});
+    refuseSameFiles({removalOptions.filename, removalOptions.pfile.value_or("")}, {removalOptions.outname});
     text::Writer out;
-    RemovalTables tables = readRemovalTables(options, "Pfile read", out);
-    Removal removal(tables, options.mode);
+    RemovalTables tables = readRemovalTables(removalOptions, "Pfile read", out);
+    Removal removal(tables, removalOptions.mode);
     Marks marks(tables, removal);
     long long whiletimes = 0;
     while (marks.pentrynum() > 1) {
@@ -97,3 +102,6 @@ void relout6()
     }
     out.close();
 }
+
+constinit const Mode relout6Mode
+    = {{"relout6", "RELOUT6"}, relout6, options, "Removes related individuals as relout5 does, by marking"};

@@ -28,3 +28,8 @@ const Kernels &widestOf(std::span<const Kernels> table)
     }
     return *widest;
 }
+
+// The kernels that every caller goes through: at first the widest of Kernels::all() that this processor supports, and
+// others in tests only.
+template <class Kernels>
+inline const Kernels *kernelsInUse = &widestOf(Kernels::all());

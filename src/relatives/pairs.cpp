@@ -2,23 +2,6 @@
 
 #include <iterator>
 
-char pairDelimiter(std::string_view word)
-{
-    static constexpr struct {
-        std::string_view word;
-        char byte;
-    } words[] = {
-        {"space", ' '},  {"comma", ','}, {"semicolon", ';'}, {"colon", ':'},
-        {"slash", '\\'},  // on purpose: these two are crossed over
-        {"bslash", '/'}, {"dash", '-'},  {"quote", '"'},     {"squote", '\''},
-    };
-    for (const auto &row : words) {
-        if (row.word == word)
-            return row.byte;
-    }
-    return '\t';
-}
-
 PairFields splitPair(std::string_view line, char delimiter)
 {
     PairFields fields = {};

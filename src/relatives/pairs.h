@@ -1,6 +1,7 @@
 // Tables of pairs of individuals, as read by the modes over relatedness.
 #pragma once
 
+#include "main/options.h"
 #include "tables/identifiers.h"
 #include "text/lines.h"
 
@@ -11,8 +12,10 @@
 #include <string_view>
 #include <vector>
 
-// The byte that an option word stands for; a tab for any other word.
-char pairDelimiter(std::string_view word);
+// What the modes over pairs have in common.
+inline constexpr InputOption pairFileOption = {"-file", Use::Required, "pair table"};
+inline constexpr DelimiterOption pairDelimOption
+    = {"-delim", "tab", tenDelimiters, "\t", "between the fields; slash is a backslash, bslash a slash", {}, true};
 
 // The first three fields of a pair's line: identifier, identifier, value; those that are missing are empty.
 struct PairFields {
@@ -65,7 +68,7 @@ public:
     template <class Pair>
     PairLists(const std::vector<Pair> &pairs, size_t individuals) : m_lists(individuals)
     {
-        if (pairs.size() > none / 2)
+        if (pairs.size() > noNumber / 2)
             throw std::bad_alloc();
         for (size_t j = 0; j < pairs.size(); ++j) {
             fetchAhead(pairs, j);

@@ -1,24 +1,23 @@
 #include "relatives/removal.h"
 #include "main/console.h"
-#include "main/options.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
 #include <bit>
 
-RemovalOptions readRemovalOptions()
+RemovalOptions readRemovalOptions(const RealOption &limitOption)
 {
     RemovalOptions options;
-    options.filename = requiredOption("-file");
-    options.pfile = option("-pfile");
+    options.filename = pairFileOption.require();
+    options.pfile = weightFileOption.given();
     if (!options.pfile)
         print("Flag '-pfile' not specified, so pfile not used.\n\n");
-    options.outname = textOption("-out", options.filename + ".out");
-    options.limit = text::readFloat(textOption("-limit", "1"));
-    options.mode = integerOption("-mode", 1);
-    options.header = textOption("-header", "no") == "yes";
-    options.pdefault = textOption("-pdefault", "zero") == "mean";
-    options.delim = pairDelimiter(textOption("-delim", "tab"));
+    options.outname = removedListOption.read(options.filename);
+    options.limit = float(limitOption.read());
+    options.mode = tieRuleOption.read();
+    options.hasHeader = pairHeaderOption.isOn();
+    options.pdefault = weightDefaultOption.read() == 1;
+    options.delim = pairDelimOption.read().front();
     return options;
 }
 
@@ -27,7 +26,7 @@ static void readPairs(const RemovalOptions &options, text::LineReader &in, Remov
     const float limit = options.limit;
     long long number = 1;  // of the line
     std::string_view skipped;
-    if (options.header && in.next(skipped))
+    if (options.hasHeader && in.next(skipped))
         ++number;
     PairReader reader(in, tables.identifiers, options.delim, 2);
     for (; const PairReader::Line *line = reader.next(); ++number) {
@@ -46,13 +45,13 @@ static void readPairs(const RemovalOptions &options, text::LineReader &in, Remov
 
 static void appendEntry(uint32_t individual, double weight, RemovalTables &tables)
 {
-    tables.P_ID.push_back({weight, individual, none, none});
+    tables.P_ID.push_back({weight, individual, noNumber, noNumber});
 }
 
 // Sets firstEntry and next for the entries so far.
 static void chainEntries(RemovalTables &tables)
 {
-    tables.individuals.assign(tables.identifiers.size(), {none, 0});
+    tables.individuals.assign(tables.identifiers.size(), {noNumber, 0});
     for (size_t entry = tables.P_ID.size(); entry-- > 0;) {
         uint32_t &firstEntry = tables.individuals[tables.P_ID[entry].individual].firstEntry;
         tables.P_ID[entry].next = firstEntry;
@@ -73,7 +72,7 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
         if (line->fields.count == 0)
             continue;
         const uint32_t individual = tables.identifiers.find(line->fields.first, line->hashes[0]);
-        if (individual == none)
+        if (individual == noNumber)
             continue;
         const double weight = text::readDouble(line->fields.second);
         appendEntry(individual, weight, tables);
@@ -96,7 +95,7 @@ static void enterOthers(double weight, bool isReported, RemovalTables &tables)
     char text[text::maxRealSize];
     const std::string_view weightText(text, size_t(text::writeReal(text, weight) - text));
     for (uint32_t i = 0; i < tables.identifiers.size(); ++i) {
-        if (tables.individuals[i].firstEntry != none)
+        if (tables.individuals[i].firstEntry != noNumber)
             continue;
         appendEntry(i, weight, tables);
         if (isReported)
@@ -131,7 +130,7 @@ RemovalTables readRemovalTables(const RemovalOptions &options, const char *pfile
     return tables;
 }
 
-static constexpr uint32_t blockSize = 512;  // places that the tree counts as one
+static constexpr uint32_t placesPerBlock = 512;  // that the tree counts as one
 
 Removal::Removal(RemovalTables &tables, int mode)
     : m_tables(tables)
@@ -152,14 +151,14 @@ Removal::Removal(RemovalTables &tables, int mode)
 void Removal::leaveLevel(uint32_t individual)
 {
     uint32_t number = m_tables.individuals[individual].firstEntry;
-    while (number != none) {
+    while (number != noNumber) {
         RemovalTables::Entry &entry = m_tables.P_ID[number];
-        if (entry.place == none)
+        if (entry.place == noNumber)
             return;
         m_candidates[entry.place / 64] &= ~(uint64_t(1) << entry.place % 64);
-        for (size_t at = entry.place / blockSize + 1; at < m_leftBefore.size(); at += at & -at)
+        for (size_t at = entry.place / placesPerBlock + 1; at < m_leftBefore.size(); at += at & -at)
             --m_leftBefore[at];
-        entry.place = none;
+        entry.place = noNumber;
         --m_left;
         m_waiting[m_level - 1].push_back(number);
         number = entry.next;
@@ -175,7 +174,7 @@ bool Removal::startLevel()
         const std::vector<uint32_t> heap = std::move(m_waiting[m_level]);
         for (const uint32_t entry : heap) {
             const uint32_t individual = m_tables.P_ID[entry].individual;
-            const uint32_t count = individual == none ? 0 : countOf(individual);
+            const uint32_t count = individual == noNumber ? 0 : countOf(individual);
             if (count == m_level)
                 m_order.push_back({0, 0, entry});
             else if (count > 0)
@@ -193,9 +192,9 @@ void Removal::putInOrder()
     m_left = m_order.size();
     m_next = 0;
     m_candidates.assign(m_left / 64 + 1, 0);
-    m_leftBefore.assign(m_left / blockSize + 1, 0);
+    m_leftBefore.assign(m_left / placesPerBlock + 1, 0);
     for (size_t at = 1; at < m_leftBefore.size(); ++at)
-        m_leftBefore[at] = blockSize * uint32_t(at & -at);
+        m_leftBefore[at] = placesPerBlock * uint32_t(at & -at);
     for (uint32_t place = 0; place < m_left; ++place) {
         RemovalTables::Entry &entry = m_tables.P_ID[m_order[place].entry];
         double key = 0;
@@ -241,9 +240,9 @@ double Removal::sumOfValues(uint32_t individual)
 size_t Removal::locOf(uint32_t place) const
 {
     size_t loc = 0;
-    for (uint32_t at = place / blockSize; at > 0; at -= at & -at)
+    for (uint32_t at = place / placesPerBlock; at > 0; at -= at & -at)
         loc += m_leftBefore[at];
-    uint32_t word = place / blockSize * (blockSize / 64);
+    uint32_t word = place / placesPerBlock * (placesPerBlock / 64);
     for (; word < place / 64; ++word)
         loc += size_t(std::popcount(m_candidates[word]));
     return loc + size_t(std::popcount(m_candidates[word] & ((uint64_t(1) << place % 64) - 1)));
@@ -261,22 +260,22 @@ void Removal::fetchAhead()
 {
     const auto individualAt = [this](size_t distance) {
         const size_t at = m_next + distance;
-        return at < m_order.size() ? m_tables.P_ID[m_order[at].entry].individual : none;
+        return at < m_order.size() ? m_tables.P_ID[m_order[at].entry].individual : noNumber;
     };
     if (m_next + 32 < m_order.size())
         __builtin_prefetch(&m_tables.P_ID[m_order[m_next + 32].entry]);
-    if (const uint32_t individual = individualAt(24); individual != none) {
+    if (const uint32_t individual = individualAt(24); individual != noNumber) {
         m_pairsOf.fetch(individual);
         m_tables.identifiers.fetch(individual);
         __builtin_prefetch(&m_tables.individuals[individual]);
     }
-    if (const uint32_t individual = individualAt(16); individual != none)
+    if (const uint32_t individual = individualAt(16); individual != noNumber)
         __builtin_prefetch(m_pairsOf.of(individual).data());
-    if (const uint32_t individual = individualAt(8); individual != none) {
+    if (const uint32_t individual = individualAt(8); individual != noNumber) {
         for (const PairEnd &end : firstPairsOf(individual))
             __builtin_prefetch(&m_tables.individuals[end.other]);
     }
-    if (const uint32_t individual = individualAt(4); individual != none) {
+    if (const uint32_t individual = individualAt(4); individual != noNumber) {
         for (const PairEnd &end : firstPairsOf(individual))
             __builtin_prefetch(&m_tables.P_ID[m_tables.individuals[end.other].firstEntry]);
     }

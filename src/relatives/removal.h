@@ -10,6 +10,18 @@
 #include <string>
 #include <vector>
 
+inline constexpr InputOption weightFileOption = {"-pfile", Use::Optional, "weight table: identifier and weight"};
+inline constexpr WordOption weightDefaultOption
+    = {"-pdefault", "zero", "zero mean", "weight of individuals that the weight table does not list: 0 or the mean"};
+inline constexpr OutputOption removedListOption = {"-out", "input name", "list of removed individuals"};
+inline constexpr IntegerOption tieRuleOption
+    = {"-mode",
+       1,
+       "of those in the most pairs remove 0 the first, 1 that of the largest sum, 2 of the least weight",
+       {},
+       "0 1 2"};
+inline constexpr SwitchOption pairHeaderOption = {"-header", "yes: the first line of the pair table is no pair"};
+
 struct RemovalOptions {
     std::string filename;              // pair table
     std::optional<std::string> pfile;  // weight table
@@ -18,12 +30,11 @@ struct RemovalOptions {
     float limit;  // least value of a pair that is kept
     char delim;
     int mode;  // tie-break: 0 first of the list, 1 largest sum, 2 least weight
-    bool header;
+    bool hasHeader;
 };
 
-// Reads "-file", "-pfile", "-pdefault", "-out", "-limit", "-delim", "-mode" and "-header". Ends the run where
-// there is no pair table.
-RemovalOptions readRemovalOptions();
+// Reads the options above, those of the pair table and the mode's own limit. Ends the run where no pair table is named.
+RemovalOptions readRemovalOptions(const RealOption &limitOption);
 
 struct RelatedPair {
     uint32_t ID1, ID2;
@@ -46,9 +57,9 @@ struct PairEnd {
 struct RemovalTables {
     struct Entry {
         double PValue;        // weight
-        uint32_t individual;  // none once it is removed
-        uint32_t next;        // entry of the same individual, or none
-        uint32_t place;       // among the candidates; none where it is not one of them
+        uint32_t individual;  // noNumber once it is removed
+        uint32_t next;        // entry of the same individual, or noNumber
+        uint32_t place;       // among the candidates; noNumber where it is not one of them
     };
     struct Individual {
         uint32_t firstEntry;
@@ -80,6 +91,12 @@ struct Choice {
 // all moves of an entry together cost no more than its pairs. What a candidate is chosen by cannot change
 // while it stays: its sum changes with its count only, and is formed anew at each level, over its own pairs
 // in their order.
+//
+// For example the pairs E-F, A-B, A-C, A-D. Heap 3 holds A, heap 1 the others in P_ID order: E, F, B, C, D. Level 3
+// begins with the candidate A; it is chosen, and with its pairs all counts but those of E and F fall to 0, while A
+// moves to heap 2. At level 2 A's count is not 2 but 0, so A is dropped, and there is no candidate. At level 1 B, C
+// and D are dropped likewise, and E (place 0) and F (place 1) are candidates. E is chosen where both are equal; its
+// pair takes F's last count, so F leaves for heap 0, and nobody is left to be chosen.
 //
 // Individuals are chosen in no order of memory, but in one that is known ahead within a level; so what the next
 // ones need is fetched some steps before.

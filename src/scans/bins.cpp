@@ -1,21 +1,17 @@
 #include "scans/bins.h"
 #include "main/console.h"
-#include "main/options.h"
 #include "main/settings.h"
+#include "scans/options.h"
+#include "scans/phenotype.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
 #include <cmath>
 
-std::vector<double> b1;
-std::vector<double> b2;
-std::vector<double> border1;
-std::vector<double> border2;
-std::vector<double> p2List;
-
-static void readBinFile(const std::string &name)
+static BinDefinition readBinFile(const std::string &name)
 {
+    BinDefinition bins;
     text::LineReader in;
     if (!in.open(name))
         fatal("No groupfile\n");
@@ -31,10 +27,11 @@ static void readBinFile(const std::string &name)
             fatal("Min group border bust be smaller than max group border\n");
         if (lo < 0 || lo > 1 || hi < 0 || hi > 1)
             fatal("group borders must be between 0.0 and 1.0\n");
-        b1.push_back(lo);
-        b2.push_back(hi);
+        bins.b1.push_back(lo);
+        bins.b2.push_back(hi);
     }
-    testgroups = int(b1.size());
+    testgroups = int(bins.b1.size());
+    return bins;
 }
 
 static double readInlineBorder(std::string_view field)
@@ -46,8 +43,9 @@ static double readInlineBorder(std::string_view field)
 }
 
 // Bins such as "0:0.25,0.25:0.75,0.75:1".
-static void readInlineBins(std::string_view definition)
+static BinDefinition readInlineBins(std::string_view definition)
 {
+    BinDefinition bins;
     std::vector<std::string_view> parts, fields;
     text::splitNonEmptyFields(definition, ",", parts);
     testgroups = int(parts.size());
@@ -55,14 +53,16 @@ static void readInlineBins(std::string_view definition)
         text::splitNonEmptyFields(part, ":", fields);
         if (fields.size() != 2)
             fatal("Incorrect ranges defined\n");
-        b1.push_back(readInlineBorder(fields[0]));
-        b2.push_back(readInlineBorder(fields[1]));
+        bins.b1.push_back(readInlineBorder(fields[0]));
+        bins.b2.push_back(readInlineBorder(fields[1]));
     }
+    return bins;
 }
 
 // Counts what keeps the defined bins from being increasing and apart.
-static int64_t countBinProblems()
+static int64_t countBinProblems(const BinDefinition &bins)
 {
+    const auto &[b1, b2] = bins;
     int64_t problems = 0;
     for (size_t i = 0; i < b1.size(); ++i) {
         problems += b1[i] >= b2[i];
@@ -72,31 +72,33 @@ static int64_t countBinProblems()
     return problems;
 }
 
-void readBinOptions(void (*beforeOpening)(const std::string &binFile))
+BinDefinition readBinOptions(void (*beforeOpening)(const std::string &binFile))
 {
-    method = textOption("-method", "exact") == "quick" ? 0 : 1;
-    if (option("-autobins")) {
-        testgroups = integerOption("-autobins", 3);
+    BinDefinition bins;
+    method = methodOption.read();
+    if (automaticBinsOption.given()) {
+        testgroups = automaticBinsOption.read();
         groups = 0;
-    } else if (const auto binFile = option("-binfile")) {
+    } else if (const auto binFile = binFileOption.given()) {
         groups = 1;
         beforeOpening(*binFile);
-        readBinFile(*binFile);
-    } else if (const auto definition = option("-manualbins")) {
+        bins = readBinFile(*binFile);
+    } else if (const auto definition = manualBinsOption.given()) {
         groups = 2;
-        readInlineBins(*definition);
+        bins = readInlineBins(*definition);
     }
     // On purpose only now: the definitions above are always taken as fractions.
-    bintype = textOption("-bintype", "relative") == "absolute" ? 0 : 1;
+    bintype = binTypeOption.read();
     if (groups < 0)
         groups = 0;
     // On purpose: with the quick method the order is not checked.
     if (groups > 0 && method == 1) {
-        if (const int64_t problems = countBinProblems()) {
+        if (const int64_t problems = countBinProblems(bins)) {
             fatal("\n%lld problem(s) found with bin definitions.\nBins must be sequential and non-overlapping.\n\n",
                   static_cast<long long>(problems));
         }
     }
+    return bins;
 }
 
 void reportBins()
@@ -118,8 +120,9 @@ void reportBins()
 }
 
 // Borders at fractions of the value range.
-static void findQuickBins()
+static void findQuickBins(const BinDefinition &definition, const std::vector<double> &p2List, BinBorders &borders)
 {
+    auto &[border1, border2] = borders;
     double min = 9e15, max = -9e15;
     for (const double x : p2List) {
         min = x < min ? x : min;
@@ -127,9 +130,9 @@ static void findQuickBins()
     }
     const double range = max - min;
     if (groups > 0) {
-        for (size_t i = 0; i < b1.size(); ++i) {
-            border1[i] = min + range * b1[i];
-            border2[i] = min + range * b2[i];
+        for (size_t i = 0; i < definition.b1.size(); ++i) {
+            border1[i] = min + range * definition.b1[i];
+            border2[i] = min + range * definition.b2[i];
         }
         border1.front() -= 1.0;
         border2.back() += 1.0;
@@ -142,18 +145,21 @@ static void findQuickBins()
         border1[j] = border2[j - 1] = min + double(j) * width;
 }
 
-// Borders at ranks of the sorted values.
-static void findExactBins()
+// The sorted value at a rank, truncated towards 0 and kept inside the list; a rank that is no number is 0.
+static double valueAt(const std::vector<double> &p2List, double rank)
 {
+    return p2List[rank >= double(p2List.size()) ? p2List.size() - 1 : rank > 0 ? size_t(rank) : 0];
+}
+
+// Borders at ranks of the sorted values.
+static void findExactBins(const BinDefinition &definition, const std::vector<double> &p2List, BinBorders &borders)
+{
+    auto &[border1, border2] = borders;
     const double n = double(p2List.size());
-    // The value at a rank, truncated towards 0 and kept inside the list; a rank that is no number is 0.
-    const auto valueAt = [n](double rank) {
-        return p2List[rank >= n ? p2List.size() - 1 : rank > 0 ? size_t(rank) : 0];
-    };
     if (groups > 0) {
-        for (size_t i = 0; i < b1.size(); ++i) {
-            border1[i] = valueAt(n * b1[i] - 0.5);
-            border2[i] = valueAt(n * b2[i] - 0.5);
+        for (size_t i = 0; i < definition.b1.size(); ++i) {
+            border1[i] = valueAt(p2List, n * definition.b1[i] - 0.5);
+            border2[i] = valueAt(p2List, n * definition.b2[i] - 0.5);
         }
         border1.front() -= 1.0;
         border2.back() += 1.0;
@@ -163,21 +169,53 @@ static void findExactBins()
     border1.front() = p2List.front() - 1.0;
     border2.back() = p2List.back() + 1.0;
     for (size_t j = 1; j < border1.size(); ++j)
-        border1[j] = border2[j - 1] = valueAt(double(j) * step - 0.5);
+        border1[j] = border2[j - 1] = valueAt(p2List, double(j) * step - 0.5);
 }
 
-void findBins()
+bool hasBins(const std::vector<double> &p2List)
+{
+    return !p2List.empty() || bintype == 0 || testgroups < 2 || method == 0;
+}
+
+BinBorders findBins(const BinDefinition &definition, std::vector<double> p2List)
 {
     // On purpose absolute bins end the run here as well.
     if (bintype == 0 || testgroups < 2)
         fatal("You need to choose at least 2 bins\n");
-    border1.assign(size_t(testgroups), 0.0);
-    border2.assign(size_t(testgroups), 0.0);
+    const std::vector<double> zeros(size_t(testgroups), 0.0);
+    BinBorders borders = {zeros, zeros};
     // Values that are no numbers have no rank; they stand last.
     const auto numbersEnd = std::partition(p2List.begin(), p2List.end(), [](double x) { return !std::isnan(x); });
     std::sort(p2List.begin(), numbersEnd);
     if (method == 0)
-        findQuickBins();
+        findQuickBins(definition, p2List, borders);
     else
-        findExactBins();
+        findExactBins(definition, p2List, borders);
+    return borders;
+}
+
+std::vector<Bin> fillBins(const BinBorders &borders, const std::vector<double> &values)
+{
+    const auto &[border1, border2] = borders;
+    std::vector<Bin> bins(border1.size());
+    for (size_t k = 0; k < bins.size(); ++k) {
+        double sum = 0;
+        for (size_t i = 0; i < values.size(); ++i) {
+            if (values[i] != missingValue && border1[k] < values[i] && values[i] <= border2[k]) {
+                bins[k].individuals.push_back(i);
+                sum += values[i];
+            }
+        }
+        if (!bins[k].individuals.empty())
+            bins[k].meanPhenotype = sum / double(bins[k].individuals.size());
+    }
+    return bins;
+}
+
+std::vector<double> binPositions(const std::vector<Bin> &bins)
+{
+    std::vector<double> x;
+    for (size_t k = 0; k < bins.size(); ++k)
+        x.push_back(xmethod == 1 ? bins[k].meanPhenotype : double(k + 1));
+    return x;
 }

@@ -1,57 +1,39 @@
 // What gwas and gwas2 share: everything but the order of the loops over phenotypes and markers.
 #pragma once
 
-#include "scans/scan.h"
+#include "main/options.h"
+#include "scans/bins.h"
+#include "scans/decision.h"
 #include "text/lines.h"
+#include "text/writer.h"
 
+#include <string>
 #include <vector>
 
-inline constexpr size_t leadingColumns = 5;
-inline constexpr size_t wrongColumns = size_t(-1);
+inline constexpr RealOption binSlopeOption
+    = {"-slope", 0.1, "least absolute slope of a hit, dosage per bin or per unit of the phenotype"};
+inline constexpr RealOption unusedLimitOption = {"-r2", 0.8, "read, not used", {.use = Use::NotUsed}};
 
-// The options of a scan over bins, the console lines on them, and the t table for this number of bins.
-void prepareBinScan();
+// The bins of the run, and what makes a hit.
+struct BinScan {
+    BinDefinition bins;
+    Decision decision;
+};
+
+// Reads the options of a scan over bins, and prints the console lines on them.
+BinScan prepareBinScan(const InputOption &genotypeFileOption);
 
 // The start of the scan of a mode: its message, and the four files with the headers of the two results. A file that
 // cannot be opened ends the run silently.
 struct BinScanFiles {
     BinScanFiles(const char *mode, bool rereadsGenotypes);
 
+    // The end of the scan: completes the results and names the files.
+    void finish();
+
     text::LineReader phenotypes, genotypes;
     text::Writer hits, statistics;
 };
-
-// The end of the scan: tells the files and clears the t table.
-void finishBinScan();
-
-size_t countWords(std::string_view line);
-
-struct Phenotype {
-    std::string name;
-    std::vector<double> values;  // [individual], missingValue where missing
-};
-
-// Reads a phenotype's line, the values that are not missing into p2List as well. False where there is not one value
-// per individual; further ones may only be missing.
-bool readPhenotype(std::string_view line, size_t individuals, Phenotype &phenotype);
-[[noreturn]] void refusePhenotype();
-
-// The individuals of a bin in their order, and their mean phenotype; 0 where there are none.
-struct Bin {
-    std::vector<size_t> individuals;
-    double meanPhenotype = 0;
-};
-
-// Puts the individuals into every bin whose borders hold their value: bins may overlap.
-std::vector<Bin> fillBins(const std::vector<double> &values);
-
-// The x of every bin in the regression.
-std::vector<double> binPositions(const std::vector<Bin> &bins);
-
-// Reads a marker's line: its name, the second word, and its dosages. Returns the number of words, or wrongColumns
-// as soon as there are more than leadingColumns and the dosages.
-size_t readMarker(std::string_view line, std::string_view &marker, std::span<double> dosages);
-[[noreturn]] void refuseMarker();
 
 // What a phenotype finds over the markers.
 struct Summary {
@@ -60,7 +42,7 @@ struct Summary {
     std::string bestMarker = "NA";
 };
 
-// Writes the phenotype's row of statistics and prints what there is to say about it. A phenotype without values has
-// no bins.
+// Writes the phenotype's row of statistics and prints what there is to say about it. A phenotype that has no bins for
+// want of values has no counts of them.
 void reportPhenotype(const std::string &name, int64_t PhenoID, const Summary &summary,
                      const std::vector<size_t> &binCounts, text::Writer &statisticsFile);

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-std::vector<double> p;
-std::vector<double> t;
-
 static constexpr size_t rows = 350;
 
 // clang-format off
@@ -243,43 +240,43 @@ static constexpr double t10[rows] = {
 };
 // clang-format on
 
-// A second table behind the first would never be looked at: lookUp() reads the first rows.
-static void append(const double (&critical)[rows])
+static TTable tableOf(const double (&critical)[rows])
 {
-    p.push_back(-1.0);
-    p.insert(p.end(), std::begin(pGrid), std::end(pGrid));
-    t.push_back(-1.0);
-    t.insert(t.end(), std::begin(critical), std::end(critical));
+    TTable table = {{-1.0}, {-1.0}};
+    table.p.insert(table.p.end(), std::begin(pGrid), std::end(pGrid));
+    table.t.insert(table.t.end(), std::begin(critical), std::end(critical));
+    return table;
 }
 
-void df1()
+TTable df1()
 {
-    append(t1);
+    return tableOf(t1);
 }
 
-void df2()
+TTable df2()
 {
-    append(t2);
+    return tableOf(t2);
 }
 
-void df3()
+TTable df3()
 {
-    append(t3);
+    return tableOf(t3);
 }
 
-void df5()
+TTable df5()
 {
-    append(t5);
+    return tableOf(t5);
 }
 
-void df10()
+TTable df10()
 {
-    append(t10);
+    return tableOf(t10);
 }
 
-TTest lookUp(double r2, int points)
+TTest lookUp(const TTable &table, double r2, int points)
 {
     constexpr TTest noValue = {-1.0, -1.0};
+    const std::vector<double> &p = table.p, &t = table.t;
     if (t.empty() || r2 >= 1)
         return noValue;
     const double r = std::sqrt(r2);

@@ -3,17 +3,18 @@
 
 #include <vector>
 
-// The table in force: entry 0 is a sentinel of -1, entries 1 to 350 are rows of falling p and rising t. Filled by
-// one of the loaders before a scan, cleared by the scan at its end.
-extern std::vector<double> p;
-extern std::vector<double> t;
+// Entry 0 of both lists is a sentinel of -1, entries 1 to 350 are rows of falling p and rising t. No table: both empty.
+struct TTable {
+    std::vector<double> p;
+    std::vector<double> t;
+};
 
-// Append the table for 1, 2, 3, 5 or 10 degrees of freedom.
-void df1();
-void df2();
-void df3();
-void df5();
-void df10();
+// The tables for 1, 2, 3, 5 and 10 degrees of freedom.
+TTable df1();
+TTable df2();
+TTable df3();
+TTable df5();
+TTable df10();
 
 struct TTest {
     double t;
@@ -21,5 +22,5 @@ struct TTest {
 };
 
 // t = sqrt(R2) * sqrt((points - 2) / (1 - R2)), its p interpolated linearly between the rows around it. No value
-// for R2 of 1 and more, for a t of 0 or that is no number, and while no table is loaded.
-TTest lookUp(double r2, int points);
+// for R2 of 1 and more, for a t of 0 or that is no number, and without a table.
+TTest lookUp(const TTable &table, double r2, int points);

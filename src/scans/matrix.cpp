@@ -1,5 +1,5 @@
 #include "scans/matrix.h"
-#include "scans/scan.h"
+#include "scans/phenotype.h"
 
 #include <algorithm>
 

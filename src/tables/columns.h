@@ -8,6 +8,10 @@
 #include <string>
 #include <string_view>
 
+inline constexpr DelimiterOption tableDelimOption = {
+    "-delim", "tab", tenDelimiters, asItStands, "between the fields: one of the words, or any other text as it stands"};
+inline constexpr SwitchOption tableHeaderOption = {"-header", "yes: the first line is a header"};
+
 // A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME", its name
 // without the hyphen.
 size_t readColumn(const IntegerOption &option);

@@ -10,7 +10,7 @@ uint32_t Identifiers::hashOf(std::string_view name)
     return uint32_t(std::hash<std::string_view>()(name));
 }
 
-Identifiers::Identifiers() : m_slots(1024, Slot{0, none})
+Identifiers::Identifiers() : m_slots(1024, Slot{0, noNumber})
 {
 }
 
@@ -31,7 +31,7 @@ size_t Identifiers::slotOf(std::string_view name, uint32_t hash) const
 {
     const size_t mask = m_slots.size() - 1;
     size_t i = hash & mask;
-    while (m_slots[i].number != none && (m_slots[i].hash != hash || this->name(m_slots[i].number) != name))
+    while (m_slots[i].number != noNumber && (m_slots[i].hash != hash || this->name(m_slots[i].number) != name))
         i = (i + 1) & mask;
     return i;
 }
@@ -40,22 +40,22 @@ void Identifiers::fetchName(uint32_t hash) const
 {
     const size_t mask = m_slots.size() - 1;
     size_t i = hash & mask;
-    while (m_slots[i].number != none && m_slots[i].hash != hash)
+    while (m_slots[i].number != noNumber && m_slots[i].hash != hash)
         i = (i + 1) & mask;
-    if (m_slots[i].number != none)
+    if (m_slots[i].number != noNumber)
         __builtin_prefetch(&m_names[m_slots[i].number]);
 }
 
 uint32_t Identifiers::number(std::string_view name, uint32_t hash)
 {
     size_t i = slotOf(name, hash);
-    if (m_slots[i].number != none)
+    if (m_slots[i].number != noNumber)
         return m_slots[i].number;
     if (3 * (size() + 1) > 2 * m_slots.size()) {
         grow();
         i = slotOf(name, hash);
     }
-    if (size() == none || name.size() > UINT32_MAX)
+    if (size() == noNumber || name.size() > UINT32_MAX)
         throw std::bad_alloc();
     m_slots[i] = {hash, uint32_t(size())};
     Name added = {};
@@ -81,13 +81,13 @@ uint32_t Identifiers::find(std::string_view name, uint32_t hash) const
 
 void Identifiers::grow()
 {
-    std::vector<Slot> slots(2 * m_slots.size(), Slot{0, none});
+    std::vector<Slot> slots(2 * m_slots.size(), Slot{0, noNumber});
     const size_t mask = slots.size() - 1;
     for (const Slot &slot : m_slots) {
-        if (slot.number == none)
+        if (slot.number == noNumber)
             continue;
         size_t i = slot.hash & mask;
-        while (slots[i].number != none)
+        while (slots[i].number != noNumber)
             i = (i + 1) & mask;
         slots[i] = slot;
     }

@@ -7,7 +7,7 @@
 #include <vector>
 
 // Stands for no individual, no pair, no position.
-inline constexpr uint32_t none = UINT32_MAX;
+inline constexpr uint32_t noNumber = UINT32_MAX;
 
 // Numbers texts from 0 in the order in which they first come.
 //
@@ -20,7 +20,7 @@ public:
     static uint32_t hashOf(std::string_view name);
     uint32_t number(std::string_view name, uint32_t hash);  // numbered now where it is new
     uint32_t number(std::string_view name) { return number(name, hashOf(name)); }
-    uint32_t find(std::string_view name, uint32_t hash) const;  // none where it has no number
+    uint32_t find(std::string_view name, uint32_t hash) const;  // noNumber where it has none
     uint32_t find(std::string_view name) const { return find(name, hashOf(name)); }
     std::string_view name(uint32_t number) const;
     size_t size() const { return m_names.size(); }
@@ -33,7 +33,7 @@ public:
 private:
     struct Slot {
         uint32_t hash;
-        uint32_t number;  // none in a free slot
+        uint32_t number;  // noNumber in a free slot
     };
     // Most names are short, and stand where they are looked for.
     struct Name {

@@ -24,6 +24,15 @@ bool FieldReader::next(std::string_view &field)
     return true;
 }
 
+size_t countFields(std::string_view line, std::string_view delimiter)
+{
+    FieldReader reader(line, delimiter);
+    size_t count = 0;
+    for (std::string_view field; reader.next(field);)
+        ++count;
+    return count;
+}
+
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields)
 {
     splitFields(line, delimiter, fields);

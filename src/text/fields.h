@@ -19,7 +19,10 @@ namespace text {
 // empty field at both ends.
 void splitFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
-// The same fields one after another, without a list of all: however many there are, they cost no memory.
+// How many fields splitFields() finds.
+size_t countFields(std::string_view line, std::string_view delimiter);
+
+// The fields that splitFields() finds, one after another: however many there are, they cost no memory.
 class FieldReader {
 public:
     FieldReader(std::string_view line, std::string_view delimiter) : m_rest(line), m_delimiter(delimiter) {}
@@ -33,7 +36,7 @@ private:
     bool m_isDone = false;
 };
 
-// The same without the empty fields.
+// All fields but the empty ones; `fields` is reused.
 void splitNonEmptyFields(std::string_view line, std::string_view delimiter, std::vector<std::string_view> &fields);
 
 // Words at white space, across line ends.

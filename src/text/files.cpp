@@ -25,6 +25,12 @@ static fs::path targetOf(const std::string &name)
     return error ? path.lexically_normal() : target;
 }
 
+bool exists(const std::string &name)
+{
+    struct stat file;
+    return stat(name.c_str(), &file) == 0;
+}
+
 bool isSameFile(const std::string &name1, const std::string &name2)
 {
     if (name1.empty() || name2.empty())

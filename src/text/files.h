@@ -12,6 +12,9 @@ namespace text {
 using FailureHandler = void (*)(const char *action, const std::string &name);
 extern FailureHandler onFailure;
 
+// True where the name, or the link that it is, leads to a file of any kind.
+bool exists(const std::string &name);
+
 // True when both names lead to the same regular file: by the same name, through a hard link or through
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
 bool isSameFile(const std::string &name1, const std::string &name2);

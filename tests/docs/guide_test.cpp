@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -104,8 +105,61 @@ TEST(Guide, ShowsACommandInTheSectionOfEveryMode)
         if (mode && (step.command + " ").starts_with("morvel -M " + step.section + " "))
             shown.insert(mode->run);
     }
-    for (const Mode &mode : allModes())
-        EXPECT_TRUE(!mode.run || isUnavailable(mode) || shown.contains(mode.run)) << mode.name;
+    for (const Mode *mode : allModes())
+        EXPECT_TRUE(!mode->run || mode->run == reportUnavailable || shown.contains(mode->run)) << mode->name();
+}
+
+// The parts between separators without the blanks around them.
+static std::vector<std::string> partsOf(const std::string &text, char separator)
+{
+    std::vector<std::string> parts;
+    std::istringstream in(text + separator);
+    for (std::string part; std::getline(in, part, separator);) {
+        const size_t first = part.find_first_not_of(' ');
+        parts.push_back(first == part.npos ? "" : part.substr(first, part.find_last_not_of(' ') - first + 1));
+    }
+    return parts;
+}
+
+// By mode and option, from the tables of the guide: options that stand in a row together have their defaults there in
+// the same order, or one for all. A mode "takes all options of" another where its section says so.
+static std::map<std::string, std::map<std::string, std::string>> readDefaults()
+{
+    std::map<std::string, std::map<std::string, std::string>> defaults;
+    std::ifstream guide(MORVEL_SOURCE_FOLDER "/docs/usage.md");
+    std::string line, section;
+    bool isOptions = false;
+    while (std::getline(guide, line)) {
+        const std::string takesAll = "It takes all options of ";
+        if (line.starts_with("## "))
+            section = line.substr(3);
+        if (line.starts_with(takesAll + '['))
+            defaults[section] = defaults[line.substr(takesAll.size() + 1, line.find(']') - takesAll.size() - 1)];
+        isOptions = line.starts_with("| Option | Default |") || (isOptions && line.starts_with('|'));
+        if (!isOptions || !line.starts_with("| `-"))
+            continue;
+        std::erase(line, '`');
+        const std::vector<std::string> cells = partsOf(line.substr(1), '|'), names = partsOf(cells[0], ',');
+        std::vector<std::string> values = partsOf(cells[1], ',');
+        if (values.size() != names.size())
+            values.assign(names.size(), cells[1]);
+        for (size_t i = 0; i < names.size(); ++i)
+            defaults[section][names[i]] = values[i];
+    }
+    return defaults;
+}
+
+TEST(Guide, ListsEveryOptionWithItsDefault)
+{
+    auto defaults = readDefaults();
+    for (const Mode *mode : allModes()) {
+        if (!mode->run || mode->run == reportUnavailable)
+            continue;
+        std::map<std::string, std::string> expected;
+        for (const Option *option : mode->options)
+            expected[option->name] = option->shownDefault();
+        EXPECT_EQ(defaults[mode->name()], expected) << mode->name();
+    }
 }
 
 TEST(Readme, ShowsTheHitsOfTheDemo)

@@ -61,7 +61,7 @@ TEST(Shell, CollectsPairsOfWhichTheFirstCounts)
         {"an option standing last is absent", {"-out", "o", "-file"}, "You need to specify '-pfile'.\n\n"},
         {"the first of two counts", {"-file", "a", "-file", "b"}, "running genToAd()\nInput file not found\n"},
         {"a value is also looked at as an option", {"-out", "-file", "a"},
-         "running genToAd()\nOutput file '-file' is also an input\n"},
+         "running genToAd()\nInput file not found\n"},
         {"what another mode accepts is passed over", {"-gfile", "-file", "a"},
          "running genToAd()\nInput file not found\n"},
     };

@@ -1,5 +1,4 @@
 #include "modes/gwas3_literal.h"
-#include "scans/df.h"
 #include "support/scanmodel.h"
 #include "text/readnumber.h"
 
@@ -9,20 +8,28 @@
 
 void LiteralScan::run(const std::string &phenotypes, const std::string &genotypes)
 {
-    p.clear();
-    t.clear();
-    df1();
     hits = statistics = "(no file)";
     messages.clear();
     status = scan(phenotypes, genotypes) ? 0 : 1;
-    p.clear();
-    t.clear();
+}
+
+// At the delimiter where it is a comma or a semicolon.
+Texts LiteralScan::wordsOf(const std::string &line) const
+{
+    Texts words = delimiter == "," || delimiter == ";" ? plainFields(line, delimiter) : plainWords(line);
+    for (std::string &word : words) {
+        const Texts bare = plainWords(word);
+        word = bare.size() == 1 ? bare[0] : word;
+    }
+    return words;
 }
 
 bool LiteralScan::scan(const std::string &phenotypes, const std::string &genotypes)
 {
     constexpr double missingNumber = -999.999;
-    const Texts phenotypeLines = plainLines(phenotypes), markerLines = plainLines(genotypes);
+    const Texts phenotypeLines = plainLines(phenotypes);
+    Texts markerLines = plainLines(genotypes);
+    std::erase_if(markerLines, [](const std::string &line) { return plainWords(line).empty(); });
     const int columns = phenotypeLines.empty() ? 0 : int(plainFields(phenotypeLines[0], delimiter).size());
     messages = "Phenotype file contains " + std::to_string(columns) + " columns and "
         + std::to_string(phenotypeLines.size()) + " rows\n";
@@ -52,12 +59,12 @@ bool LiteralScan::scan(const std::string &phenotypes, const std::string &genotyp
     statistics += statistic == 0 ? "R2" : statistic == 1 ? "t-value" : "p-value";
     statistics += "\tBestPheno\tgroup1\tgroup2\tgroup3\n";
 
-    PlainDecisions decisions = {statistic, statisticLimit, slopeLimit, {}, {}};
+    PlainDecisions decisions = {statistic, statisticLimit, slopeLimit, df1(), {}, {}};
     int totalHits = 0;
     std::vector<float> values(individuals);  // dosage plus a half
     for (size_t marker = 0; marker < markerLines.size(); ++marker) {
-        const Texts words = plainWords(markerLines[marker]);
-        if (words.size() != plainWords(markerLines[0]).size() || words.size() < 5 + 3 * individuals) {
+        const Texts words = wordsOf(markerLines[marker]);
+        if (words.size() != wordsOf(markerLines[0]).size() || words.size() < 5 + 3 * individuals) {
             messages += "Inconsistent number of columns in geno file\n";
             hits += decisions.hits;
             return false;
@@ -85,7 +92,7 @@ bool LiteralScan::scan(const std::string &phenotypes, const std::string &genotyp
             }
             for (size_t k = 0; k < 3; ++k)
                 means[k] = counts[k] > 0 ? means[k] / counts[k] : 0;
-            const PlainFit fit = fitPlainly({1, 2, 3}, means);
+            const PlainFit fit = fitPlainly({1, 2, 3}, means, decisions.table);
             abs_max_slope = std::max(abs_max_slope, std::fabs(fit.slope));
             const bool isBest = statistic == 2
                 ? fit.p != -1 && (best_statistic == -1 || fit.p < best_statistic)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 struct LiteralScan {
     std::string delimiter = " ";
@@ -20,5 +21,6 @@ struct LiteralScan {
     int status = 0;
 
 private:
+    std::vector<std::string> wordsOf(const std::string &line) const;
     bool scan(const std::string &phenotypes, const std::string &genotypes);
 };

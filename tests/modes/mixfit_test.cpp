@@ -43,6 +43,8 @@ TEST(MixFit, WritesTheReport)
          "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES", "-combinatorics", "Yes"},
          three + normal},
         {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"}, three + normal},
+        {"empty fields behind the values of a population", "A\t1\t0\t0\t\nB\t0\t1\t0\t\t\t\r\nC\t0\t0\t1\n",
+         "h\t.5\t.5\t0\t\n", {}, three + normal},
         {"comma, no sample", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "", {"-delim", "comma"}, none},
     };
     for (const auto &row : cases) {
@@ -70,6 +72,7 @@ TEST(MixFit, EndsWithAMessage)
         {corners, {"-refpops", "4"}, running + "Reference file must hold 4 lines of 4 values\n"},
         {corners + "D\t1\t0\t0\n", {"-refpops", "3"}, running + notThree},
         {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, running + notThree},
+        {"A\t1\t0\t0\t\t5\n" + corners.substr(corners.find('B')), {"-refpops", "3"}, running + notThree},
         {corners, {"-refpops", "2147483647"}, running},  // more memory than there is
         {corners, {"-refpops", "3"}, running + "Sample short has fewer than 3 values\n"},
     };
@@ -139,14 +142,14 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
         Problem problem(seed);
         LiteralFit &plain = problem.fit;
         const std::string expected = plain.run(problem.references, problem.samples);
-        for (const SearchKernels &kernels : allSearchKernels()) {
+        for (const SearchKernels &kernels : SearchKernels::all()) {
             if (!kernels.isSupported())
                 continue;
-            searchKernels = &kernels;
+            kernelsInUse<SearchKernels> = &kernels;
             const Folder folder;
             folder.write("r", problem.references);
             folder.write("s", problem.samples);
-            folder.runInChild(mixFit, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
+            folder.runInChild(mixFitMode, {{"-ref", "r"}, {"-file", "s"}, {"-refpops", std::to_string(plain.K)},
                                        {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
                                        {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
             const std::string report = folder.read("s.out");
@@ -154,5 +157,5 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
                                             << problem.references << problem.samples << report;
         }
     }
-    searchKernels = &widestOf(allSearchKernels());
+    kernelsInUse<SearchKernels> = &widestOf(SearchKernels::all());
 }

@@ -27,7 +27,7 @@ static std::string randomTable(RandomText &random, size_t fields)
     return random.oneIn(30) ? "short\n" + table : table;
 }
 
-static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralRun &)> &literal,
+static void compareWithLiteral(const Mode &mode, const std::function<void(LiteralRun &)> &literal,
                                const Choices &choices)
 {
     for (uint64_t seed = 1; seed <= 1000 / slowChild; ++seed) {
@@ -54,7 +54,7 @@ static void compareWithLiteral(void (*mode)(), const std::function<void(LiteralR
 
 TEST(Relatedness, AgreesWithTheLiteralProcedures)
 {
-    compareWithLiteral(family, &LiteralRun::family,
+    compareWithLiteral(familyMode, &LiteralRun::family,
                        {{"-out", {"o"}},
                         {"-threshold", {"0.3", "0", "-1", "0.5", "nan", "-inf", "x"}},
                         {"-familysize", {"3", "4", "1", "x"}},
@@ -64,8 +64,8 @@ TEST(Relatedness, AgreesWithTheLiteralProcedures)
                              {"-limit", {"0.1", "0.1", "0", "0.3", "-1", "-inf", "nan", "x"}},
                              {"-mode", {"0", "1", "2", "2", "3", "x"}},
                              {"-header", {"yes", "no"}}, {"-pidsize", {"0", "3", "5"}}};
-    compareWithLiteral(relout5, [](LiteralRun &run) { run.relout(false); }, removal);
-    compareWithLiteral(relout6, [](LiteralRun &run) { run.relout(true); }, removal);
+    compareWithLiteral(relout5Mode, [](LiteralRun &run) { run.relout(false); }, removal);
+    compareWithLiteral(relout6Mode, [](LiteralRun &run) { run.relout(true); }, removal);
 }
 
 // What the plain procedures rest upon, by hand; tables parted by blanks.

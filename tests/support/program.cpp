@@ -1,6 +1,5 @@
 #include "support/program.h"
 #include "main/console.h"
-#include "main/options.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -101,7 +100,7 @@ Result Folder::runMode(const std::string &mode, std::vector<std::string> options
     return run(options);
 }
 
-int Folder::runInChild(void (*mode)(), const std::map<std::string, std::string> &options) const
+int Folder::runInChild(const Mode &mode, const std::map<std::string, std::string> &options) const
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -111,7 +110,7 @@ int Folder::runInChild(void (*mode)(), const std::map<std::string, std::string> 
         Switches.clear();
         for (const auto &[name, value] : options)
             Switches.insert(Switches.end(), {name, value});
-        mode();
+        ::runMode(mode);
         finish(0);
     }
     int status = -1;

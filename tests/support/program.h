@@ -1,6 +1,8 @@
 // Runs the real program in an empty folder of its own.
 #pragma once
 
+#include "main/modes.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -35,9 +37,9 @@ public:
     // The same for "-M mode".
     Result runMode(const std::string &mode, std::vector<std::string> options) const;
 
-    // Runs the mode function in a child of this process, which costs a tenth of starting the program; returns the exit
+    // Runs the mode in a child of this process, which costs a tenth of starting the program; returns the exit
     // status. Messages go to the file "messages".
-    int runInChild(void (*mode)(), const std::map<std::string, std::string> &options) const;
+    int runInChild(const Mode &mode, const std::map<std::string, std::string> &options) const;
 
 private:
     std::string m_path;

@@ -62,7 +62,7 @@ std::string ScanInput::markers(std::string (ScanInput::*individual)())
         }
         text += oneIn(8) ? delimiter : "";
         text += !isTame && oneIn(100) ? oneOf({" 7", " 7 7", "\n"}) : "";
-        text += marker > 1 || oneIn(2) ? lineEnd() : "";
+        text += marker > 1 || oneIn(2) ? lineEnd() + (oneIn(30) ? " \t\n" : "") : "";
     }
     return text;
 }

@@ -1,5 +1,4 @@
 #include "support/scanmodel.h"
-#include "scans/df.h"
 #include "text/bytes.h"
 
 #include <algorithm>
@@ -45,8 +44,9 @@ std::string plainText(double value)
     return text;
 }
 
-PlainFit fitPlainly(const std::vector<double> &x, const std::vector<double> &y)
+PlainFit fitPlainly(const std::vector<double> &x, const std::vector<double> &y, const TTable &table)
 {
+    const auto &[p, t] = table;
     const double n = double(x.size());
     double sx = 0, sy = 0, sxy = 0, sxx = 0, residuals = 0, total = 0;
     for (size_t k = 0; k < x.size(); ++k) {

@@ -1,6 +1,8 @@
 // Slow and obvious versions of what the association scans share, one step after the other.
 #pragma once
 
+#include "scans/df.h"
+
 #include <string>
 #include <vector>
 
@@ -17,13 +19,13 @@ struct PlainFit {
     double slope, r2, t, p;
 };
 
-// With the t table in force.
-PlainFit fitPlainly(const std::vector<double> &x, const std::vector<double> &y);
+PlainFit fitPlainly(const std::vector<double> &x, const std::vector<double> &y, const TTable &table);
 
 // The decision on one marker and phenotype after the other.
 struct PlainDecisions {
     int statistic = 2;
     double limit = 0.05, slopeLimit = 0.1;
+    TTable table = {};
 
     void decide(const PlainFit &fit, const std::string &phenotype, const std::string &marker);
 

@@ -1,0 +1,54 @@
+#include "genotypes/markers.h"
+#include "main/console.h"
+#include "processors/wide.h"
+#include "text/fields.h"
+#include "text/readnumber.h"
+
+#include <algorithm>
+
+using Walker = text::FieldWalker<text::Separator::WhiteSpace>;
+
+size_t countWords(std::string_view line)
+{
+    size_t words = 0;
+    Walker walker(line);
+    while (const size_t fields = walker.next(Walker::batchSize)) {
+        for (size_t i = 0; i < fields; ++i)
+            words += walker.size(i) > 0;
+    }
+    return words;
+}
+
+bool hasWord(std::string_view line)
+{
+    return !std::ranges::all_of(line, text::isWhiteSpace);
+}
+
+MORVEL_WIDE size_t readDosages(std::string_view line, std::string_view &marker, std::span<double> dosages)
+{
+    Walker walker(line);
+    marker = {};
+    size_t columns = 0;
+    while (columns < leadingColumns) {
+        if (walker.next(1) == 0)
+            return columns;
+        if (walker.size(0) > 0 && ++columns == 2)
+            marker = walker.field(0);
+    }
+    size_t individual = 0;
+    while (const size_t fields = walker.next(Walker::batchSize)) {
+        for (size_t i = 0; i < fields; ++i) {
+            if (walker.size(i) == 0)
+                continue;
+            if (individual == dosages.size())
+                return wrongColumns;
+            dosages[individual++] = text::readMostlyShort(walker.field(i));
+        }
+    }
+    return columns + individual;
+}
+
+void refuseMarker()
+{
+    fatal("Inconsistent number of columns in geno file\n");
+}
