@@ -19,4 +19,7 @@ extern int groups;        // source of the bins: -9 not chosen, 0 automatic, 1 b
 extern int xmethod;       // x of a bin: 0 its number, 1 its mean phenotype
 extern double stat_lim;   // limit of the statistic
 extern double r2_lim;     // read, not used by the scans
+extern double na_value;   // dosage that means "no value"
 extern double slope_lim;  // least absolute slope of a hit, dosage per bin
+
+extern char rsnumber[500];  // name of the marker that the regression scan read last, with an end mark

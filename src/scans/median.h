@@ -29,6 +29,8 @@ public:
     // The middle one, or the mean of the middle two; NaN where there are none.
     double median() const;
 
+    static constexpr size_t mostBytes() { return binCount * sizeof(uint16_t); }  // of memory, about
+
 private:
     // Sizes in equal parts of powers of two: 1024 parts of each from 1/32 to 16, 64 of others. The first bin begins at
     // 0 and the last one has no end.

@@ -1,7 +1,6 @@
 #include "scans/regression.h"
 #include "processors/lanes.h"
 
-#include <algorithm>
 #include <cmath>
 
 // Numbers of twice the digits as sums of two doubles. The steps are those of Dekker, A floating-point technique for
@@ -120,21 +119,12 @@ static void sumUp(const Points &points, Real *totals)
     }
 }
 
-static bool areEqual(const std::vector<double> &values)
-{
-    return std::all_of(values.begin(), values.end(), [&](double value) { return value == values.front(); });
-}
-
 Regression fitExactly(Points &points)
 {
     Regression fit;
     const size_t count = points.x.size();
-    if (count < 3 || areEqual(points.x))
+    if (count < 3)
         return fit;
-    if (areEqual(points.y) && areEqual(points.yRests)) {
-        fit.slope = fit.error = 0;
-        return fit;
-    }
     while (points.x.size() % lanes != 0)
         points.add(points.xCentre, 0, 0);  // adds nothing
     Real sums[sumCount];
@@ -144,9 +134,16 @@ Regression fitExactly(Points &points)
     const Real Sxx = sums[sumXX] - sums[sumX] * sums[sumX] / n;
     const Real Sxy = sums[sumXY] - sums[sumX] * sums[sumY] / n;
     const Real Syy = sums[sumYY] - sums[sumY] * sums[sumY] / n;
+    const double xDigit = points.rounding * points.xSize, yDigit = points.rounding * points.ySize;
+    if (rounded(Sxx) <= double(count) * xDigit * xDigit)
+        return fit;
+    if (rounded(Syy) <= double(count) * yDigit * yDigit) {
+        fit.slope = fit.error = 0;
+        return fit;
+    }
     const double residual = rounded(Syy - Sxy * Sxy / Sxx);
     fit.slope = rounded(Sxy / Sxx);
-    const double digit = 0x1p-50 * (points.ySize + std::fabs(fit.slope) * points.xSize);
+    const double digit = yDigit + std::fabs(fit.slope) * xDigit;
     if (residual <= double(count) * digit * digit) {
         fit.error = 0;
         fit.r2 = 1;

@@ -20,6 +20,7 @@ struct Points {
     std::vector<double> x, y, yRests;
     double xCentre = 0;  // any number near the mean of x
     double xSize = 0, ySize = 0;
+    double rounding = 0x1p-50;  // the part of xSize and ySize by which the values may be off, at most
 
     void clear()
     {
@@ -37,5 +38,6 @@ struct Points {
 
 // The sums are formed with twice the digits of a double, so every result has all of its own. Fewer than three points
 // or equal x: no value. Equal y: a slope of 0 without error, and nothing else. A fit is perfect where rounding of the
-// values themselves could explain what the line leaves: error 0, R2 1, t infinite. The points are padded.
+// values could explain what the line leaves: error 0, R2 1, t infinite. Values are equal on the same grounds. The
+// points are padded.
 Regression fitExactly(Points &points);
