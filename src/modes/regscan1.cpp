@@ -234,7 +234,6 @@ static size_t getData(MarkerLines &lines, const Layout &layout, MarkerBlock &blo
         for (size_t column = 1; column < leadingColumns; ++column)
             description.append(1, '\t').append(leading[column]);
     }
-    block.centre();
     return bytes;
 }
 
@@ -392,6 +391,8 @@ void RegressionScan::scanMarkers(Hits &hits, MarkerBlock &block)
     bool isBroken = false;
     do {
         const size_t bytes = getData(m_lines, m_layout, block, isBroken);
+        if (m_plan.type != logistic)
+            block.centre();
         m_pass.analysis->scan(block, hits);
         if (isBroken)
             refuseMarker();

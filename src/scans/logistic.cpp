@@ -93,7 +93,7 @@ MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 #define MORVEL_ROW(name, bytes, target) {#name, supports##name, sumUp##name},
 static const LogisticKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
-std::span<const LogisticKernels> allLogisticKernels()
+std::span<const LogisticKernels> LogisticKernels::all()
 {
     return kernels;
 }
@@ -117,18 +117,17 @@ static bool invert(const double *information, double *variance)
 // Steps until one is smaller by twelve digits than the errors; false where that does not come.
 static bool settle(const DosageGroups &groups, bool isFirth, int steps, double range, Estimate &estimate)
 {
-    static const LogisticKernels kernel = widestOf(allLogisticKernels());
     constexpr double least = 1e-24;  // square of a step, in errors
     constexpr double longest = 3;    // step of Firth's search, in logarithms of odds
     for (int step = 0; step < steps; ++step) {
         LogisticSums sums;
         double variance[3];
-        kernel.sumUp(groups, estimate.intercept, estimate.slope, nullptr, sums);
+        kernelsInUse<LogisticKernels>->sumUp(groups, estimate.intercept, estimate.slope, nullptr, sums);
         if (!invert(sums.information, variance))
             return false;
         const double error = std::sqrt(variance[2]);
         if (isFirth) {
-            kernel.sumUp(groups, estimate.intercept, estimate.slope, variance, sums);
+            kernelsInUse<LogisticKernels>->sumUp(groups, estimate.intercept, estimate.slope, variance, sums);
             if (!invert(sums.information, variance))
                 return false;
         }

@@ -51,6 +51,9 @@ struct LogisticSums {
 };
 
 struct LogisticKernels {
+    // From the narrowest instructions to the widest, which give the same bits; the first ones run everywhere.
+    static std::span<const LogisticKernels> all();
+
     const char *name;
     bool (*isSupported)();
 
@@ -59,6 +62,3 @@ struct LogisticKernels {
     void (*sumUp)(const DosageGroups &groups, double intercept, double slope, const double *variance,
                   LogisticSums &sums);
 };
-
-// From the narrowest instructions to the widest, which give the same bits; the first ones run everywhere.
-std::span<const LogisticKernels> allLogisticKernels();

@@ -4,118 +4,132 @@
 #include "text/readnumber.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <limits>
 
-// One lane for each marker of the group: sums run over the individuals in their order.
-MORVEL_WIDE static void centreRows(const double *dosages, size_t individuals, const Coding &coding, double (*rows)[8],
-                                   double (*results)[8])
+static constexpr size_t kinds = 4;  // of status, of which one is none
+
+MarkerBlock::MarkerBlock(size_t individuals, const Coding &coding)
+    : m_individuals(individuals)
+    , m_stride((individuals + 7) / 8 * 8)
+    , m_coding(coding)
+    , m_dosages(capacity * m_stride, std::numeric_limits<double>::quiet_NaN())
+    , m_x(groupMarkers * m_stride)
+    , m_rows(capacity / groupMarkers * individuals)
 {
-    const Coding code = coding;
-    double n[8] = {}, sum[8] = {}, mean[8], squares[8] = {}, least[8], most[8];
-    std::fill_n(least, 8, std::numeric_limits<double>::infinity());
-    std::fill_n(most, 8, -std::numeric_limits<double>::infinity());
-    for (size_t i = 0; i < individuals; ++i) {
-        for (size_t m = 0; m < 8; ++m)
-            rows[i][m] = code(dosages[m * individuals + i]);
-        for (size_t m = 0; m < 8; ++m) {
-            const double x = rows[i][m];
-            n[m] += x == x ? 1.0 : 0.0;
-            sum[m] += x == x ? x : 0.0;
-            least[m] = x < least[m] ? x : least[m];
-            most[m] = x > most[m] ? x : most[m];
-        }
-    }
-    for (size_t m = 0; m < 8; ++m) {
-        mean[m] = n[m] > 0 ? sum[m] / n[m] : 0;
-        sum[m] = 0;
-    }
-    for (size_t i = 0; i < individuals; ++i) {
-        for (size_t m = 0; m < 8; ++m) {
-            const double difference = rows[i][m] - mean[m];
-            const double x = difference == difference ? difference : 0.0;
-            rows[i][m] = x;
-            sum[m] += x;
-            squares[m] += x * x;
-        }
-    }
-    const double *const all[] = {n, sum, squares, mean, least, most};
-    for (size_t k = 0; k < std::size(all); ++k)
-        std::copy_n(all[k], 8, results[k]);
 }
 
-void MarkerBlock::centreGroup(size_t first)
+void MarkerBlock::centreMarker(size_t marker)
 {
-    double results[6][8];
-    centreRows(dosages(first), m_individuals, m_coding, &m_rows[first / groupMarkers * m_individuals].x, results);
-    for (size_t m = 0; m < groupMarkers; ++m) {
-        const size_t marker = first + m;
-        sums.n[marker] = results[0][m];
-        sums.x[marker] = results[1][m];
-        sums.xx[marker] = results[2][m];
-        mean[marker] = results[3][m];
-        size[marker] = std::max(std::fabs(results[4][m]), std::fabs(results[5][m]));
-        isConstant[marker] = !(results[4][m] < results[5][m]);
-        missing[marker].clear();
-        if (marker >= markers || results[0][m] == double(m_individuals))
-            continue;
-        hasGaps = true;
-        for (size_t i = 0; i < m_individuals; ++i) {
-            if (std::isnan(dosages(marker)[i]))
-                missing[marker].push_back(uint32_t(i));
-        }
+    MarkerSums of;
+    kernelsInUse<RegressionKernels>->centre(dosages(marker), m_stride, m_coding, &m_x[marker % groupMarkers * m_stride],
+                                            of);
+    sums.n[marker] = of.n;
+    sums.x[marker] = of.x;
+    sums.xx[marker] = of.xx;
+    mean[marker] = of.mean;
+    size[marker] = std::max(std::fabs(of.least), std::fabs(of.most));
+    isConstant[marker] = !(of.least < of.most);
+    missing[marker].clear();
+    if (of.n == double(m_individuals))
+        return;
+    hasGaps = true;
+    for (size_t i = 0; i < m_individuals; ++i) {
+        if (std::isnan(dosages(marker)[i]))
+            missing[marker].push_back(uint32_t(i));
+    }
+}
+
+// Puts the markers of a group side by side.
+MORVEL_WIDE static void placeRows(const double *x, size_t stride, size_t individuals, double (*rows)[groupMarkers])
+{
+    for (size_t i = 0; i < individuals; ++i) {
+        for (size_t m = 0; m < groupMarkers; ++m)
+            rows[i][m] = x[m * stride + i];
     }
 }
 
 void MarkerBlock::centre()
 {
     hasGaps = false;
-    for (size_t first = 0; first < capacity; first += groupMarkers)
-        centreGroup(first);
+    for (size_t first = 0; first < markers; first += groupMarkers) {
+        for (size_t marker = first; marker < std::min(first + groupMarkers, markers); ++marker)
+            centreMarker(marker);
+        placeRows(m_x.data(), m_stride, m_individuals, &m_rows[first / groupMarkers * m_individuals].x);
+    }
+}
+
+// The dosages as whole thousandths, `missing` where they are missing. False where they are none.
+MORVEL_WIDE static bool findThousandths(const double *dosages, size_t individuals, uint32_t missing, uint32_t *places)
+{
+    constexpr double whole = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
+    uint64_t isOdd = 0;
+    for (size_t i = 0; i < individuals; ++i) {
+        const double dosage = dosages[i];
+        const bool isMissing = dosage != dosage, isInside = dosage >= 0 && dosage <= 2;
+        const double shifted = (isInside ? dosage : 0) * 1000 + whole;
+        isOdd |= !isMissing & !(isInside & ((shifted - whole) / 1000 == dosage));
+        places[i] = isMissing ? missing : uint32_t(std::bit_cast<uint64_t>(shifted));
+    }
+    return isOdd == 0;
+}
+
+void DosagePlaces::findUsed()
+{
+    alignas(8) uint8_t isUsed[(thousandths + 8) / 8 * 8] = {};
+    for (const uint32_t place : m_places)
+        isUsed[place] = 1;
+    isUsed[thousandths] = 0;
+    m_used.resize(thousandths);
+    uint32_t *end = m_used.data();
+    for (size_t first = 0; first < sizeof isUsed; first += 8) {  // a byte's one bit is its place
+        uint64_t eight = 0;
+        for (size_t k = 0; k < 8; ++k)
+            eight |= uint64_t(isUsed[first + k]) << 8 * k;
+        for (; eight != 0; eight &= eight - 1)
+            *end++ = uint32_t(first + size_t(std::countr_zero(eight)) / 8);
+    }
+    m_used.resize(size_t(end - m_used.data()));
+}
+
+// Each individual by itself.
+void DosagePlaces::takeEach(const double *dosages, size_t individuals)
+{
+    m_dosages.assign(dosages, dosages + individuals);
+    for (size_t i = 0; i < individuals; ++i) {
+        m_places[i] = uint32_t(std::isnan(dosages[i]) ? individuals : i);
+        if (!std::isnan(dosages[i]))
+            m_used.push_back(uint32_t(i));
+    }
 }
 
 void DosagePlaces::find(const double *dosages, size_t individuals)
 {
     m_places.resize(individuals);
-    m_dosages.clear();
-    uint8_t isUsed[thousandths + 1] = {};
-    bool areThousandths = true;
-    for (size_t i = 0; i < individuals; ++i) {
-        const double dosage = dosages[i];
-        const size_t place = dosage >= 0 && dosage <= 2 ? size_t(dosage * 1000 + 0.5) : thousandths;
-        areThousandths &= place < thousandths ? text::thousandthValues[place] == dosage : std::isnan(dosage);
-        isUsed[place] = 1;
-        m_places[i] = uint32_t(place);
-    }
+    m_used.clear();
+    const bool areThousandths = findThousandths(dosages, individuals, thousandths, m_places.data());
     if (!areThousandths) {
-        for (size_t i = 0; i < individuals; ++i) {
-            const bool isMissing = std::isnan(dosages[i]);
-            m_places[i] = uint32_t(isMissing ? individuals : i);
-            m_dosages.push_back(isMissing ? 0 : dosages[i]);
-        }
-        return;
+        takeEach(dosages, individuals);
+    } else {
+        if (!m_areThousandths)
+            m_dosages.assign(text::thousandthValues.begin(), text::thousandthValues.begin() + thousandths);
+        findUsed();
     }
-    uint32_t placeOf[thousandths + 1];
-    for (size_t place = 0; place < thousandths; ++place) {
-        placeOf[place] = uint32_t(m_dosages.size());
-        if (isUsed[place])
-            m_dosages.push_back(text::thousandthValues[place]);
-    }
-    placeOf[thousandths] = uint32_t(m_dosages.size());
-    for (uint32_t &place : m_places)
-        place = placeOf[place];
+    m_areThousandths = areThousandths;
+    m_counts.resize(kinds * (m_dosages.size() + 1));
 }
 
 void DosagePlaces::group(const std::vector<uint8_t> &status, DosageGroups &groups)
 {
-    constexpr size_t kinds = 4;  // of status, of which one is none
-    m_counts.assign(kinds * (m_dosages.size() + 1), 0);
     for (size_t i = 0; i < status.size(); ++i)
         ++m_counts[kinds * m_places[i] + status[i]];
     groups.clear();
-    for (size_t place = 0; place < m_dosages.size(); ++place) {
-        const double cases = m_counts[kinds * place + affected];
-        const double n = cases + m_counts[kinds * place + control];
-        if (n > 0)
-            groups.add(m_dosages[place], n, cases);
+    for (const uint32_t place : m_used) {
+        uint32_t *const counts = &m_counts[kinds * place];
+        if (const uint32_t n = counts[control] + counts[affected])
+            groups.add(m_dosages[place], n, counts[affected]);
+        std::fill_n(counts, kinds, 0);
     }
+    std::fill_n(&m_counts[kinds * m_dosages.size()], kinds, 0);
 }

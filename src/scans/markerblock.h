@@ -5,49 +5,34 @@
 #include "scans/regressionkernels.h"
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <vector>
-
-// From the dosage to the x of a regression: additive as it is, dominant min(dosage, 1), recessive max(dosage - 1, 0).
-struct Coding {
-    double most = std::numeric_limits<double>::infinity(), origin = 0, least = -most;
-
-    double operator()(double dosage) const  // NaN stays
-    {
-        const double x = (dosage > most ? most : dosage) - origin;
-        return x < least ? least : x;
-    }
-};
-inline constexpr Coding dominantCoding = {.most = 1};
-inline constexpr Coding recessiveCoding = {.origin = 1, .least = 0};
 
 class MarkerBlock {
 public:
     static constexpr size_t capacity = regressionMarkers;
 
-    MarkerBlock(size_t individuals, const Coding &coding)
-        : m_individuals(individuals)
-        , m_coding(coding)
-        , m_dosages(capacity * individuals)
-        , m_rows(capacity / groupMarkers * individuals)
-    {
-    }
+    MarkerBlock(size_t individuals, const Coding &coding);
 
     // What a reader fills: dosages, [individual], NaN where missing.
-    double *dosages(size_t marker) { return &m_dosages[marker * m_individuals]; }
-    const double *dosages(size_t marker) const { return &m_dosages[marker * m_individuals]; }
+    double *dosages(size_t marker) { return &m_dosages[marker * m_stride]; }
+    const double *dosages(size_t marker) const { return &m_dosages[marker * m_stride]; }
     std::string names[capacity];
     std::string descriptions[capacity];  // the leading columns, with tabs between them
     size_t markers = 0;
 
-    // To be called when the markers are there: forms all below.
+    // To be called when the markers are there, by whoever needs what stands below: forms it.
     void centre();
 
     // Coded dosages less their mean, 0 where missing, as the kernels take them.
     const double *rows() const { return m_rows[0].x; }
     // Of a marker: x and its sums over all who have a dosage.
-    double x(size_t marker, size_t individual) const { return m_coding(dosages(marker)[individual]); }
+    double x(size_t marker, size_t individual) const
+    {
+        double x = dosages(marker)[individual];
+        m_coding.apply(x);
+        return x;
+    }
     PairSums sums;  // n, x and xx
     double mean[capacity], size[capacity];
     bool isConstant[capacity];
@@ -58,11 +43,13 @@ private:
     struct alignas(64) Row {
         double x[groupMarkers];
     };
-    void centreGroup(size_t first);
+    void centreMarker(size_t marker);
 
     size_t m_individuals;
+    size_t m_stride;  // individuals and some more, whose dosages are missing
     Coding m_coding;
     std::vector<double> m_dosages;  // [marker][individual]
+    std::vector<double> m_x;        // of a group, [marker][individual]
     std::vector<Row> m_rows;        // [group][individual]
 };
 
@@ -77,7 +64,12 @@ public:
 private:
     static constexpr size_t thousandths = 2001;  // dosages that are whole numbers of them, from 0 to 2
 
-    std::vector<double> m_dosages;   // [place]; from smallest to largest, or of each individual
-    std::vector<uint32_t> m_places;  // [individual]; behind all where the dosage is missing
-    std::vector<uint32_t> m_counts;
+    void findUsed();
+    void takeEach(const double *dosages, size_t individuals);
+
+    std::vector<uint32_t> m_places;  // [individual]; one behind all dosages where it is missing
+    std::vector<double> m_dosages;   // [place]
+    std::vector<uint32_t> m_used;    // places with individuals, in the order of the sums
+    std::vector<uint32_t> m_counts;  // [place][status], zeros between calls
+    bool m_areThousandths = false;
 };

@@ -58,24 +58,14 @@ static double rounded(const Real &a)
     return a.high + a.low;
 }
 
-// The points go into lanes in turn, whose sums are added at the end: in this order with any instructions.
-static constexpr size_t lanes = 8;
-
-enum Sum { sumX, sumY, sumXX, sumXY, sumYY, sumCount };
-
-struct LaneSums {
-    alignas(64) double high[sumCount][lanes];
-    alignas(64) double low[sumCount][lanes];
-};
-
 template <size_t bytes>
 MORVEL_INLINE void sumUp(const Points &points, LaneSums &sums)
 {
     using Number = typename Lanes<double, bytes>::Real;
-    for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
+    for (size_t lane = 0; lane < LaneSums::lanes; lane += bytes / sizeof(double)) {
         Number high[sumCount] = {}, low[sumCount] = {};
         const Number zero = {}, centre = zero - points.xCentre;
-        for (size_t i = lane; i < points.x.size(); i += lanes) {
+        for (size_t i = lane; i < points.x.size(); i += LaneSums::lanes) {
             Number x = *reinterpret_cast<const Number *>(&points.x[i]), xRest = zero;
             const Number y = *reinterpret_cast<const Number *>(&points.y[i]);
             const Number yRest = *reinterpret_cast<const Number *>(&points.yRests[i]);
@@ -93,11 +83,6 @@ MORVEL_INLINE void sumUp(const Points &points, LaneSums &sums)
     }
 }
 
-struct SumKernel {
-    bool (*isSupported)();
-    void (*sumUp)(const Points &points, LaneSums &sums);
-};
-
 #define MORVEL_KERNEL(name, bytes, target)                                                                             \
     target static void sumUp##name(const Points &points, LaneSums &sums)                                               \
     {                                                                                                                  \
@@ -105,16 +90,20 @@ struct SumKernel {
     }
 MORVEL_FOR_PROCESSORS(MORVEL_KERNEL)
 
-#define MORVEL_ROW(name, bytes, target) {supports##name, sumUp##name},
-static const SumKernel kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, sumUp##name},
+static const SumKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
+
+std::span<const SumKernels> SumKernels::all()
+{
+    return kernels;
+}
 
 static void sumUp(const Points &points, Real *totals)
 {
-    static const SumKernel kernel = widestOf<SumKernel>(kernels);
     LaneSums sums;
-    kernel.sumUp(points, sums);
+    kernelsInUse<SumKernels>->sumUp(points, sums);
     for (size_t sum = 0; sum < sumCount; ++sum) {
-        for (size_t lane = 0; lane < lanes; ++lane)
+        for (size_t lane = 0; lane < LaneSums::lanes; ++lane)
             addTo(totals[sum].high, totals[sum].low, sums.high[sum][lane], sums.low[sum][lane]);
     }
 }
@@ -125,7 +114,7 @@ Regression fitExactly(Points &points)
     const size_t count = points.x.size();
     if (count < 3)
         return fit;
-    while (points.x.size() % lanes != 0)
+    while (points.x.size() % LaneSums::lanes != 0)
         points.add(points.xCentre, 0, 0);  // adds nothing
     Real sums[sumCount];
     sumUp(points, sums);

@@ -1,7 +1,9 @@
 // One regression, exactly: the line of least squares through the points of individuals.
 #pragma once
 
+#include <cstddef>
 #include <limits>
+#include <span>
 #include <vector>
 
 inline constexpr double noValue = std::numeric_limits<double>::quiet_NaN();
@@ -41,3 +43,21 @@ struct Points {
 // values could explain what the line leaves: error 0, R2 1, t infinite. Values are equal on the same grounds. The
 // points are padded.
 Regression fitExactly(Points &points);
+
+// The sums that a fit needs, in lanes into which the points go in turn and whose sums are added at the end: in this
+// order with any instructions.
+enum Sum { sumX, sumY, sumXX, sumXY, sumYY, sumCount };
+struct LaneSums {
+    static constexpr size_t lanes = 8;
+    alignas(64) double high[sumCount][lanes];
+    alignas(64) double low[sumCount][lanes];
+};
+
+struct SumKernels {
+    // From the narrowest instructions to the widest, which give the same bits; the first ones run everywhere.
+    static std::span<const SumKernels> all();
+
+    const char *name;
+    bool (*isSupported)();
+    void (*sumUp)(const Points &points, LaneSums &sums);  // of a multiple of 8 points
+};

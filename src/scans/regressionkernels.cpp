@@ -1,12 +1,67 @@
 #include "scans/regressionkernels.h"
 #include "processors/lanes.h"
 
+#include <algorithm>
 #include <limits>
 
 // A part of a sum of squares that rounding leaves with ten digits.
 static constexpr double doubtfulPart = 1e-6;
 
 static constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+// The individuals go into eight lanes in turn, whose sums are added at the end: in this order with any instructions.
+template <size_t bytes>
+MORVEL_INLINE void centre(const double *dosages, size_t individuals, const Coding &coding, double *x,
+                          MarkerSums &result)
+{
+    using Real = typename Lanes<double, bytes>::Real;
+    constexpr size_t lanes = bytes / sizeof(double), allLanes = 8;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const Coding code = coding;
+    alignas(64) double parts[6][allLanes];
+    enum { n, sum, least, most, rest, squares };
+    const auto addUp = [&parts](size_t part) {
+        double total = 0;
+        for (const double each : parts[part])
+            total += each;
+        return total;
+    };
+    for (size_t lane = 0; lane < allLanes; lane += lanes) {
+        Real counts = {}, sums = {}, leasts = Real{} + infinity, mosts = Real{} - infinity;
+        for (size_t i = lane; i < individuals; i += allLanes) {
+            Real value = *reinterpret_cast<const Real *>(dosages + i);
+            code.apply(value);
+            *reinterpret_cast<Real *>(x + i) = value;
+            counts += value == value ? Real{} + 1 : Real{};
+            sums += value == value ? value : Real{};
+            leasts = value < leasts ? value : leasts;
+            mosts = value > mosts ? value : mosts;
+        }
+        *reinterpret_cast<Real *>(parts[n] + lane) = counts;
+        *reinterpret_cast<Real *>(parts[sum] + lane) = sums;
+        *reinterpret_cast<Real *>(parts[least] + lane) = leasts;
+        *reinterpret_cast<Real *>(parts[most] + lane) = mosts;
+    }
+    const double count = addUp(n), mean = count > 0 ? addUp(sum) / count : 0;
+    for (size_t lane = 0; lane < allLanes; lane += lanes) {
+        Real sums = {}, ofSquares = {};
+        for (size_t i = lane; i < individuals; i += allLanes) {
+            Real &value = *reinterpret_cast<Real *>(x + i);
+            value -= mean;
+            value = value == value ? value : Real{};
+            sums += value;
+            ofSquares += value * value;
+        }
+        *reinterpret_cast<Real *>(parts[rest] + lane) = sums;
+        *reinterpret_cast<Real *>(parts[squares] + lane) = ofSquares;
+    }
+    result = {count,
+              mean,
+              *std::min_element(parts[least], parts[least] + allLanes),
+              *std::max_element(parts[most], parts[most] + allLanes),
+              addUp(rest),
+              addUp(squares)};
+}
 
 // As many registers side by side as there are without spilling: a panel times four of the widest, or two of the others.
 template <size_t bytes>
@@ -87,6 +142,11 @@ MORVEL_INLINE void fit(const PairSums &sums, const double *products, const doubl
 }
 
 #define MORVEL_KERNELS(name, bytes, target)                                                                            \
+    target static void centre##name(const double *dosages, size_t individuals, const Coding &coding, double *x,        \
+                                    MarkerSums &sums)                                                                  \
+    {                                                                                                                  \
+        centre<bytes>(dosages, individuals, coding, x, sums);                                                          \
+    }                                                                                                                  \
     target static void multiply##name(const double *dosages, const double *values, size_t individuals,                 \
                                       double *products)                                                                \
     {                                                                                                                  \
@@ -105,10 +165,10 @@ MORVEL_INLINE void fit(const PairSums &sums, const double *products, const doubl
 
 MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-#define MORVEL_ROW(name, bytes, target) {#name, supports##name, multiply##name, sumRows##name, fit##name},
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, centre##name, multiply##name, sumRows##name, fit##name},
 static const RegressionKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
-std::span<const RegressionKernels> allRegressionKernels()
+std::span<const RegressionKernels> RegressionKernels::all()
 {
     return kernels;
 }

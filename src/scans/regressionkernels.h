@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 
 inline constexpr size_t regressionMarkers = 32;  // of a block
@@ -20,9 +21,36 @@ struct PairSums {
     alignas(64) double yy[regressionMarkers];
 };
 
+// From the dosage to the x of a regression: additive as it is, dominant min(dosage, 1), recessive max(dosage - 1, 0).
+struct Coding {
+    double most = std::numeric_limits<double>::infinity(), origin = 0, least = -most;
+
+    // NaN stays. Of a number or of some side by side.
+    template <class Number>
+    [[gnu::always_inline]] void apply(Number &x) const
+    {
+        x = (x > most ? Number{} + most : x) - origin;
+        x = x < least ? Number{} + least : x;
+    }
+};
+inline constexpr Coding dominantCoding = {.most = 1};
+inline constexpr Coding recessiveCoding = {.origin = 1, .least = 0};
+
+// Of a marker's x, where there is one.
+struct MarkerSums {
+    double n, mean, least, most;
+    double x, xx;  // less the mean
+};
+
 struct RegressionKernels {
+    // From the narrowest instructions to the widest, which give the same bits; the first ones run everywhere.
+    static std::span<const RegressionKernels> all();
+
     const char *name;
     bool (*isSupported)();
+
+    // Codes a marker's dosages, NaN where missing, a multiple of 8, takes the mean off, and puts 0 for NaN.
+    void (*centre)(const double *dosages, size_t individuals, const Coding &coding, double *x, MarkerSums &sums);
 
     // Forms the sums of products of a panel's values and a block's, [phenotype][marker].
     void (*multiply)(const double *dosages, const double *values, size_t individuals, double *products);
@@ -37,6 +65,3 @@ struct RegressionKernels {
     void (*fit)(const PairSums &sums, const double *products, const double *wholeXX, double wholeYY, double *slopes,
                 double *squaredTs);
 };
-
-// From the narrowest instructions to the widest; the first ones run everywhere.
-std::span<const RegressionKernels> allRegressionKernels();

@@ -48,7 +48,6 @@ private:
         return m_panels[trait / panelTraits][individual * panelTraits + trait % panelTraits];
     }
 
-    const RegressionKernels &m_kernels = widestOf(allRegressionKernels());
     std::vector<std::vector<double>> m_panels;  // [panel][individual][phenotype]
     Points m_points;
 };
@@ -70,7 +69,7 @@ void LineAnalysis::sumPairs(const CentredValues &y, const MarkerBlock &block, Pa
     std::fill_n(sums.n, regressionMarkers, double(y.n));
     std::fill_n(sums.y, regressionMarkers, y.sum);
     std::fill_n(sums.yy, regressionMarkers, y.squares);
-    m_kernels.sumRows(block.rows(), m_individuals, y.listed, sums.x, sums.xx);
+    kernelsInUse<RegressionKernels>->sumRows(block.rows(), m_individuals, y.listed, sums.x, sums.xx);
     if (!y.areListedMissing)
         return;
     for (size_t m = 0; m < regressionMarkers; ++m) {
@@ -119,7 +118,7 @@ void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const doubl
     if (block.hasGaps)
         leaveOutMissing(trait, block, sums);
     alignas(64) double slopes[regressionMarkers], squaredTs[regressionMarkers];
-    m_kernels.fit(sums, products, block.sums.xx, each.y.squares, slopes, squaredTs);
+    kernelsInUse<RegressionKernels>->fit(sums, products, block.sums.xx, each.y.squares, slopes, squaredTs);
     for (size_t m = 0; m < block.markers; ++m) {
         const double freedom = sums.n[m] - 2;
         const bool isDoubtful = std::isnan(squaredTs[m]);
@@ -136,7 +135,8 @@ void LineAnalysis::scan(const MarkerBlock &block, PairSink &sink)
     for (size_t trait = 0; trait < m_traits.size(); ++trait) {
         const size_t place = trait % panelTraits;
         if (place == 0)
-            m_kernels.multiply(block.rows(), m_panels[trait / panelTraits].data(), m_individuals, products);
+            kernelsInUse<RegressionKernels>->multiply(block.rows(), m_panels[trait / panelTraits].data(), m_individuals,
+                                                      products);
         scanTrait(trait, block, products + place * regressionMarkers, sink);
     }
 }
@@ -199,7 +199,6 @@ private:
     struct alignas(64) Sums {
         double x[regressionMarkers], xx[regressionMarkers];
     };
-    const RegressionKernels &m_kernels = widestOf(allRegressionKernels());
     std::vector<Sums> m_sums;  // [bin]
     Points m_points;
 };
@@ -208,7 +207,7 @@ void BinAnalysis::sumBins(const Trait &trait, const MarkerBlock &block)
 {
     m_sums.resize(trait.bins.size());
     for (size_t k = 0; k < trait.bins.size(); ++k)
-        m_kernels.sumRows(block.rows(), m_individuals, trait.bins[k], m_sums[k].x, m_sums[k].xx);
+        kernelsInUse<RegressionKernels>->sumRows(block.rows(), m_individuals, trait.bins[k], m_sums[k].x, m_sums[k].xx);
 }
 
 // Means of dosages and of phenotypes over the individuals of a bin who have both.
