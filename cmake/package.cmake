@@ -5,7 +5,14 @@ install(TARGETS morvel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${CMAKE_BINARY_DIR}/morvel.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${CMAKE_BINARY_DIR}/morvel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME morvel)
-install(FILES README.md CHANGELOG.md docs/usage.md docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
+foreach(companion IN LISTS MORVEL_COMPANIONS)
+  set(program morvel-${companion})
+  install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${CMAKE_BINARY_DIR}/${program}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${CMAKE_BINARY_DIR}/${program}.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME ${program})
+endforeach()
+install(FILES README.md CHANGELOG.md docs/usage.md docs/recipes.md docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES examples/example.gen examples/example.pheno examples/region.gen DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 

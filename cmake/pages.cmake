@@ -1,16 +1,19 @@
-# The manual page and the completion for bash, made from the mode table.
+# The manual page and the completion for bash, made from the index of modes; those of a companion from its verbs, and
+# from the template of its manual page in its folder.
 add_executable(morvel-pages src/tools/pages/pages.cpp)
 target_link_libraries(morvel-pages PRIVATE morvel-core)
 
-function(make_page output template)
+foreach(companion IN LISTS MORVEL_COMPANIONS)
+  target_link_libraries(morvel-pages PRIVATE morvel-${companion}-core)
+endforeach()
+
+function(make_page program template output)
   add_custom_command(
     OUTPUT ${output}
-    COMMAND morvel-pages ${CMAKE_CURRENT_SOURCE_DIR}/src/tools/pages/${template} ${output}
-    DEPENDS morvel-pages src/tools/pages/${template}
+    COMMAND morvel-pages ${program} ${CMAKE_CURRENT_SOURCE_DIR}/src/tools/${template} ${output}
+    DEPENDS morvel-pages src/tools/${template}
     VERBATIM)
 endfunction()
-make_page(morvel.1 morvel.1.in)
-make_page(morvel.bash morvel.bash.in)
 
 # As Debian wants them: no name, no time.
 find_program(GZIP gzip REQUIRED)
@@ -21,6 +24,17 @@ function(compress output source)
     DEPENDS ${source}
     VERBATIM)
 endfunction()
-compress(morvel.1.gz ${CMAKE_CURRENT_BINARY_DIR}/morvel.1)
+function(make_pages program manual completion)
+  make_page(${program} ${manual} ${program}.1)
+  make_page(${program} ${completion} ${program}.bash)
+  compress(${program}.1.gz ${CMAKE_CURRENT_BINARY_DIR}/${program}.1)
+endfunction()
+
+make_pages(morvel pages/morvel.1.in pages/morvel.bash.in)
+set(pages morvel.1.gz morvel.bash)
+foreach(companion IN LISTS MORVEL_COMPANIONS)
+  make_pages(morvel-${companion} ${companion}/morvel-${companion}.1.in pages/companion.bash.in)
+  list(APPEND pages morvel-${companion}.1.gz morvel-${companion}.bash)
+endforeach()
 compress(changelog.gz ${CMAKE_CURRENT_SOURCE_DIR}/packaging/changelog)
-add_custom_target(pages ALL DEPENDS morvel.1.gz morvel.bash changelog.gz)
+add_custom_target(pages ALL DEPENDS ${pages} changelog.gz)

@@ -4,8 +4,9 @@
 void welcome()
 {
     print("\n"
-          "MORVEL v. 1.3.7\n"
+          "MORVEL v. %s\n"
           "User guide: docs/usage.md in the source, share/doc/morvel/usage.md where installed\n"
           "E-mail: support@morvel.example\n"
-          "\n");
+          "\n",
+          programVersion);
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 
+static const char *companion = nullptr;  // whose messages go to standard error; null: the program. Set by startConsole
 static bool isEnding = false;  // a second failure while the first one is reported adds no further line
 
 [[noreturn]] static void failConsole()
@@ -31,8 +32,9 @@ static bool isEnding = false;  // a second failure while the first one is report
     fatal("Cannot %s '%s'\n", action, name.c_str());
 }
 
-void startConsole()
+void startConsole(const char *companionName)
 {
+    companion = companionName;
     // A closed standard stream must not become the number of a data file. Read-only: writing there still fails.
     int file;
     do {
@@ -49,7 +51,9 @@ void startConsole()
 static void printList(const char *format, std::va_list arguments)
 {
     Progress::hide();
-    if (std::vprintf(format, arguments) < 0)
+    if (companion)
+        std::fprintf(stderr, "%s: ", companion);
+    if (std::vfprintf(companion ? stderr : stdout, format, arguments) < 0)
         failConsole();
 }
 

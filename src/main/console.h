@@ -19,8 +19,9 @@ MORVEL_FORMAT [[noreturn]] void fatal(const char *format, ...);
 // The end of every run: complete output, or a message and status 1.
 [[noreturn]] void finish(int status);
 
-// Makes failed reads and writes end the run, and keeps the standard streams apart from any file opened later.
-void startConsole();
+// Makes failed reads and writes end the run, and keeps the standard streams apart from any file opened later. The
+// messages of a companion, a line each, go to standard error behind its name, since standard output may be its result.
+void startConsole(const char *companionName = nullptr);
 
 // Copies the bytes and an end mark. What does not fit ends the process by abort, on purpose; all output written
 // so far is kept.

@@ -215,7 +215,7 @@ private:
     HitStore m_hits;
     std::string m_row;
     text::Writer m_out;  // to m_row
-    const BinKernels &m_kernels = widestOf(allBinKernels());
+    const BinKernels &m_kernels = *kernelsInUse<BinKernels>;
     // On purpose fits without R2 pass by an R2 of -1 where the limit lets them.
     const bool m_takesAll = m_decision.statistic == 0 && -1 >= m_decision.limit;
     const double m_leastSlope = m_takesAll ? -std::numeric_limits<double>::infinity() : m_decision.leastSlope;
@@ -263,7 +263,7 @@ void Decisions::decide(size_t index, const Block &block, double *sums)
 // One pass over the genotypes for the phenotypes of the table.
 static void scanMarkers(DosageLines &lines, size_t individuals, Table &table, Decisions &decisions, Progress &progress)
 {
-    const BinKernels &kernels = widestOf(allBinKernels());
+    const BinKernels &kernels = *kernelsInUse<BinKernels>;
     const size_t bins = size_t(testgroups);
     std::vector<Block::Row> sums(table.chunks[0].traits.size() * bins);
     Block block(individuals);

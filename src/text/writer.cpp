@@ -28,12 +28,28 @@ bool Writer::openWith(int flags, const std::string &name)
     } while (m_file < 0 && errno == EINTR);
     if (m_file < 0)
         return false;
+    start(name);
+    return true;
+}
+
+bool Writer::openStandardOutput()
+{
+    close();
+    m_memory = nullptr;
+    m_file = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    if (m_file < 0)
+        return false;
+    start("standard output");
+    return true;
+}
+
+void Writer::start(const std::string &name)
+{
     m_name = name;
     m_buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
     m_size = 0;
     m_nextOpen = firstOpen;
     firstOpen = this;
-    return true;
 }
 
 void Writer::openToMemory(std::string &bytes)

@@ -26,6 +26,8 @@ public:
     bool open(const std::string &name);
     // Creates the file, or goes on behind what is in it.
     bool openToAppend(const std::string &name);
+    // Standard output where it stands: neither emptied nor overwritten.
+    bool openStandardOutput();
     // Instead of a file: appends to `bytes`, which has all of it after flush().
     void openToMemory(std::string &bytes);
     void close();
@@ -59,6 +61,7 @@ private:
     static constexpr size_t bufferSize = capacity + 1;  // room for the last byte, which waits in the buffer
 
     bool openWith(int flags, const std::string &name);
+    void start(const std::string &name);
     void writeAllButLast();
     void write(const char *bytes, size_t size);
 

@@ -1,3 +1,4 @@
+#include "main/modes.h"
 #include "main/timing.h"
 #include "support/program.h"
 
@@ -108,3 +109,13 @@ TEST(ElapsedTime, StartsAtTheLargestUnit)
     for (const auto &row : cases)
         EXPECT_EQ(elapsedTime(row.milliseconds), row.line);
 }
+
+#ifndef NDEBUG
+TEST(Shell, StopsWhereAModeReadsAnOptionThatItDoesNotList)
+{
+    static constexpr IntegerOption listed = {"-a", 1, "listed"}, other = {"-b", 2, "not listed"};
+    static constexpr const Option *options[] = {&listed};
+    const Mode mode = {{"x"}, [] { std::exit(listed.read() + other.read()); }, options, ""};
+    EXPECT_DEATH(runMode(mode), "does not list the option -b");
+}
+#endif

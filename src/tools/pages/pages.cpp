@@ -1,26 +1,43 @@
-// Makes the manual page and the completion for bash at build time: fills the template of either from the index of
-// modes, so that they cannot drift from the program.
+// Makes the manual page and the completion for bash of the program and of each companion at build time: fills the
+// template of either from the index of modes or verbs, so that they cannot drift from the program.
 //
-//     morvel-pages TEMPLATE OUTPUT
+//     morvel-pages PROGRAM TEMPLATE OUTPUT
 //
-// A line @MODES@ becomes the modes in the words of the manual page, a line @CASES@ those of the completion, and
-// @NAMES@ within a line all spellings.
+// A line @MODES@ becomes the modes in the words of the manual page, a line @CASES@ those of the completion, within a
+// line @NAMES@ becomes all spellings, and @PROGRAM@ the program's name.
 #include "main/modes.h"
+#include "tools/table/verbs.h"
 
 #include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
 
+typedef std::span<const Mode *const> Modes;
+
+static constexpr const Companion *companions[] = {&table::companion};
+
+// The modes of the program, or the verbs of a companion; none of any other name.
+static Modes modesOf(const std::string &program)
+{
+    if (program == "morvel")
+        return allModes();
+    for (const Companion *companion : companions) {
+        if (program == companion->name)
+            return companion->verbs;
+    }
+    return {};
+}
+
 static std::string spellings(const Mode &mode, const char *separator)
 {
     return mode.names[0] + (mode.names[1] ? std::string(separator) + mode.names[1] : "");
 }
 
-static std::string allSpellings()
+static std::string allSpellings(Modes modes)
 {
     std::string names;
-    for (const Mode *mode : allModes())
+    for (const Mode *mode : modes)
         names += (names.empty() ? "" : " ") + spellings(*mode, " ");
     return names;
 }
@@ -66,9 +83,9 @@ static std::string helpOf(const Option &option)
     return escaped(absent.empty() ? help : help + " (" + absent + ")");
 }
 
-static void writeManual(std::ostream &out)
+static void writeManual(Modes modes, std::ostream &out)
 {
-    for (const Mode *mode : allModes()) {
+    for (const Mode *mode : modes) {
         out << ".SS " << spellings(*mode, ", ") << '\n' << escaped(mode->help) << ".\n";
         if (mode->run == reportUnavailable)
             out << "Not available in this version: it collects its options and says so.\n";
@@ -78,9 +95,9 @@ static void writeManual(std::ostream &out)
     }
 }
 
-static void writeCases(std::ostream &out)
+static void writeCases(Modes modes, std::ostream &out)
 {
-    for (const Mode *mode : allModes()) {
+    for (const Mode *mode : modes) {
         std::string names, wordCases;
         for (const Option *option : mode->options) {
             names += (names.empty() ? "" : " ") + std::string(option->name);
@@ -96,19 +113,21 @@ static void writeCases(std::ostream &out)
 
 int main(int argc, char **argv)
 {
-    std::ifstream in(argc == 3 ? argv[1] : "");
-    std::ofstream out(argc == 3 ? argv[2] : "");
+    const std::string program = argc == 4 ? argv[1] : "";
+    const Modes modes = modesOf(program);
+    std::ifstream in(argc == 4 ? argv[2] : "");
+    std::ofstream out(argc == 4 ? argv[3] : "");
     for (std::string line; std::getline(in, line);) {
         if (line == "@MODES@")
-            writeManual(out);
+            writeManual(modes, out);
         else if (line == "@CASES@")
-            writeCases(out);
+            writeCases(modes, out);
         else
-            out << replaced(line, "@NAMES@", allSpellings()) << '\n';
+            out << replaced(replaced(line, "@NAMES@", allSpellings(modes)), "@PROGRAM@", program) << '\n';
     }
     out.close();
-    if (!in.eof() || !out) {
-        std::cerr << "usage: morvel-pages TEMPLATE OUTPUT\n";
+    if (modes.empty() || !in.eof() || !out) {
+        std::cerr << "usage: morvel-pages PROGRAM TEMPLATE OUTPUT\n";
         return 1;
     }
 }
