@@ -36,25 +36,25 @@ static constexpr const Option *options[] = {
     &typeOption,          &binFileOption,      &binPlacesOption,
 };
 
-enum Type { additive, dominant, recessive, byRank, logistic, bins };
+enum AnalysisType { additive, dominant, recessive, byRank, logistic, bins };
 
 static const char *const headings[]
     = {"Pheno\tChr\tSNPID\tPos\tA1\tA2\tN\tFreq\tSlope\tSE\tR2\tt-value\tp-value\tMethod\n",
        "Pheno\tPhenoID\tN\tMean\tSD\tMarkers\tHits\tAbsMaxSlope\tLeastP\tBestSNP\tLambda\n"};
 
 // What to do.
-struct Plan {
-    Type type;
+struct RegressionPlan {
+    AnalysisType type;
     BinDefinition bins;
     Decision decision;
     Significance significance;
 };
 
-static Plan readOptions()
+static RegressionPlan readOptions()
 {
     readScanOptions(genotypeFileOption, slopeOption);
     Delim = phenotypeDelimiterOption.read();
-    const Type type = Type(typeOption.read());
+    const AnalysisType type = AnalysisType(typeOption.read());
     BinDefinition definition;
     if (type == bins) {
         definition = readBinOptions(refuseSameScanFiles);
@@ -73,13 +73,13 @@ static void putValue(double value, text::Writer &out)
 }
 
 // The number of individuals in a genotype line of so many columns, and whether it has triplets.
-struct Layout {
+struct GenotypeLayout {
     size_t individuals = 0;
     bool hasTriplets = false;
 };
 
 // By the first phenotype: a column for each of its values, or three. Missing values at its end need have none.
-static Layout findLayout(std::string_view phenotype, size_t columns)
+static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
 {
     text::FieldReader fields(phenotype, Delim);
     std::string_view field;
@@ -102,10 +102,10 @@ static Layout findLayout(std::string_view phenotype, size_t columns)
 }
 
 // The hits of the phenotypes of one pass.
-class Hits final : public PairSink {
+class RegressionHits final : public FitSink {
 public:
-    Hits(const Plan &plan, const std::vector<std::string> &phenotypes, Analysis &analysis, const MarkerBlock &block,
-         size_t memory, text::Writer &file)
+    RegressionHits(const RegressionPlan &plan, const std::vector<std::string> &phenotypes, Analysis &analysis,
+                   const MarkerBlock &block, size_t memory, text::Writer &file)
         : m_plan(plan)
         , m_phenotypes(phenotypes)
         , m_analysis(analysis)
@@ -120,7 +120,7 @@ public:
     {
         return m_takesAll || squaredT >= leastSquaredT(freedom) || squaredT == infinity;
     }
-    void take(size_t trait, size_t marker, const Pair &pair) override;
+    void take(size_t trait, size_t marker, const TraitFit &pair) override;
 
     void write(size_t trait) { m_store.write(trait, m_file); }
 
@@ -128,10 +128,10 @@ private:
     static constexpr double infinity = std::numeric_limits<double>::infinity();
 
     double leastSquaredT(double freedom);
-    void writeRow(const std::string &phenotype, const std::string &marker, const Pair &pair, double p,
+    void writeRow(const std::string &phenotype, const std::string &marker, const TraitFit &pair, double p,
                   text::Writer &out) const;
 
-    const Plan &m_plan;
+    const RegressionPlan &m_plan;
     const std::vector<std::string> &m_phenotypes;
     Analysis &m_analysis;
     const MarkerBlock &m_block;
@@ -147,7 +147,7 @@ private:
 };
 
 // Stays clear of what rounding could do to a t squared that is not formed exactly.
-double Hits::leastSquaredT(double freedom)
+double RegressionHits::leastSquaredT(double freedom)
 {
     if (freedom == m_freedom)
         return m_leastSquaredT;
@@ -165,8 +165,8 @@ double Hits::leastSquaredT(double freedom)
     return m_leastSquaredT = known->second;
 }
 
-void Hits::writeRow(const std::string &phenotype, const std::string &marker, const Pair &pair, double p,
-                    text::Writer &out) const
+void RegressionHits::writeRow(const std::string &phenotype, const std::string &marker, const TraitFit &pair, double p,
+                              text::Writer &out) const
 {
     out.put(phenotype);
     out.put('\t');
@@ -182,7 +182,7 @@ void Hits::writeRow(const std::string &phenotype, const std::string &marker, con
     out.put('\n');
 }
 
-void Hits::take(size_t trait, size_t marker, const Pair &pair)
+void RegressionHits::take(size_t trait, size_t marker, const TraitFit &pair)
 {
     const Decision &decision = m_plan.decision;
     const auto orNone = [](double value) { return std::isnan(value) ? -1 : value; };
@@ -214,7 +214,7 @@ static void keepName(std::string_view name)
 
 // Reads as many markers as there are, up to a block. Returns the bytes of their lines; `isBroken` tells that the line
 // behind them does not fit.
-static size_t getData(MarkerLines &lines, const Layout &layout, MarkerBlock &block, bool &isBroken)
+static size_t getData(MarkerLines &lines, const GenotypeLayout &layout, MarkerBlock &block, bool &isBroken)
 {
     const auto read = layout.hasTriplets ? readGappyTriplets : readGappyDosages;
     const size_t columns = leadingColumns + layout.individuals * (layout.hasTriplets ? 3 : 1);
@@ -238,24 +238,24 @@ static size_t getData(MarkerLines &lines, const Layout &layout, MarkerBlock &blo
 }
 
 // What the statistics file says of a phenotype.
-struct Row {
+struct TraitRow {
     std::string name;
-    Moments moments;
+    TraitMoments moments;
     bool isScanned;
 };
 
 // The phenotypes of one pass.
-struct Pass {
-    std::vector<Row> rows;
+struct RegressionPass {
+    std::vector<TraitRow> rows;
     std::vector<std::string> scanned;  // names
     std::unique_ptr<Analysis> analysis;
     size_t bytes = 0;      // in memory
     size_t lineBytes = 0;  // in the phenotype file
 };
 
-static Trait makeTrait(const Plan &plan, const Phenotype &phenotype, const Moments &moments)
+static RegressionTrait makeTrait(const RegressionPlan &plan, const Phenotype &phenotype, const TraitMoments &moments)
 {
-    Trait trait;
+    RegressionTrait trait;
     if (plan.type == logistic) {
         trait.status = statusOf(phenotype.values);
         return trait;
@@ -263,7 +263,7 @@ static Trait makeTrait(const Plan &plan, const Phenotype &phenotype, const Momen
     if (plan.type == byRank) {
         std::vector<double> scores = phenotype.values;
         rankByNormalScores(scores);
-        trait.y = centre(scores, momentsOf(scores));
+        trait.y = centre(scores, traitMomentsOf(scores));
         return trait;
     }
     trait.y = centre(phenotype.values, moments);
@@ -278,25 +278,25 @@ static Trait makeTrait(const Plan &plan, const Phenotype &phenotype, const Momen
 }
 
 // Adds a phenotype to the pass, to its analysis only where that can be.
-static void addPhenotype(const Plan &plan, Phenotype &phenotype, Pass &pass)
+static void addPhenotype(const RegressionPlan &plan, Phenotype &phenotype, RegressionPass &pass)
 {
     dropOddValues(phenotype.values);
     std::erase_if(phenotype.p2List, [](double value) { return !std::isfinite(value); });
-    const Moments moments = momentsOf(phenotype.values);
+    const TraitMoments moments = traitMomentsOf(phenotype.values);
     bool isScanned = moments.n > 0;
     if (isScanned) {
-        Trait trait = makeTrait(plan, phenotype, moments);
+        RegressionTrait trait = makeTrait(plan, phenotype, moments);
         isScanned = plan.type != logistic || !trait.status.empty();
         if (isScanned) {
             pass.scanned.push_back(phenotype.name);
             pass.bytes += pass.analysis->add(std::move(trait));
         }
     }
-    pass.bytes += sizeof(Row) + 2 * phenotype.name.size();
+    pass.bytes += sizeof(TraitRow) + 2 * phenotype.name.size();
     pass.rows.push_back({phenotype.name, moments, isScanned});
 }
 
-static void writeStatistics(const Row &row, int64_t PhenoID, const TraitSummary *summary,
+static void writeStatistics(const TraitRow &row, int64_t PhenoID, const TraitSummary *summary,
                             const Significance &significance, text::Writer &out)
 {
     out.put(row.name);
@@ -328,7 +328,7 @@ static void writeStatistics(const Row &row, int64_t PhenoID, const TraitSummary 
 }
 
 // Prints what there is to say about a phenotype.
-static void report(const Row &row, int64_t PhenoID)
+static void report(const TraitRow &row, int64_t PhenoID)
 {
     if (row.moments.n == 0)
         printBytes("Phenotype " + row.name + " has no values\n");
@@ -340,7 +340,7 @@ static void report(const Row &row, int64_t PhenoID)
     }
 }
 
-static Coding codingOf(Type type)
+static Coding codingOf(AnalysisType type)
 {
     return type == dominant ? dominantCoding : type == recessive ? recessiveCoding : Coding();
 }
@@ -348,27 +348,28 @@ static Coding codingOf(Type type)
 // The files of a run, and the phenotypes of one pass after the other.
 class RegressionScan {
 public:
-    RegressionScan(const Plan &plan, const RegressionMemory &memory);
+    RegressionScan(const RegressionPlan &plan, const RegressionMemory &memory);
     void run();
 
 private:
     void startPass();
     void finishPass(bool isLast);
-    void scanMarkers(Hits &hits, MarkerBlock &block);
+    void scanMarkers(RegressionHits &hits, MarkerBlock &block);
 
-    const Plan &m_plan;
+    const RegressionPlan &m_plan;
     const RegressionMemory m_memory;
     text::LineReader m_phenotypes, m_genotypes;
     text::Writer m_hits, m_statistics;
     PlainMarkerLines m_lines{m_genotypes};
-    Layout m_layout;
+    GenotypeLayout m_layout;
     Progress m_progress{Genoname, Phenoname};
-    Pass m_pass;
+    RegressionPass m_pass;
     int64_t m_phenoID = 0;
     bool m_hasScanned = false;
 };
 
-RegressionScan::RegressionScan(const Plan &plan, const RegressionMemory &memory) : m_plan(plan), m_memory(memory)
+RegressionScan::RegressionScan(const RegressionPlan &plan, const RegressionMemory &memory)
+    : m_plan(plan), m_memory(memory)
 {
     print("\nrunning regscan1() ...\n\n");
     refuseSameScanFiles({});
@@ -386,7 +387,7 @@ void RegressionScan::startPass()
     m_pass.analysis = make(m_layout.individuals, m_plan.significance);
 }
 
-void RegressionScan::scanMarkers(Hits &hits, MarkerBlock &block)
+void RegressionScan::scanMarkers(RegressionHits &hits, MarkerBlock &block)
 {
     bool isBroken = false;
     do {
@@ -404,7 +405,7 @@ void RegressionScan::scanMarkers(Hits &hits, MarkerBlock &block)
 void RegressionScan::finishPass(bool isLast)
 {
     MarkerBlock block(m_layout.individuals, codingOf(m_plan.type));
-    Hits hits(m_plan, m_pass.scanned, *m_pass.analysis, block, m_memory.hitBytes, m_hits);
+    RegressionHits hits(m_plan, m_pass.scanned, *m_pass.analysis, block, m_memory.hitBytes, m_hits);
     m_progress.startPass(m_pass.lineBytes);
     if (!m_pass.scanned.empty()) {
         if (m_hasScanned)
@@ -415,7 +416,7 @@ void RegressionScan::finishPass(bool isLast)
         scanMarkers(hits, block);
     }
     size_t trait = 0;
-    for (const Row &row : m_pass.rows) {
+    for (const TraitRow &row : m_pass.rows) {
         if (row.isScanned)
             hits.write(trait);
         report(row, ++m_phenoID);
@@ -457,7 +458,7 @@ void RegressionScan::run()
 
 void regscan1Within(const RegressionMemory &memory)
 {
-    const Plan plan = readOptions();
+    const RegressionPlan plan = readOptions();
     RegressionScan(plan, memory).run();
 }
 

@@ -99,7 +99,7 @@ std::span<const LogisticKernels> LogisticKernels::all()
 }
 
 // Where the search is, with dosages less their mean, so that intercept and slope hardly depend on each other.
-struct Estimate {
+struct LogisticEstimate {
     double intercept;
     double slope = 0;
     double error = noValue;
@@ -115,7 +115,7 @@ static bool invert(const double *information, double *variance)
 }
 
 // Steps until one is smaller by twelve digits than the errors; false where that does not come.
-static bool settle(const DosageGroups &groups, bool isFirth, int steps, double range, Estimate &estimate)
+static bool settle(const DosageGroups &groups, bool isFirth, int steps, double range, LogisticEstimate &estimate)
 {
     constexpr double least = 1e-24;  // square of a step, in errors
     constexpr double longest = 3;    // step of Firth's search, in logarithms of odds
@@ -178,8 +178,8 @@ LogisticFit fitLogistic(DosageGroups &groups)
         x -= mean;
     while (groups.x.size() % lanes != 0)
         groups.add(0, 0, 0);
-    const Estimate start = {std::log(cases / (n - cases))};
-    Estimate estimate = start;
+    const LogisticEstimate start = {std::log(cases / (n - cases))};
+    LogisticEstimate estimate = start;
     result.isFirth
         = mostControl <= leastCase || mostCase <= leastControl || !settle(groups, false, 25, range, estimate);
     if (result.isFirth) {

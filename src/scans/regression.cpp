@@ -5,7 +5,7 @@
 
 // Numbers of twice the digits as sums of two doubles. The steps are those of Dekker, A floating-point technique for
 // extending the available precision (1971), and of Knuth's exact sum; Number is a double or some side by side.
-struct Real {
+struct ExactReal {
     double high = 0, low = 0;
 };
 
@@ -32,34 +32,34 @@ MORVEL_INLINE void addProduct(Number &high, Number &low, const Number &a, const 
     addTo(high, low, product, rest);
 }
 
-static Real operator-(Real a, const Real &b)
+static ExactReal operator-(ExactReal a, const ExactReal &b)
 {
     addTo(a.high, a.low, -b.high, -b.low);
     return a;
 }
 
-static Real operator*(const Real &a, const Real &b)
+static ExactReal operator*(const ExactReal &a, const ExactReal &b)
 {
-    Real product;
+    ExactReal product;
     addProduct(product.high, product.low, a.high, a.low, b.high, b.low);
     return product;
 }
 
-static Real operator/(const Real &a, const Real &b)
+static ExactReal operator/(const ExactReal &a, const ExactReal &b)
 {
-    Real quotient = {a.high / b.high, 0};
-    const Real rest = a - quotient * b;
+    ExactReal quotient = {a.high / b.high, 0};
+    const ExactReal rest = a - quotient * b;
     quotient.low = (rest.high + rest.low) / b.high;
     return quotient;
 }
 
-static double rounded(const Real &a)
+static double rounded(const ExactReal &a)
 {
     return a.high + a.low;
 }
 
 template <size_t bytes>
-MORVEL_INLINE void sumUp(const Points &points, LaneSums &sums)
+MORVEL_INLINE void sumUp(const LinePoints &points, LaneSums &sums)
 {
     using Number = typename Lanes<double, bytes>::Real;
     for (size_t lane = 0; lane < LaneSums::lanes; lane += bytes / sizeof(double)) {
@@ -84,7 +84,7 @@ MORVEL_INLINE void sumUp(const Points &points, LaneSums &sums)
 }
 
 #define MORVEL_KERNEL(name, bytes, target)                                                                             \
-    target static void sumUp##name(const Points &points, LaneSums &sums)                                               \
+    target static void sumUp##name(const LinePoints &points, LaneSums &sums)                                           \
     {                                                                                                                  \
         sumUp<bytes>(points, sums);                                                                                    \
     }
@@ -98,7 +98,7 @@ std::span<const SumKernels> SumKernels::all()
     return kernels;
 }
 
-static void sumUp(const Points &points, Real *totals)
+static void sumUp(const LinePoints &points, ExactReal *totals)
 {
     LaneSums sums;
     kernelsInUse<SumKernels>->sumUp(points, sums);
@@ -108,7 +108,7 @@ static void sumUp(const Points &points, Real *totals)
     }
 }
 
-Regression fitExactly(Points &points)
+Regression fitExactly(LinePoints &points)
 {
     Regression fit;
     const size_t count = points.x.size();
@@ -116,13 +116,13 @@ Regression fitExactly(Points &points)
         return fit;
     while (points.x.size() % LaneSums::lanes != 0)
         points.add(points.xCentre, 0, 0);  // adds nothing
-    Real sums[sumCount];
+    ExactReal sums[sumCount];
     sumUp(points, sums);
 
-    const Real n = {double(count), 0};
-    const Real Sxx = sums[sumXX] - sums[sumX] * sums[sumX] / n;
-    const Real Sxy = sums[sumXY] - sums[sumX] * sums[sumY] / n;
-    const Real Syy = sums[sumYY] - sums[sumY] * sums[sumY] / n;
+    const ExactReal n = {double(count), 0};
+    const ExactReal Sxx = sums[sumXX] - sums[sumX] * sums[sumX] / n;
+    const ExactReal Sxy = sums[sumXY] - sums[sumX] * sums[sumY] / n;
+    const ExactReal Syy = sums[sumYY] - sums[sumY] * sums[sumY] / n;
     const double xDigit = points.rounding * points.xSize, yDigit = points.rounding * points.ySize;
     if (rounded(Sxx) <= double(count) * xDigit * xDigit)
         return fit;

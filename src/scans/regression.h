@@ -18,7 +18,7 @@ struct Regression {
 
 // The points, one array each. y is given less any number near its mean, and what that rounds away as `yRests`, so that
 // no digit is lost; xSize and ySize are at least as large as any absolute x and y.
-struct Points {
+struct LinePoints {
     std::vector<double> x, y, yRests;
     double xCentre = 0;  // any number near the mean of x
     double xSize = 0, ySize = 0;
@@ -42,11 +42,11 @@ struct Points {
 // or equal x: no value. Equal y: a slope of 0 without error, and nothing else. A fit is perfect where rounding of the
 // values could explain what the line leaves: error 0, R2 1, t infinite. Values are equal on the same grounds. The
 // points are padded.
-Regression fitExactly(Points &points);
+Regression fitExactly(LinePoints &points);
 
 // The sums that a fit needs, in lanes into which the points go in turn and whose sums are added at the end: in this
 // order with any instructions.
-enum Sum { sumX, sumY, sumXX, sumXY, sumYY, sumCount };
+enum LineSum { sumX, sumY, sumXX, sumXY, sumYY, sumCount };
 struct LaneSums {
     static constexpr size_t lanes = 8;
     alignas(64) double high[sumCount][lanes];
@@ -59,5 +59,5 @@ struct SumKernels {
 
     const char *name;
     bool (*isSupported)();
-    void (*sumUp)(const Points &points, LaneSums &sums);  // of a multiple of 8 points
+    void (*sumUp)(const LinePoints &points, LaneSums &sums);  // of a multiple of 8 points
 };

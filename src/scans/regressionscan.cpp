@@ -4,17 +4,17 @@
 #include <algorithm>
 #include <cmath>
 
-size_t Analysis::keep(Trait trait)
+size_t Analysis::keep(RegressionTrait trait)
 {
-    size_t bytes = sizeof(Trait) + StreamMedian::mostBytes();
+    size_t bytes = sizeof(RegressionTrait) + StreamMedian::mostBytes();
     bytes += trait.y.rests.size() * sizeof(float) + trait.y.listed.size() * sizeof(uint32_t) + trait.status.size();
     for (const std::vector<uint32_t> &bin : trait.bins)
         bytes += bin.size() * sizeof(uint32_t);
-    m_traits.push_back(std::make_unique<Trait>(std::move(trait)));
+    m_traits.push_back(std::make_unique<RegressionTrait>(std::move(trait)));
     return bytes;
 }
 
-void Analysis::tell(size_t trait, const MarkerBlock &block, size_t marker, const Pair &pair, PairSink &sink)
+void Analysis::tell(size_t trait, const MarkerBlock &block, size_t marker, const TraitFit &pair, FitSink &sink)
 {
     const double squaredT = pair.fit.t * pair.fit.t;
     m_traits[trait]->summary.add(pair.fit.slope, squaredT, pair.freedom, block.names[marker], m_significance);
@@ -34,14 +34,14 @@ class LineAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
 
-    size_t add(Trait trait) override;
-    void scan(const MarkerBlock &block, PairSink &sink) override;
+    size_t add(RegressionTrait trait) override;
+    void scan(const MarkerBlock &block, FitSink &sink) override;
 
 private:
     void sumPairs(const CentredValues &y, const MarkerBlock &block, PairSums &sums) const;
     void leaveOutMissing(size_t trait, const MarkerBlock &block, PairSums &sums) const;
-    void scanTrait(size_t trait, const MarkerBlock &block, const double *products, PairSink &sink);
-    Pair fitPair(size_t trait, const MarkerBlock &block, size_t marker);
+    void scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink);
+    TraitFit fitPair(size_t trait, const MarkerBlock &block, size_t marker);
 
     double valueOf(size_t trait, size_t individual) const
     {
@@ -49,10 +49,10 @@ private:
     }
 
     std::vector<std::vector<double>> m_panels;  // [panel][individual][phenotype]
-    Points m_points;
+    LinePoints m_points;
 };
 
-size_t LineAnalysis::add(Trait trait)
+size_t LineAnalysis::add(RegressionTrait trait)
 {
     const size_t place = m_traits.size() % panelTraits;
     if (place == 0)
@@ -91,7 +91,7 @@ void LineAnalysis::leaveOutMissing(size_t trait, const MarkerBlock &block, PairS
     }
 }
 
-Pair LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t marker)
+TraitFit LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t marker)
 {
     const CentredValues &y = m_traits[trait]->y;
     const double *dosages = block.dosages(marker);
@@ -110,9 +110,9 @@ Pair LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t marker
     return {fitExactly(m_points), double(n) - 2, n, frequencyOf(sum, n), "linear"};
 }
 
-void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const double *products, PairSink &sink)
+void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink)
 {
-    Trait &each = *m_traits[trait];
+    RegressionTrait &each = *m_traits[trait];
     PairSums sums;
     sumPairs(each.y, block, sums);
     if (block.hasGaps)
@@ -129,7 +129,7 @@ void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const doubl
     }
 }
 
-void LineAnalysis::scan(const MarkerBlock &block, PairSink &sink)
+void LineAnalysis::scan(const MarkerBlock &block, FitSink &sink)
 {
     alignas(64) double products[panelTraits * regressionMarkers];
     for (size_t trait = 0; trait < m_traits.size(); ++trait) {
@@ -145,19 +145,19 @@ class LogisticAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
 
-    size_t add(Trait trait) override { return keep(std::move(trait)); }
-    void scan(const MarkerBlock &block, PairSink &sink) override;
+    size_t add(RegressionTrait trait) override { return keep(std::move(trait)); }
+    void scan(const MarkerBlock &block, FitSink &sink) override;
 
 private:
-    void scanPair(size_t trait, const MarkerBlock &block, size_t marker, PairSink &sink);
+    void scanPair(size_t trait, const MarkerBlock &block, size_t marker, FitSink &sink);
 
     DosagePlaces m_places;
     DosageGroups m_groups;
 };
 
-void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t marker, PairSink &sink)
+void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t marker, FitSink &sink)
 {
-    Trait &each = *m_traits[trait];
+    RegressionTrait &each = *m_traits[trait];
     m_places.group(each.status, m_groups);
     LogisticFit fit = fitLogistic(m_groups);
     constexpr double freedom = std::numeric_limits<double>::infinity();
@@ -172,11 +172,12 @@ void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t m
         sum += m_groups.x[k] * m_groups.n[k];
         n += m_groups.n[k];
     }
-    const Pair pair = {fit.fit, freedom, size_t(n), frequencyOf(sum, size_t(n)), fit.isFirth ? "firth" : "logistic"};
+    const TraitFit pair
+        = {fit.fit, freedom, size_t(n), frequencyOf(sum, size_t(n)), fit.isFirth ? "firth" : "logistic"};
     sink.take(trait, marker, pair);
 }
 
-void LogisticAnalysis::scan(const MarkerBlock &block, PairSink &sink)
+void LogisticAnalysis::scan(const MarkerBlock &block, FitSink &sink)
 {
     for (size_t m = 0; m < block.markers; ++m) {
         m_places.find(block.dosages(m), m_individuals);
@@ -189,21 +190,21 @@ class BinAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
 
-    size_t add(Trait trait) override { return keep(std::move(trait)) + m_individuals * sizeof(double); }
-    void scan(const MarkerBlock &block, PairSink &sink) override;
+    size_t add(RegressionTrait trait) override { return keep(std::move(trait)) + m_individuals * sizeof(double); }
+    void scan(const MarkerBlock &block, FitSink &sink) override;
 
 private:
-    void sumBins(const Trait &trait, const MarkerBlock &block);
-    Pair fitPair(const Trait &trait, const MarkerBlock &block, size_t marker);
+    void sumBins(const RegressionTrait &trait, const MarkerBlock &block);
+    TraitFit fitPair(const RegressionTrait &trait, const MarkerBlock &block, size_t marker);
 
     struct alignas(64) Sums {
         double x[regressionMarkers], xx[regressionMarkers];
     };
     std::vector<Sums> m_sums;  // [bin]
-    Points m_points;
+    LinePoints m_points;
 };
 
-void BinAnalysis::sumBins(const Trait &trait, const MarkerBlock &block)
+void BinAnalysis::sumBins(const RegressionTrait &trait, const MarkerBlock &block)
 {
     m_sums.resize(trait.bins.size());
     for (size_t k = 0; k < trait.bins.size(); ++k)
@@ -211,7 +212,7 @@ void BinAnalysis::sumBins(const Trait &trait, const MarkerBlock &block)
 }
 
 // Means of dosages and of phenotypes over the individuals of a bin who have both.
-Pair BinAnalysis::fitPair(const Trait &trait, const MarkerBlock &block, size_t marker)
+TraitFit BinAnalysis::fitPair(const RegressionTrait &trait, const MarkerBlock &block, size_t marker)
 {
     const double *dosages = block.dosages(marker);
     m_points.clear();
@@ -244,7 +245,7 @@ Pair BinAnalysis::fitPair(const Trait &trait, const MarkerBlock &block, size_t m
     return {fitExactly(m_points), points - 2, all, frequency, "bins"};
 }
 
-void BinAnalysis::scan(const MarkerBlock &block, PairSink &sink)
+void BinAnalysis::scan(const MarkerBlock &block, FitSink &sink)
 {
     for (size_t trait = 0; trait < m_traits.size(); ++trait) {
         sumBins(*m_traits[trait], block);

@@ -10,7 +10,7 @@
 #include <memory>
 
 // A phenotype and a marker.
-struct Pair {
+struct TraitFit {
     Regression fit;
     double freedom;    // degrees of freedom of t, infinite for z
     size_t n;          // individuals used
@@ -19,18 +19,18 @@ struct Pair {
 };
 
 // Takes the pairs that may be hits.
-class PairSink {
+class FitSink {
 public:
     // False where a pair of this t cannot be one.
     virtual bool isWanted(double squaredT, double freedom) = 0;
-    virtual void take(size_t trait, size_t marker, const Pair &pair) = 0;
+    virtual void take(size_t trait, size_t marker, const TraitFit &pair) = 0;
 
 protected:
-    ~PairSink() = default;
+    ~FitSink() = default;
 };
 
 // A phenotype that is scanned. What an analysis does not need is empty.
-struct Trait {
+struct RegressionTrait {
     CentredValues y;
     std::vector<uint8_t> status;
     std::vector<std::vector<uint32_t>> bins;  // individuals
@@ -48,20 +48,20 @@ public:
     virtual ~Analysis() = default;
 
     // Returns the bytes of memory that the phenotype takes; they are added in order of their numbers, from 0.
-    virtual size_t add(Trait trait) = 0;
-    virtual void scan(const MarkerBlock &block, PairSink &sink) = 0;
+    virtual size_t add(RegressionTrait trait) = 0;
+    virtual void scan(const MarkerBlock &block, FitSink &sink) = 0;
 
     size_t traits() const { return m_traits.size(); }
     TraitSummary &summary(size_t trait) { return m_traits[trait]->summary; }
 
 protected:
     // Of a pair that was formed exactly.
-    void tell(size_t trait, const MarkerBlock &block, size_t marker, const Pair &pair, PairSink &sink);
-    size_t keep(Trait trait);
+    void tell(size_t trait, const MarkerBlock &block, size_t marker, const TraitFit &pair, FitSink &sink);
+    size_t keep(RegressionTrait trait);
 
     const size_t m_individuals;
     const Significance &m_significance;
-    std::vector<std::unique_ptr<Trait>> m_traits;
+    std::vector<std::unique_ptr<RegressionTrait>> m_traits;
 };
 
 // Least squares over the individuals, by the values y.

@@ -13,9 +13,9 @@ void dropOddValues(std::vector<double> &values)
         value = std::isfinite(value) ? value : missingValue;
 }
 
-Moments momentsOf(const std::vector<double> &values)
+TraitMoments traitMomentsOf(const std::vector<double> &values)
 {
-    Moments moments = {0, noMoment, noMoment};
+    TraitMoments moments = {0, noMoment, noMoment};
     // In the size of the largest one, so that no sum overflows.
     double sum = 0, size = 0;
     for (const double value : values) {
@@ -42,7 +42,7 @@ Moments momentsOf(const std::vector<double> &values)
     return moments;
 }
 
-CentredValues centre(const std::vector<double> &values, const Moments &moments)
+CentredValues centre(const std::vector<double> &values, const TraitMoments &moments)
 {
     CentredValues result;
     result.centred.resize(values.size());

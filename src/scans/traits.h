@@ -10,12 +10,12 @@
 #include <vector>
 
 // What is said of a phenotype whatever the analysis: its values that are finite.
-struct Moments {
+struct TraitMoments {
     size_t n = 0;
     double mean;  // NaN without values
     double sd;    // NaN with fewer than two
 };
-Moments momentsOf(const std::vector<double> &values);  // [individual], missingValue where missing
+TraitMoments traitMomentsOf(const std::vector<double> &values);  // [individual], missingValue where missing
 
 // The values for a regression, in parts that lose no digit: value = mean + centred + rest.
 struct CentredValues {
@@ -32,14 +32,14 @@ struct CentredValues {
     bool isPresent(size_t individual) const { return present[individual / 64] >> individual % 64 & 1; }
     double restOf(size_t individual) const { return rests.empty() ? 0 : double(rests[individual]); }
 };
-CentredValues centre(const std::vector<double> &values, const Moments &moments);
+CentredValues centre(const std::vector<double> &values, const TraitMoments &moments);
 
 // Replaces values by their normal scores: the normal quantile of (r - 3/8) / (n + 1/4) for the mean rank r among equal
 // ones (Blom, Statistical estimates and transformed beta-variables, 1958).
 void rankByNormalScores(std::vector<double> &values);
 
 // Of a phenotype of two values, the larger one the case.
-enum Status : uint8_t { control, affected, unknown };
+enum CaseStatus : uint8_t { control, affected, unknown };
 // [individual]; none where there are not exactly two values.
 std::vector<uint8_t> statusOf(const std::vector<double> &values);
 
