@@ -8,7 +8,7 @@
 #include "text/lines.h"
 #include "text/writer.h"
 
-static constexpr InputOption fileOption = {"-file", Use::Required, "table"};
+static constexpr InputOption fileOption = {"-file", Use::Required, "meta-analysis table"};
 static constexpr OutputOption outOption = {"-out", "input name", "kept lines"};
 static constexpr IntegerOption columnOption
     = {"-column", std::nullopt, "column of the directions, from 1", {.use = Use::Required}};

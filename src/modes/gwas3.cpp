@@ -183,7 +183,7 @@ private:
     const Matrix &m_matrix;
     const Decision &m_decision;
     const double m_passingR2;
-    const ScanKernels &m_kernels = widestOf(allScanKernels());
+    const ScanKernels &m_kernels = *kernelsInUse<ScanKernels>;
     const size_t m_tileRows;  // individuals of a tile
     std::vector<Marker> m_markers;
     size_t m_markerCount = 0;  // in the batch

@@ -23,7 +23,7 @@ static constexpr SwitchOption headerOption = {"-header", "yes: the first line of
 static constexpr SwitchOption refheaderOption
     = {"-refheader", "yes: the first line of the populations is a header", yesOrYES};
 static constexpr TextOption missingOption
-    = {"-missing", "NA", "accepted, not used: what is no number counts as 0", "", {.use = Use::NotUsed}};
+    = {"-missing", "", "accepted, not used: what is no number counts as 0", "", {.use = Use::NotUsed}};
 static constexpr DelimiterOption delimOption
     = {"-delim",
        "tab",

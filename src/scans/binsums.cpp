@@ -97,7 +97,7 @@ MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 #define MORVEL_ROW(name, bytes, target) {#name, supports##name, addTile##name, fitBlock##name},
 static const BinKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
-std::span<const BinKernels> allBinKernels()
+std::span<const BinKernels> BinKernels::all()
 {
     return kernels;
 }

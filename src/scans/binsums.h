@@ -17,6 +17,9 @@ struct BinPoints {
 };
 
 struct BinKernels {
+    // From the narrowest instructions to the widest; the first ones run everywhere.
+    static std::span<const BinKernels> all();
+
     const char *name;
     bool (*isSupported)();
 
@@ -28,6 +31,3 @@ struct BinKernels {
     // absolute slope is not below `least`, or is above `most`, it returns true and forms R2 as well, [marker].
     bool (*fitBlock)(const BinPoints &points, double least, double most, double *sums, double *slopes, double *r2s);
 };
-
-// From the narrowest instructions to the widest; the first ones run everywhere.
-std::span<const BinKernels> allBinKernels();

@@ -182,7 +182,7 @@ MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 #define MORVEL_ROW(name, bytes, target) {#name, supports##name, addRows##name, countPresent##name, fitGroup##name},
 static const ScanKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
-std::span<const ScanKernels> allScanKernels()
+std::span<const ScanKernels> ScanKernels::all()
 {
     return kernels;
 }

@@ -19,6 +19,9 @@ struct LaneBests {
 };
 
 struct ScanKernels {
+    // From the narrowest instructions to the widest; the first ones run everywhere.
+    static std::span<const ScanKernels> all();
+
     const char *name;
     bool (*isSupported)();
 
@@ -37,6 +40,3 @@ struct ScanKernels {
     void (*fitGroup)(const double *sums, size_t width, const double *counts, double r2Limit, double *slope, double *r2,
                      LaneBests &bests);
 };
-
-// From the narrowest instructions to the widest; the first ones run everywhere.
-std::span<const ScanKernels> allScanKernels();

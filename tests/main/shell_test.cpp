@@ -1,3 +1,4 @@
+#include "main/modes.h"
 #include "main/timing.h"
 #include "support/program.h"
 
@@ -30,7 +31,7 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
     } cases[] = {
         {{"-M"}, 1, "1  -M\n" + missing},
         {{"gwas2"}, 1, "1  gwas2\n" + missing},
-        {{"-m", "popsel", "-M", "gwas2"}, 0, "popsel is not available in this version\n"},
+        {{"-m", "regscan1", "-M", "gwas2"}, 0, "regscan1 is not available in this version\n"},
         {{"a", "b", "-M", "regscan1"}, 0, "regscan1 is not available in this version\n"},
         {{"-M", "Gwas2"}, 0, ""},
         {{"-M", "-M", "gwas2"}, 0, ""},
@@ -108,3 +109,13 @@ TEST(ElapsedTime, StartsAtTheLargestUnit)
     for (const auto &row : cases)
         EXPECT_EQ(elapsedTime(row.milliseconds), row.line);
 }
+
+#ifndef NDEBUG
+TEST(Shell, StopsWhereAModeReadsAnOptionThatItDoesNotList)
+{
+    static constexpr IntegerOption listed = {"-a", 1, "listed"}, other = {"-b", 2, "not listed"};
+    static constexpr const Option *options[] = {&listed};
+    const Mode mode = {{"x"}, [] { std::exit(listed.read() + other.read()); }, options, ""};
+    EXPECT_DEATH(runMode(mode), "does not list the option -b");
+}
+#endif

@@ -77,6 +77,12 @@ Result Folder::run(const std::vector<std::string> &arguments, const std::string 
     const char *program = std::getenv("MORVEL_PROGRAM");
     if (!program)
         throw std::runtime_error("MORVEL_PROGRAM does not name the program under test");
+    return runOther(program, arguments, shell, redirection);
+}
+
+Result Folder::runOther(const std::string &program, const std::vector<std::string> &arguments, const std::string &shell,
+                        const std::string &redirection) const
+{
     const Folder streams;
     std::string command = "cd " + quoted(m_path) + " && { " + shell + " " + quoted(program);
     for (const std::string &argument : arguments)

@@ -34,6 +34,9 @@ public:
     // behind it; both are for the shell.
     Result run(const std::vector<std::string> &arguments, const std::string &shell = "",
             const std::string &redirection = "") const;
+    // The same for another program, such as a companion, of the build.
+    Result runOther(const std::string &program, const std::vector<std::string> &arguments, const std::string &shell = "",
+                    const std::string &redirection = "") const;
     // The same for "-M mode".
     Result runMode(const std::string &mode, std::vector<std::string> options) const;
 

@@ -30,9 +30,9 @@ std::string exactText(std::initializer_list<const std::vector<double> *> results
 
 // `results` are everything that the kernels compute for a seed, as text.
 template <class Kernels>
-void expectSameWithAnyInstructions(std::span<const Kernels> table,
-                                   std::string (*results)(const Kernels &, uint64_t seed))
+void expectSameWithAnyInstructions(std::string (*results)(const Kernels &, uint64_t seed))
 {
+    const std::span<const Kernels> table = Kernels::all();
     for (uint64_t seed = 1; seed <= 400; ++seed) {
         for (const Kernels &kernels : table) {
             if (kernels.isSupported()) {

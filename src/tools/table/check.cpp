@@ -36,12 +36,6 @@ static Format formatOf(Content content)
     return format;
 }
 
-static void checkNames(const std::vector<std::string_view> &names, const Table &table)
-{
-    for (const std::string_view name : names)
-        placeOf(name, names, table);  // ends the run where it comes twice
-}
-
 // Row number `row`, from 0, against the list.
 static void checkOrder(uint32_t row, std::string_view name, const Individuals &wanted, const Table &table)
 {
@@ -60,14 +54,15 @@ static size_t checkRows(Table &table, char delimiter, const Individuals *wanted)
     table.readHeader(row);
     std::vector<std::string_view> names;
     text::splitFields(row, {&delimiter, 1}, names);
-    checkNames(names, table);
+    refuseTwins(names, table);
     const size_t idPlace = idPlaceOf(row, delimiter, table);
     Identifiers seen;
     while (table.next(row)) {
-        const std::string_view name = text::findField(row, {&delimiter, 1}, idPlace);
+        const std::string_view name = text::findFieldByText(row, {&delimiter, 1}, idPlace);
+        const size_t count = seen.size();
         if (wanted)
-            checkOrder(uint32_t(seen.size()), name, *wanted, table);
-        if (seen.number(name) + 1 != seen.size())
+            checkOrder(uint32_t(count), name, *wanted, table);
+        if (seen.number(name) != count)
             fatal("Individual %s stands in '%s' again, in line %zu\n", quoted(name).c_str(), table.name().c_str(),
                   table.line());
     }

@@ -93,7 +93,8 @@ Kind ListReader::kindOf(string_view firstLine) const
 void ListReader::add(string_view name)
 {
     Identifiers &names = m_individuals.names;
-    if (names.number(name) + 1 != names.size() || name.empty())
+    const size_t count = names.size();
+    if (names.number(name) != count)
         fatal("Individual %s stands twice in '%s'\n", quoted(name).c_str(), m_lines.name().c_str());
 }
 

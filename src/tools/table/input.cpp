@@ -1,6 +1,7 @@
 #include "tools/table/input.h"
 #include "main/console.h"
 #include "main/nearest.h"
+#include "tables/identifiers.h"
 #include "text/delimiters.h"
 #include "text/fields.h"
 
@@ -97,6 +98,12 @@ Format readFormat(const WordOption &outDelim)
     return format;
 }
 
+void requireField(string_view text, const Format &format)
+{
+    if (text.empty() || text.find_first_of(std::string{format.out, '\n', '\r'}) != text.npos)
+        fatal("%s cannot be a field of the result\n", quoted(text).c_str());
+}
+
 Table::Table(const std::string &name, const Format &format) : m_lines(name), m_format(format)
 {
 }
@@ -149,7 +156,13 @@ void Table::readHeader(string_view &row)
     if (!next(row))
         fatal("'%s' is empty\n", name().c_str());
     if (m_width == 1)
-        fatal("Line %zu of '%s' has one field%s\n", line(), name().c_str(), m_hint.c_str());
+        failOneField(row);
+}
+
+void Table::failOneField(string_view line)
+{
+    findHint(line);
+    fatal("Line %zu of '%s' has one field%s\n", this->line(), name().c_str(), m_hint.c_str());
 }
 
 void Table::findHint(string_view line)
@@ -201,9 +214,12 @@ size_t Table::takeField(string_view line, size_t first)
             ++end;
         m_row.append(line, first, end - first);
     }
-    if (m_row.find(m_format.out, before) != m_row.npos)
+    if (m_row.find(m_format.out, before) != m_row.npos) {
+        if (first == 0 && end == line.size())
+            failOneField(line);
         fatal("Line %zu of '%s': the field '%s' holds the delimiter of the result; -outdelim names another\n",
               this->line(), name().c_str(), m_row.c_str() + before);
+    }
     return end;
 }
 
@@ -235,6 +251,15 @@ size_t placeOf(string_view name, const std::vector<string_view> &header, const T
     if (std::find(found + 1, header.end(), name) != header.end())
         fatal("'%s' has two columns %s\n", table.name().c_str(), quoted(name).c_str());
     return size_t(found - header.begin());
+}
+
+void refuseTwins(const std::vector<string_view> &header, const Table &table)
+{
+    Identifiers seen;
+    for (size_t i = 0; i < header.size(); ++i) {
+        if (seen.number(header[i]) != i)
+            fatal("'%s' has two columns %s\n", table.name().c_str(), quoted(header[i]).c_str());
+    }
 }
 
 std::vector<size_t> placesOf(string_view names, const std::vector<string_view> &header, const Table &table)

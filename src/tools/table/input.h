@@ -71,6 +71,9 @@ struct Format {
 // By the options above; where `outDelim` has no value, `out` is as `in`, and a tab for blanks.
 Format readFormat(const WordOption &outDelim = outDelimOption);
 
+// Ends the run where the text, which comes from elsewhere than the table, would not be one field of the result.
+void requireField(std::string_view text, const Format &format);
+
 // The rows of a table, all with as many fields as the first one; any other ends the run.
 class Table {
 public:
@@ -84,7 +87,7 @@ public:
     size_t line() const { return m_lines.number(); }  // of that row
     size_t width() const { return m_width; }
     const std::string &name() const { return m_lines.name(); }
-    // ": with -delim comma they would be 3", if the first row looks like that; else nothing.
+    // "; with -delim comma it would have 3", if the first row looks like that; else nothing.
     const std::string &delimiterHint() const { return m_hint; }
 
 private:
@@ -95,6 +98,7 @@ private:
     size_t takeQuoted(std::string_view line, size_t first);
     bool endsField(std::string_view line, size_t i) const;
     bool hasQuotes(std::string_view line) const;
+    [[noreturn]] void failOneField(std::string_view line);
     void findHint(std::string_view line);
 
     InputLines m_lines;
@@ -106,6 +110,9 @@ private:
 
 // The 0-based place of the name among the header's fields; a name that is not there, or twice, ends the run.
 size_t placeOf(std::string_view name, const std::vector<std::string_view> &header, const Table &table);
+
+// Ends the run where a name comes twice in the header.
+void refuseTwins(const std::vector<std::string_view> &header, const Table &table);
 
 // Names parted by commas, each with its place in the header; one that is given twice ends the run.
 std::vector<size_t> placesOf(std::string_view names, const std::vector<std::string_view> &header, const Table &table);
