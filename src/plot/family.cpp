@@ -16,7 +16,7 @@ static constexpr const Option *options[]
     = {&fileOption, &outOption, &mostOption, &titleOption, &widthOption, &heightOption, &scriptOption};
 
 static constexpr size_t mostNamed = 12;     // members whose names stand beside their matrix
-static constexpr size_t mostCells = 120;    // of a side; of more only some are drawn
+static constexpr size_t mostCells = 120;    // of a side; of more the largest value of several pairs is drawn
 
 struct Family {
     std::string number;  // as in the file
@@ -86,6 +86,17 @@ static double largestOf(const std::vector<Family> &families)
     return most > 0 ? most : 1;
 }
 
+// Of the pairs of these members.
+static double largestIn(const Family &family, size_t row, size_t rowEnd, size_t column, size_t columnEnd)
+{
+    double most = 0;
+    for (size_t i = row; i < rowEnd; ++i) {
+        for (size_t k = column; k < columnEnd; ++k)
+            most = i != k && family.values[i][k] > most ? family.values[i][k] : most;
+    }
+    return most;
+}
+
 static void drawMatrix(const Family &family, double most, const Box &box, int nameRoom, Figure &figure)
 {
     const size_t n = family.members.size(), cells = std::min(n, mostCells);
@@ -94,19 +105,21 @@ static void drawMatrix(const Family &family, double most, const Box &box, int na
     std::vector<Figure::Rectangle> diagonal;
     for (size_t i = 0; i < cells; ++i) {
         for (size_t k = 0; k < cells; ++k) {
-            // The place in the matrix: of a very large one every so many members.
-            const size_t row = i * n / cells, column = k * n / cells;
             const double bottom = double(cells - i) - 1;
-            auto &cellsOfLevel = row == column ? diagonal : levels[levelOf(family.values[row][column], most)];
-            cellsOfLevel.push_back({double(k), bottom, double(k) + 1, bottom + 1});
+            const Figure::Rectangle cell = {double(k), bottom, double(k) + 1, bottom + 1};
+            if (i == k)
+                diagonal.push_back(cell);
+            else if (const size_t level = levelOf(largestIn(family, i * n / cells, (i + 1) * n / cells, k * n / cells, (k + 1) * n / cells), most))
+                levels[level].push_back(cell);
         }
-        if (n <= mostNamed && nameRoom > 0)
+        if (n <= mostNamed && nameRoom > 0 && box.height() / int(n) >= smallText)
             figure.text(box.left - 10, box.top + (double(i) + 0.5) / double(cells) * box.height(), shownText(family.members[i], 8), smallText,
                         Align::Right);
     }
+    levels[0].push_back({0, 0, double(cells), double(cells)});
     for (size_t level = 0; level < levels.size(); ++level)
         figure.rectangles(levels[level], cividis[level]);
-    figure.rectangles(diagonal, lightGrey);
+    figure.rectangles(diagonal, "#ffffff");
     figure.text(box.left, box.top - 24, "family " + family.number + ": " + shownCount(n), smallText);
     figure.endPanel();
 }
@@ -119,7 +132,7 @@ static void drawScale(double most, const Box &box, Figure &figure)
         const Figure::Rectangle part[] = {{step * double(k), 0, step * double(k + 1), 1}};
         figure.rectangles(part, cividis[k]);
     }
-    figure.text((box.left + box.right) / 2.0, box.bottom + 84, "Value of the pair (diagonal grey)", largeText, Align::Centre);
+    figure.text((box.left + box.right) / 2.0, box.bottom + 84, "Value of the pair (diagonal white)", largeText, Align::Centre);
     figure.endPanel();
 }
 
