@@ -43,6 +43,7 @@ struct Effect {
     double slope, intercept, r2, p;  // R2 and p below 0 or nan: none
     bool isGrouped = true;           // x are places of bins or classes
     std::string xLabel, yLabel;
+    bool areWhole = true;  // these places
 };
 
 // The line of the marker, which stays in the reader.
@@ -117,7 +118,7 @@ static Effect seenInBins(std::string_view line, const BinDefinition &definition)
     const std::vector<Bin> bins = fillBins(findBins(definition, phenotype.p2List), phenotype.values);
     const std::vector<double> x = binPositions(bins);
     std::vector<double> means;
-    Effect effect = {{}, {}, 0, 0, -1, -1, true, xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name, "Dosage"};
+    Effect effect = {{}, {}, 0, 0, -1, -1, true, xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name, "Dosage", xmethod == 0};
     for (size_t k = 0; k < bins.size(); ++k) {
         double sum = 0;
         for (const size_t i : bins[k].individuals) {
@@ -232,8 +233,8 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
     const double width = effect.isGrouped ? (right.x - left.x) / double(std::max(effect.means.size(), size_t(2)) - 1) : 0;
     const double xRoom = effect.isGrouped ? std::max(width, 1e-9) * 0.6 : std::max((right.x - left.x) * 0.05, 0.05);
     const double yRoom = top > bottom ? (top - bottom) * 0.08 : 0.5;
-    const Axis xAxis = {left.x - xRoom, right.x + xRoom, shownText(effect.xLabel, 30)};
-    const Axis yAxis = {bottom - yRoom, top + yRoom * 2.2, shownText(effect.yLabel, 30), true, 136};
+    const Axis xAxis = {left.x - xRoom, right.x + xRoom, shownText(effect.xLabel, 30), true, effect.isGrouped && effect.areWhole ? 1.0 : 0};
+    const Axis yAxis = {bottom - yRoom, top + yRoom * 2.2, shownText(effect.yLabel, 30), true, 0, 136};
     Figure figure(size);
     const Box box = {180, size.top + 20, size.width - 50, size.height - 130};
     figure.beginPanel(box, xAxis, yAxis);

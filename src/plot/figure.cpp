@@ -9,9 +9,12 @@ namespace plot {
 std::string constantOfBytes(std::string_view bytes)
 {
     std::string constant = "\"";
+    // An octal number ends where no digit follows.
+    bool isBehindNumber = false;
     for (const char byte : bytes) {
-        const bool isPlain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9')
+        const bool isPlain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9' && !isBehindNumber)
                              || byte == ' ' || byte == '.' || byte == ',' || byte == ':' || byte == '-' || byte == '_';
+        isBehindNumber = !isPlain;
         if (isPlain) {
             constant += byte;
         } else {
@@ -56,7 +59,7 @@ static const char *fontOf(int size)
 // A step of 1, 2 or 5 times a power of ten that puts so many numbers on the axis at most.
 static double stepOf(const Axis &axis, int most)
 {
-    const double least = (axis.to - axis.from) / std::max(most, 1);
+    const double least = std::max((axis.to - axis.from) / std::max(most, 1), axis.leastStep);
     const double power = std::pow(10, std::floor(std::log10(least)));
     for (const double factor : {1, 2, 5}) {
         if (factor * power >= least)

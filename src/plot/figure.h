@@ -27,7 +27,8 @@ struct Axis {
     double from, to;
     std::string label = "";
     bool hasNumbers = true;
-    int labelApart = 112;  // pixels from the axis to the middle of the label of a y axis
+    double leastStep = 0;  // between numbers
+    int labelApart = 122;  // pixels from the axis to the middle of the label of a y axis
 };
 
 struct Point {

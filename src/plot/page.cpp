@@ -3,6 +3,7 @@
 #include "plot/gnuplot.h"
 #include "plot/rows.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -25,7 +26,7 @@ body { margin: 0 auto; padding: 1rem; max-width: 64rem; background: var(--back);
 header { display: flex; flex-wrap: wrap; gap: 1rem; align-items: baseline; justify-content: space-between; }
 h1 { font-size: 1.6rem; margin: 0; } h2 { font-size: 1.25rem; margin: 2.5rem 0 .5rem; }
 a { color: var(--link); } nav ul { padding: 0; margin: 1rem 0; display: flex; flex-wrap: wrap; gap: .25rem 1.25rem; list-style: none; }
-figure { margin: 1rem 0; } figure svg { display: block; width: 100%; max-width: 46rem; height: auto; }
+figure { margin: 1rem 0; } figure svg { display: block; width: 100%; max-width: 40rem; height: auto; }
 figcaption, .quiet { color: var(--quiet); font-size: .9rem; }
 pre { background: var(--field); padding: .75rem; overflow-x: auto; white-space: pre-wrap; }
 button, input { font: inherit; color: inherit; background: var(--field); border: 1px solid var(--line); border-radius: .25rem;
@@ -36,7 +37,7 @@ button, input { font: inherit; color: inherit; background: var(--field); border:
 table { border-collapse: collapse; font-size: .9rem; width: 100%; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
 caption { text-align: left; font-weight: 600; padding: .4rem .6rem; }
 th, td { padding: .25rem .6rem; text-align: left; border-bottom: 1px solid var(--line); white-space: nowrap; }
-td.number { text-align: right; }
+.number { text-align: right; }
 th { position: sticky; top: 0; background: var(--field); padding: 0; }
 th button { border: 0; width: 100%; text-align: inherit; font-weight: 600; cursor: pointer; white-space: nowrap; }
 th[aria-sort=ascending] button::after { content: " \25b2"; } th[aria-sort=descending] button::after { content: " \25bc"; }
@@ -169,16 +170,24 @@ void Page::table(std::string_view caption, const std::vector<std::string> &head,
               + "\" type=\"search\"> <output for=\"" + id + "\" class=\"quiet\"></output></div>\n"
               "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"" + markupOf(caption) + "\"><table>\n<caption>"
               + markupOf(caption) + "</caption>\n<thead><tr>";
-    for (const std::string &name : head)
-        m_body += "<th scope=\"col\"><button type=\"button\">" + markupOf(name) + "</button></th>";
+    const auto fieldOf = [](const std::vector<std::string> &row, size_t column) {
+        return column < row.size() ? std::string_view(row[column]) : std::string_view();
+    };
+    // A column of numbers, some of which may be missing, stands to the right.
+    std::vector<const char *> classes;
+    for (size_t column = 0; column < head.size(); ++column) {
+        const bool isNumeric = std::ranges::all_of(rows, [&](const std::vector<std::string> &row) {
+            const std::string_view field = fieldOf(row, column);
+            return field.empty() || field == "NA" || !std::isnan(numberIn(field));
+        });
+        classes.push_back(isNumeric ? " class=\"number\"" : "");
+        m_body += std::string("<th scope=\"col\"") + classes.back() + "><button type=\"button\">" + markupOf(head[column]) + "</button></th>";
+    }
     m_body += "</tr></thead>\n<tbody>\n";
     for (const std::vector<std::string> &row : rows) {
         m_body += "<tr>";
-        for (size_t i = 0; i < head.size(); ++i) {
-            const std::string_view field = i < row.size() ? std::string_view(row[i]) : std::string_view();
-            m_body += std::isnan(numberIn(field)) ? "<td>" : "<td class=\"number\">";
-            m_body += markupOf(field) + "</td>";
-        }
+        for (size_t i = 0; i < head.size(); ++i)
+            m_body += std::string("<td") + classes[i] + ">" + markupOf(fieldOf(row, i)) + "</td>";
         m_body += "</tr>\n";
     }
     m_body += "</tbody>\n</table></div>\n</div>\n";

@@ -44,7 +44,7 @@ Figure drawRemoval(const std::string &file, const Size &asked)
     const double most = std::max(pairs[0].y, *std::ranges::max_element(removal.individuals)) * 1.05;
     Figure figure(size);
     const Box box = {180, size.top + 60, size.width - 50, size.height - 130};
-    const Axis xAxis = {0, double(n), "Individuals removed"}, yAxis = {0, most > 0 ? most : 1, "Left", true, 136};
+    const Axis xAxis = {0, double(n), "Individuals removed", true, 1}, yAxis = {0, most > 0 ? most : 1, "Left", true, 1, 136};
     figure.beginPanel(box, xAxis, yAxis);
     // Steps, since nothing changes between removals.
     const auto steps = [&](const std::vector<Point> &points) {

@@ -24,7 +24,7 @@ static constexpr OutputOption pageOption = {"-out", "", "page, as .html", {.use 
 static constexpr const Option *options[] = {&namesOption, &pageOption, &titleOption};
 
 static constexpr size_t mostHits = 200, mostRows = 1000;  // in a table
-static constexpr Size pictureSize = {int(110 * pixelsPerMillimetre), 0, 30, true};
+static constexpr Size pictureSize = {int(columnWidth * pixelsPerMillimetre), 0, 30, true};
 
 enum class Kind { Other, Console, Hits, Statistics, Profile, Ranges, Family, Mixture, Shifts, Balance, Removal, Kept, Removed };
 

@@ -86,7 +86,7 @@ static Axis axisOf(const Measure &measure)
             top = std::isfinite(value) ? std::max(top, value) : top;
     }
     top = top > 0 ? top : 1;
-    return {-top * 0.05, top * 1.25, measure.label, true, 136};
+    return {-top * 0.05, top * 1.25, measure.label, true, measure.label == "Hits" || measure.label == "Group size" ? 1.0 : 0, 136};
 }
 
 // Draws the panel and returns the rows that stand out in it.

@@ -45,8 +45,8 @@ Figure drawShifts(const std::string &file, const std::string &delimiter, const S
     const double room = most * 0.2;
     Figure figure(size);
     const Box box = {180, size.top, size.width - 50, size.height - 130};
-    const Axis xAxis = {from, to, "Shift (rows)"};
-    const Axis yAxis = {std::min(low->y, 0.0) - room, std::max(high->y, 0.0) + room, "Correlation", true, 136};
+    const Axis xAxis = {from, to, "Shift (rows)", true, 1};
+    const Axis yAxis = {std::min(low->y, 0.0) - room, std::max(high->y, 0.0) + room, "Correlation", true, 0, 136};
     figure.beginPanel(box, xAxis, yAxis);
     const Point zero[] = {{from, 0}, {to, 0}};
     figure.line(zero, grey, thinLine);
