@@ -49,16 +49,24 @@ std::vector<Cloud::Reach> Cloud::stencil(int diameter)
     return columns;
 }
 
+// Every dot on its own, and joined afterwards: a rim that is drawn twice would be darker.
 std::vector<Cloud::Run> Cloud::allRuns() const
 {
-    std::vector<Run> runs;
+    std::vector<Run> single, runs;
     const std::vector<Reach> columns = stencil(m_diameter);
     for (const size_t dot : m_dots) {
         const int x = int(dot) / m_height, y = int(dot) % m_height;
         for (const Reach &reach : columns) {
             if (x + reach.dx >= 0 && x + reach.dx < m_width)
-                runs.push_back({x + reach.dx, std::max(y - reach.down, 0), std::min(y + reach.up, m_height - 1)});
+                single.push_back({x + reach.dx, std::max(y - reach.down, 0), std::min(y + reach.up, m_height - 1)});
         }
+    }
+    std::ranges::sort(single, {}, [](const Run &run) { return std::pair(run.x, run.bottom); });
+    for (const Run &run : single) {
+        if (!runs.empty() && runs.back().x == run.x && run.bottom <= runs.back().top + 1)
+            runs.back().top = std::max(runs.back().top, run.top);
+        else
+            runs.push_back(run);
     }
     return runs;
 }

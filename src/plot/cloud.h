@@ -11,7 +11,8 @@ namespace plot {
 
 class Cloud {
 public:
-    // For a panel of so many pixels; dots have this diameter. Without thinning every dot is drawn, for comparison.
+    // For a panel of so many pixels; dots have this diameter. Without thinning every dot is kept and joined
+    // to the others at the end, for comparison.
     Cloud(int width, int height, int diameter, bool isThinned = true);
 
     int width() const { return m_width; }
@@ -29,7 +30,7 @@ public:
     // True where a dot has its centre in the rectangle.
     bool hasDots(int left, int bottom, int right, int top) const;
 
-    // Pixels of a column that are covered without a gap. By columns; without thinning by dots, and some many times.
+    // Pixels of a column that are covered without a gap, by columns from below.
     struct Run {
         int x, bottom, top;
     };

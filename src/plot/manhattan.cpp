@@ -15,7 +15,7 @@ namespace plot {
 static constexpr TextOption lineOption = {"-line", "", "p-values of further lines, parted by commas"};
 static constexpr RealOption leastOption = {"-least", 0, "least -log10 p that is drawn"};
 static constexpr SwitchOption fullOption
-    = {"-full", "yes: draw every marker, however many fall on the same spot; the picture is the same, only larger"};
+    = {"-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
 static constexpr const Option *options[]
     = {&fileOption,     &outOption,      &lineOption,   &leastOption,  &phenotypeOption, &chromosomeColumnOption,
        &positionColumnOption, &pColumnOption, &nameColumnOption, &headerOption, &delimOption, &titleOption,

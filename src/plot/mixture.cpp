@@ -61,12 +61,11 @@ static bool readSample(std::string_view line, const std::vector<std::string> &po
     const size_t score = line.rfind(" score: ");
     if (!isFit || score == line.npos)
         return false;
+    const int parts = line[0] - '0';
     line = line.substr(line.find(' ') + 1, score - line.find(' ') - 1);
-    for (int part = 0; part < 3; ++part) {
-        if (line.ends_with(" - -")) {
-            line.remove_suffix(4);
-            continue;
-        }
+    while (parts < 3 && line.ends_with(" -"))
+        line.remove_suffix(2);
+    for (int part = 0; part < parts; ++part) {
         const double proportion = numberIn(takeLastWord(line));
         const auto isLast = [&](const std::string &name) { return line.ends_with(" " + name); };
         // Of names that end alike the longest.

@@ -11,7 +11,7 @@
 namespace plot {
 
 static constexpr SwitchOption fullOption
-    = {"-full", "yes: draw every marker, however many fall on the same spot; the picture is the same, only larger"};
+    = {"-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
 static constexpr const Option *options[]
     = {&fileOption,  &outOption,   &phenotypeOption, &pColumnOption, &headerOption, &delimOption,
        &titleOption, &widthOption, &heightOption,    &scriptOption,  &fullOption};
