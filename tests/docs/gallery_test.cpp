@@ -24,5 +24,6 @@ TEST(Gallery, DrawsAPictureOfEveryKind)
     for (const Mode *kind : plot::companion.verbs)
         EXPECT_TRUE(drawn.contains(kind->name())) << kind->name();
     std::filesystem::copy(folder.path(""), kept,
-                          std::filesystem::copy_options::overwrite_existing | std::filesystem::copy_options::skip_symlinks);
+                          std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing
+                              | std::filesystem::copy_options::skip_symlinks);
 }
