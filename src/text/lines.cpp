@@ -1,6 +1,7 @@
 #include "text/lines.h"
 #include "text/bytes.h"
 #include "text/files.h"
+#include "text/foreign.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -34,6 +35,7 @@ bool LineReader::open(const std::string &name, size_t block)
     m_buffer = allocate(block);
     m_block = m_size = block;
     m_next = m_end = 0;
+    m_isKnown = false;
     return true;
 }
 
@@ -144,7 +146,16 @@ bool LineReader::refill()
     }
     const size_t bytes = readSome(m_buffer.get() + m_end, m_size - m_end);
     m_end += bytes;
+    if (!m_isKnown) [[unlikely]]
+        refuseForeign();
     return bytes > 0;
+}
+
+void LineReader::refuseForeign()
+{
+    m_isKnown = true;
+    if (const char *kind = onForeign ? foreignKind({m_buffer.get(), m_end}) : nullptr)
+        onForeign(kind, m_name);
 }
 
 size_t LineReader::readSome(char *to, size_t bytes)

@@ -10,7 +10,8 @@
 namespace text {
 
 // A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts.
-// Holds one block, or the longest line met where that is longer. A failed read goes to onFailure.
+// Holds one block, or the longest line met where that is longer. A failed read goes to onFailure, a
+// foreign file to onForeign.
 class LineReader {
 public:
     // Bytes behind a line's end that may be read, though they mean nothing.
@@ -88,6 +89,7 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
+    void refuseForeign();
     size_t readSome(char *to, size_t bytes);
 
     std::string m_name;
@@ -98,6 +100,7 @@ private:
     size_t m_end = 0;    // behind the last byte read
     int m_file = -1;
     bool m_keepsReturns = false;
+    bool m_isKnown = false;  // not to be foreign
 };
 
 }  // namespace text

@@ -1,0 +1,51 @@
+#include "text/foreign.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace text {
+
+using std::string_view;
+using namespace std::string_view_literals;
+
+ForeignHandler onForeign = nullptr;
+
+// The length of the header, small, stands before the word; so no text begins like that.
+static bool isBgen(string_view firstBytes)
+{
+    return firstBytes.size() >= 20 && firstBytes[7] == '\0' && firstBytes.substr(16, 4) == "bgen";
+}
+
+const char *foreignKind(string_view firstBytes)
+{
+    static constexpr struct {
+        string_view mark;
+        const char *kind;
+    } kinds[] = {
+        {"##fileformat=VCF"sv, "a VCF file"},    {"BCF\x02"sv, "a BCF file"},
+        {"\x6c\x1b\x01"sv, "a PLINK .bed file"}, {"\xff\xfe"sv, "UTF-16 text"},
+        {"\xfe\xff"sv, "UTF-16 text"},           {"PK\x03\x04"sv, "a zip archive, as spreadsheets (.xlsx) are"},
+    };
+    for (const auto &[mark, kind] : kinds) {
+        if (firstBytes.starts_with(mark))
+            return kind;
+    }
+    return isBgen(firstBytes) ? "a BGEN file" : nullptr;
+}
+
+const char *foreignKindOf(const std::string &name)
+{
+    struct stat status;
+    if (stat(name.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return nullptr;
+    const int file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return nullptr;
+    char bytes[foreignMarkSize];
+    const ssize_t size = ::read(file, bytes, sizeof bytes);
+    ::close(file);
+    return size > 0 ? foreignKind({bytes, size_t(size)}) : nullptr;
+}
+
+}  // namespace text
