@@ -2,6 +2,7 @@
 #include "main/progress.h"
 #include "text/files.h"
 #include "text/foreign.h"
+#include "text/source.h"
 #include "text/writer.h"
 
 #include <csignal>
@@ -89,6 +90,8 @@ void flushConsole()
 void finish(int status)
 {
     Progress::hide();
+    if (status == 0)
+        text::Writer::closeAll();
     text::Writer::flushAll();
     flushConsole();
     std::exit(status);
@@ -131,9 +134,7 @@ void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer
                 fatal("Output file '%s' is also another output\n", output->c_str());
         }
     }
-    for (const std::string &input : inputs) {
-        if (const char *kind = text::onForeign ? text::foreignKindOf(input) : nullptr)
-            text::onForeign(kind, input);
-    }
+    for (const std::string &input : inputs)
+        text::lookForForeign(input);
     flushConsole();
 }

@@ -1,9 +1,5 @@
 #include "text/foreign.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace text {
 
 using std::string_view;
@@ -32,20 +28,6 @@ const char *foreignKind(string_view firstBytes)
             return kind;
     }
     return isBgen(firstBytes) ? "a BGEN file" : nullptr;
-}
-
-const char *foreignKindOf(const std::string &name)
-{
-    struct stat status;
-    if (stat(name.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
-        return nullptr;
-    const int file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return nullptr;
-    char bytes[foreignMarkSize];
-    const ssize_t size = ::read(file, bytes, sizeof bytes);
-    ::close(file);
-    return size > 0 ? foreignKind({bytes, size_t(size)}) : nullptr;
 }
 
 }  // namespace text

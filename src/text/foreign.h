@@ -12,9 +12,6 @@ inline constexpr size_t foreignMarkSize = 20;
 // What a file that begins so is, as in "a VCF file"; null for what may be a text table.
 const char *foreignKind(std::string_view firstBytes);
 
-// The same for the content of a regular file; null for every other file, of which nothing is read.
-const char *foreignKindOf(const std::string &name);
-
 // Called when the first bytes read from an open file tell that it is foreign, which pipes tell only then. The program
 // installs one that ends the run; where there is none, the file is read like any other.
 using ForeignHandler = void (*)(const char *kind, const std::string &name);
