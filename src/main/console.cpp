@@ -1,4 +1,5 @@
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "text/files.h"
 #include "text/foreign.h"
@@ -94,6 +95,7 @@ void finish(int status)
         text::Writer::closeAll();
     text::Writer::flushAll();
     flushConsole();
+    showDataHints(status);
     std::exit(status);
 }
 
@@ -136,5 +138,7 @@ void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer
     }
     for (const std::string &input : inputs)
         text::lookForForeign(input);
+    for (const std::string &output : outputs)
+        noteOutput(output);
     flushConsole();
 }

@@ -21,6 +21,7 @@ public:
     // False when the file is missing, unreadable or a folder, with the reason in errno.
     bool open(const std::string &name);
     void close();
+    const std::string &name() const { return m_name; }
 
     // Some bytes of content, at most `bytes` > 0; 0 behind the last one.
     size_t read(char *to, size_t bytes)
