@@ -3,6 +3,7 @@
 // but for read1.
 #include "main/console.h"
 #include "modes/modes.h"
+#include "text/decoder.h"
 #include "text/fields.h"
 #include "text/files.h"
 #include "text/lines.h"
@@ -10,14 +11,10 @@
 #include "text/source.h"
 #include "text/writer.h"
 
-#include <QFile>
-#include <QString>
-#include <QStringTokenizer>
-#include <QTextStream>
-
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <string>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
 static char ctext2[6];  // characters of the number at hand
@@ -53,30 +50,17 @@ static void readTest1()
 static void readTest2()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
-    QFile in;
     const int file = text::openContent(inputfile);
-    if (file < 0 || !in.open(file, QIODevice::ReadOnly | QIODevice::Text, QFileDevice::AutoCloseHandle))
+    const std::unique_ptr<text::DecodedFile> in = file < 0 ? nullptr : text::openDecoded(file);
+    if (!in)
         fatal("Input file not found\n");
     text::Writer out;
     if (!out.open("OUTPUT2.txt"))
         fatal("Output file not opened\n");
     out.put("before\n");
 
-    constexpr qint64 pieceSize = 1 << 20;
-    QTextStream stream(&in);
-    QString line;
-    [[maybe_unused]] volatile qsizetype size;
-    // In pieces, since the text of a long line is several times its size in memory.
-    while (stream.readLineInto(&line, pieceSize)) {
-        if (line.isEmpty())
-            continue;
-        // Field by field: a list of all fields would be many times the size of a long line.
-        for (const QStringView field : qTokenize(line, u' '))
-            size = field.size();
-    }
-    if (in.error() != QFileDevice::NoError)
+    if (!in->splitLines())
         text::onFailure("read", inputfile);
-    in.close();
     out.put("after\n");
     out.close();
 }
@@ -113,18 +97,18 @@ static void readTest3()
     }
 
     char line[50000];
-    QString word;
+    std::u16string word;
     [[maybe_unused]] volatile double number;
     while (std::fgets(line, sizeof line, in.get())) {
         int wordCount = 0;
         for (const char *at = line;; ++at) {
             if (*at != ' ' && *at != '\0') {
-                word += QLatin1Char(*at);
+                word += char16_t(static_cast<unsigned char>(*at));
                 continue;
             }
             if (wordCount >= leadingColumns)
-                number = text::readDouble(word.toStdString());
-            word.resize(0);
+                number = text::readDouble(std::string(word.begin(), word.end()));
+            word.clear();
             ++wordCount;
             if (*at == '\0')
                 break;
@@ -162,7 +146,7 @@ static void readTest4()
         text::onFailure("read", inputfile);
     print("c=%li result=%i size = %li entries=%i\n\n", 0L, 0, size, 0);
 
-    QString word;
+    std::u16string word;
     size_t position = 0;  // in ctext2
     int wordCount = 0;    // ended in this line
     for (long offset = 0; offset != size;) {
@@ -174,10 +158,10 @@ static void readTest4()
             const char byte = block[i];
             if (byte == ' ' || byte == '\n') {
                 wordCount = byte == '\n' ? 0 : wordCount + 1;
-                word.resize(0);
+                word.clear();
                 position = 0;
             } else if (wordCount < leadingColumns) {
-                word += QLatin1Char(byte);
+                word += char16_t(static_cast<unsigned char>(byte));
             } else if (position < sizeof ctext2) {  // the rest of a longer number is left out
                 ctext2[position++] = byte;
             }

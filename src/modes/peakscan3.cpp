@@ -4,6 +4,7 @@
 #include "main/console.h"
 #include "main/progress.h"
 #include "modes/modes.h"
+#include "numbers/logarithm.h"
 #include "processors/wide.h"
 #include "tables/columns.h"
 #include "text/lines.h"
@@ -162,7 +163,7 @@ static void score(Chromosome &chromosome)
     static std::vector<double> products;
     auto &[L, P, S, isPeak, D] = chromosome;
     for (double &value : P)
-        value = value <= 0 ? 0 : -std::log10(value);
+        value = value <= 0 ? 0 : -decimalLogarithm(value);
     smooth<profileWindow>(P, S);
     isPeak.assign(P.size(), false);
     derivative(L, P, products);
