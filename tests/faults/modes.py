@@ -25,6 +25,7 @@ genotypes = table(lambda r, i: marker(i) + " ".join(r.choice(TRIPLETS) for _ in 
 dosages = table(lambda r, i: marker(i) + " ".join(str(round(r.uniform(0, 2), 3)) for _ in range(PEOPLE)))
 phenotypes = table(lambda r, i: name("ph", i) + 250 * "." + "".join(
     " NA" if r.random() < 0.1 else f" {r.gauss(100, 9):.2f}" for _ in range(PEOPLE)))
+cases = table(lambda r, i: name("ph", i) + "".join(r.choice([" 1", " 2", " 2", " NA"]) for _ in range(PEOPLE)))
 bins = lambda n: b"0 0.25\n0.25 0.75\n0.75 1\n"
 pairs = table(lambda r, i: f"{name('id', i)}\t{name('id', i // 2 * 3 % (i + 1) + 1)}\t{round(r.uniform(0, 1), 4)}")
 weights = table(lambda r, i: f"{name('id', i)}\t{r.randint(1, 99)}")
@@ -98,6 +99,14 @@ MODES = [
     Mode("gwas3", "-pfile pheno -gfile gen -out out -slope 9", {"pheno": phenotypes, "gen": genotypes}, "out out.stats",
          {}, {"pheno": OTHERS, "gen": OTHERS}, 300, rereads=True, longest=(SCAN_NAMES,),
          lines=(("gen", MARKER, b" 0 0 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 5))),
+    Mode("regscan1", "-pfile pheno -gfile gen -out out -statlimit 1", {"pheno": phenotypes, "gen": genotypes},
+         "out out.stats", {}, {"gen": OTHERS}, 300, rereads=True, longest=(SCAN_NAMES,),
+         lines=(("gen", MARKER, b" 0 0 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 5))),
+    Mode("regscan1", "-pfile pheno -gfile dose -out out -type bins -binfile borders -xmethod mean",
+         {"pheno": phenotypes, "dose": dosages, "borders": bins}, "out out.stats", {"borders": "No groupfile\n"},
+         {"dose": OTHERS, "borders": "You need to choose at least 2 bins\n"}, 300),
+    Mode("regscan1", "-pfile pheno -gfile dose -out out -type logistic -statlimit 1",
+         {"pheno": cases, "dose": dosages}, "out out.stats", {}, {"dose": OTHERS}, 300),
     Mode("mixfit", "-file in -ref ref -refpops 3 -step 0.25 -plimit 0.2 -combinatorics yes -out out",
          {"in": samples, "ref": populations}, "out", {}, {"ref": "Reference file must hold 3 lines of 3 values\n"},
          longest=(("-delim", 19, "at once"),),
