@@ -1,7 +1,7 @@
 # To be sourced.
 
 # What the build needs. ISA-L exists for two kinds of processor only; elsewhere the build does without.
-build_packages="g++ cmake make qt6-base-dev zlib1g-dev libdeflate-dev libzstd-dev"
+build_packages="g++ cmake make qt6-base-dev libboost-dev zlib1g-dev libdeflate-dev libzstd-dev"
 case $(dpkg --print-architecture) in amd64 | arm64) build_packages+=" libisal-dev" ;; esac
 
 # Installs the named Debian packages that are missing, as root or with sudo.
