@@ -35,6 +35,7 @@ results = table(lambda r, i: f"{name('rs', i)} {9000 * (i + 1)} {10 ** -r.unifor
                              f"{name('chr', i * 5 // 4000)} {''.join(r.choice('+-?') for _ in range(5))}")
 genetic_map = lambda n: b"position rate cM\n4500 1 0.1\n40500 1 0.5\n90000000 1 900\n"
 columns = table(lambda r, i: f"{r.uniform(0, 9):.3f} {r.uniform(0, 9):.3f}")
+people = table(lambda r, i: f"{name('id', i)}\t{r.randint(20, 80)}\t{r.gauss(0, 1):.3f}")
 
 
 class Mode(NamedTuple):
@@ -58,6 +59,10 @@ NAMES = ("-file -out", 199, "at once")
 SCAN_NAMES = ("-pfile -gfile -out", 99, "complete")
 OPEN_REMOVAL = {"in": NO_INPUT, "out": NO_OUTPUT, "weights": "Pfile not found\n"}
 EMPTY_REMOVAL = {"in": "Nothing to remove!\nNo new files created.\n"}
+OPEN_MATCHING = {file: f"Cannot open '{file}'\n" for file in ("in", "pool", "out", "out.log")}
+EMPTY_MATCHING = {
+    "in": "'in', line 1, column 1: no individuals\n",
+    "pool": f"'pool', line 1, column 1: the pool ends with 0 individuals, fewer than 1 for each of {SMALL}\n"}
 MARKER = b"1 rs1 1 A G"
 LONG_GENOTYPES = (("in", MARKER, b" 0 0 1", 1.5),)
 LONG_DOSAGES = (("in", MARKER, b" 1", 1.5),)
@@ -119,6 +124,12 @@ MODES = [
          {"in": results, "map": genetic_map}, "out out.removed", {}, {"map": "error!\n"}, 9000, lines=LONG_RESULTS),
     Mode("levin", "-file in -out out -delim space", {"in": columns}, "out", rows=6000,
          lines=(("in", b"1 2", b" 0", 1.5),)),
+    Mode("popsel", "-file1 in -file2 pool -out out -exact-individuals 100 -exact-rounds 2",
+         {"in": people, "pool": people}, "out out.log",
+         OPEN_MATCHING, EMPTY_MATCHING,
+         lines=(("in", b"a\t1\t2", b" ", 1.5), ("pool", b"a\t1\t2", b" ", 1.5))),
+    Mode("popsel", "-file1 in -file2 pool -out out -group-match yes -exact-rounds 1", {"in": people, "pool": people},
+         "out out.log", OPEN_MATCHING, EMPTY_MATCHING, 500),
     Mode("peakscan3", "-file in -out out -lcolumn 2 -pcolumn 3 -chrcolumn 4 -delim space -header yes",
          {"in": results}, "out out.ranges", rows=30000,
          lines=(("in", b"h\nrs1 5000 0.5 1", b" 0", 1.5),)),
