@@ -114,10 +114,10 @@ MORVEL_WIDE static void sumProducts(const double *x, size_t count, const double 
     Shifts sums[lanesPerBlock] = {};
     for (size_t i = 0; i < count; ++i, --partners) {
         for (size_t n = 0; n < lanesPerBlock; ++n)
-            sums[n] += x[i] * *reinterpret_cast<const Shifts *>(partners + n * laneCount);
+            sums[n] += x[i] * load<Shifts>(partners + n * laneCount);
     }
     for (size_t n = 0; n < lanesPerBlock; ++n)
-        *reinterpret_cast<Shifts *>(nominators + n * laneCount) = sums[n];
+        store(nominators + n * laneCount, sums[n]);
 }
 
 // The ranges of the correlations on both sides of 0, and the first shifts with the strongest ones.
