@@ -81,6 +81,8 @@ void flushConsole()
 void finish(int status)
 {
     Progress::hide();
+    if (status == 0)
+        text::Writer::closeAll();
     text::Writer::flushAll();
     flushConsole();
     std::exit(status);

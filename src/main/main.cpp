@@ -6,8 +6,7 @@
 #include "main/options.h"
 #include "main/timing.h"
 
-#include <QElapsedTimer>
-
+#include <chrono>
 #include <cstring>
 #include <new>
 
@@ -54,8 +53,7 @@ int main(int argc, char **argv)
     if (chosen)
         collectOptions(argc, argv, *chosen);
 
-    QElapsedTimer t;
-    t.start();
+    const auto start = std::chrono::steady_clock::now();
     print("\nSTART TIME: %s", currentTime().c_str());
     if (chosen) {
         try {
@@ -65,7 +63,8 @@ int main(int argc, char **argv)
         }
     }
     print("END TIME: %s", currentTime().c_str());
-    print("%s", elapsedTime(t.elapsed()).c_str());
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    print("%s", elapsedTime(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count()).c_str());
     Switches.clear();
     finish(0);
 }

@@ -1,11 +1,17 @@
 #include "main/timing.h"
 
-#include <QDateTime>
+#include <ctime>
 
+// Names in English: the process keeps the locale "C".
 std::string currentTime()
 {
-    const QDateTime now = QDateTime::currentDateTime();
-    return now.time().toString(Qt::TextDate).toStdString() + ", " + now.date().toString(Qt::TextDate).toStdString()
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    localtime_r(&now, &local);
+    char time[16], day[16];
+    std::strftime(time, sizeof time, "%H:%M:%S, ", &local);
+    std::strftime(day, sizeof day, "%a %b ", &local);
+    return std::string(time) + day + std::to_string(local.tm_mday) + ' ' + std::to_string(1900 + local.tm_year)
            + "\n\n";
 }
 

@@ -1,23 +1,20 @@
 // Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the
-// run. What is read is thrown away; what comes out is a few marker lines.
+// run. What is read is thrown away; what comes out is a few marker lines. What is compressed or a pipe is copied first,
+// but for read1.
 #include "main/console.h"
 #include "modes/modes.h"
+#include "text/decoder.h"
 #include "text/fields.h"
 #include "text/files.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
+#include "text/source.h"
 #include "text/writer.h"
 
-#include <QFile>
-#include <QString>
-#include <QStringTokenizer>
-#include <QTextStream>
-
-#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <sys/stat.h>
+#include <string>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
 static char ctext2[6];  // characters of the number at hand
@@ -53,29 +50,17 @@ static void readTest1()
 static void readTest2()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
-    QFile in(inputfile);
-    if (!in.open(QIODevice::ReadOnly | QIODevice::Text))
+    const int file = text::openContent(inputfile);
+    const std::unique_ptr<text::DecodedFile> in = file < 0 ? nullptr : text::openDecoded(file);
+    if (!in)
         fatal("Input file not found\n");
     text::Writer out;
     if (!out.open("OUTPUT2.txt"))
         fatal("Output file not opened\n");
     out.put("before\n");
 
-    constexpr qint64 pieceSize = 1 << 20;
-    QTextStream stream(&in);
-    QString line;
-    [[maybe_unused]] volatile qsizetype size;
-    // In pieces, since the text of a long line is several times its size in memory.
-    while (stream.readLineInto(&line, pieceSize)) {
-        if (line.isEmpty())
-            continue;
-        // Field by field: a list of all fields would be many times the size of a long line.
-        for (const QStringView field : qTokenize(line, u' '))
-            size = field.size();
-    }
-    if (in.error() != QFileDevice::NoError)
+    if (!in->splitLines())
         text::onFailure("read", inputfile);
-    in.close();
     out.put("after\n");
     out.close();
 }
@@ -85,36 +70,17 @@ struct CloseFile {
 };
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
 
-// Null with the reason in errno; fopen() alone would open a folder.
+// Null with the reason in errno.
 static StandardFile openInput()
 {
-    StandardFile file(std::fopen(inputfile, "rb"));
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
-        file.reset();
-        errno = EISDIR;
-    }
-    return file;
+    const int file = text::openContent(inputfile);
+    return StandardFile(file < 0 ? nullptr : fdopen(file, "rb"));
 }
 
 static void checkRead(std::FILE *file)
 {
     if (std::ferror(file))
         text::onFailure("read", inputfile);
-}
-
-// An input that can be read at chosen places: what cannot, such as a pipe, is copied first.
-static StandardFile openToSeek()
-{
-    StandardFile file = openInput();
-    if (!file || std::ftell(file.get()) >= 0)
-        return file;
-    text::TemporaryFile copy;
-    char block[65536];
-    while (const size_t bytes = std::fread(block, 1, sizeof block, file.get()))
-        copy.append({block, bytes});
-    checkRead(file.get());
-    return StandardFile(fdopen(copy.release(), "rb"));
 }
 
 static void readTest3()
@@ -131,18 +97,18 @@ static void readTest3()
     }
 
     char line[50000];
-    QString word;
+    std::u16string word;
     [[maybe_unused]] volatile double number;
     while (std::fgets(line, sizeof line, in.get())) {
         int wordCount = 0;
         for (const char *at = line;; ++at) {
             if (*at != ' ' && *at != '\0') {
-                word += QLatin1Char(*at);
+                word += char16_t(static_cast<unsigned char>(*at));
                 continue;
             }
             if (wordCount >= leadingColumns)
-                number = text::readDouble(word.toStdString());
-            word.resize(0);
+                number = text::readDouble(std::string(word.begin(), word.end()));
+            word.clear();
             ++wordCount;
             if (*at == '\0')
                 break;
@@ -159,7 +125,7 @@ static void readTest4()
     constexpr size_t readBytes = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
-    const StandardFile in = openToSeek();
+    const StandardFile in = openInput();
     if (!in) {
         std::fputs("File error", stderr);
         quit();
@@ -180,7 +146,7 @@ static void readTest4()
         text::onFailure("read", inputfile);
     print("c=%li result=%i size = %li entries=%i\n\n", 0L, 0, size, 0);
 
-    QString word;
+    std::u16string word;
     size_t position = 0;  // in ctext2
     int wordCount = 0;    // ended in this line
     for (long offset = 0; offset != size;) {
@@ -192,10 +158,10 @@ static void readTest4()
             const char byte = block[i];
             if (byte == ' ' || byte == '\n') {
                 wordCount = byte == '\n' ? 0 : wordCount + 1;
-                word.resize(0);
+                word.clear();
                 position = 0;
             } else if (wordCount < leadingColumns) {
-                word += QLatin1Char(byte);
+                word += char16_t(static_cast<unsigned char>(byte));
             } else if (position < sizeof ctext2) {  // the rest of a longer number is left out
                 ctext2[position++] = byte;
             }

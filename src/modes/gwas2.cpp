@@ -3,7 +3,7 @@
 #include "modes/gwas2.h"
 #include "genotypes/dosages.h"
 #include "genotypes/columns.h"
-#include "genotypes/markers.h"
+#include "genotypes/markerlines.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -35,62 +35,25 @@ static constexpr const Option *options[] = {
 static constexpr size_t chunkBytes = size_t(128) << 10;
 
 // The lines of the genotype file as dosage lines.
-class DosageLines {
+class DosageLines final : public MarkerLines {
 public:
-    DosageLines(text::LineReader &in, bool hasTriplets)
-        : m_in(in), m_read(hasTriplets ? &DosageLines::convertNext : &DosageLines::readNext)
+    DosageLines(text::LineReader &in, bool hasTriplets) : MarkerLines(in), m_hasTriplets(hasTriplets)
     {
         m_out.openToMemory(m_text);
     }
 
-    // The first line, which next() gives again. Empty where there is none.
-    std::string_view first()
-    {
-        m_isAtFirst = next(m_first);
-        return m_first;
-    }
-
-    // The next line, which holds more than white space, valid until the next call. False after the last one.
-    bool next(std::string_view &line)
-    {
-        if (m_isAtFirst) {
-            line = m_first;
-            m_isAtFirst = false;
-            return true;
-        }
-        return (this->*m_read)(line);
-    }
-
-    // To be called right after first() where rewind() will be.
-    void prepareToReread();
-    void rewind()
-    {
-        m_in.rewind();
-        m_isAtFirst = m_isCopied;
-    }
-
 private:
-    bool readNext(std::string_view &line) { return nextMarkerLine(m_in, line); }
+    bool read(std::string_view &line) override
+    {
+        return m_hasTriplets ? convertNext(line) : nextMarkerLine(m_in, line);
+    }
     bool convertNext(std::string_view &line);
 
-    text::LineReader &m_in;
-    bool (DosageLines::*const m_read)(std::string_view &line);
-    bool m_isCopied = false;  // m_in, from its second line on
-    std::string_view m_first;
-    std::string m_keptFirst;  // and slack behind it, where there will be a rewind()
-    bool m_isAtFirst = false;
+    bool m_hasTriplets;
     std::string m_text;  // of a converted line
     text::Writer m_out;  // to m_text
     TripletConverter m_convertTriplets = tripletConverter(false, false);
 };
-
-void DosageLines::prepareToReread()
-{
-    m_keptFirst = m_first;
-    m_keptFirst.append(text::LineReader::slack, '\0');
-    m_first = {m_keptFirst.data(), m_first.size()};
-    m_isCopied = m_in.copyRestToReread();
-}
 
 // What gentoAD writes, up to its next line break: some lines of triplets have none, on purpose.
 bool DosageLines::convertNext(std::string_view &line)

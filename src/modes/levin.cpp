@@ -1,8 +1,8 @@
 // Correlation of a column with every circular shift of another: two numeric columns of a table become one row
 // for each shift, its number, the correlation and the value that stands first.
+#include "correlation/shiftsums.h"
 #include "main/console.h"
 #include "modes/modes.h"
-#include "processors/lanes.h"
 #include "tables/columns.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <vector>
 
 static constexpr InputOption fileOption = {"-file", Use::Required, "table"};
@@ -71,6 +72,9 @@ static void readValues(text::LineReader &in)
 // What the correlations of all shifts share.
 struct Sums {
     double N, X = 0, Y = 0, denominator = 0;
+
+    // Never falls where the nominator rises, also as rounded.
+    double correlation(double nominator) const { return (N * nominator - X * Y) / denominator; }
 };
 
 static Sums sumColumns()
@@ -87,37 +91,6 @@ static Sums sumColumns()
     }
     sums.denominator = std::sqrt((sums.N * YY - sums.Y * sums.Y) * (sums.N * XX - sums.X * sums.X));
     return sums;
-}
-
-// Four shifts side by side, and several of these, so that the adders work while each waits for its own last
-// sum.
-using Shifts = Lanes<double, 32>::Real;
-static constexpr size_t laneCount = sizeof(Shifts) / sizeof(double);
-static constexpr size_t lanesPerBlock = 8;
-static constexpr size_t blockShifts = lanesPerBlock * laneCount;
-
-// The y values, such that at shift k the partner of x[i] is [count - i + k]: backwards, twice, and on to the
-// end of the last block.
-static std::vector<double> unrollShifts(const std::vector<double> &y)
-{
-    const size_t count = y.size();
-    std::vector<double> unrolled(2 * count + blockShifts);
-    for (size_t i = 0; i < unrolled.size(); ++i)
-        unrolled[i] = y[(count - i % count) % count];
-    return unrolled;
-}
-
-// The sums of x times y for blockShifts shifts, `partners` pointing at that of x[0] at the first of them.
-// Each adds its own products in the order of the rows, whatever the width of the instructions.
-MORVEL_WIDE static void sumProducts(const double *x, size_t count, const double *partners, double *nominators)
-{
-    Shifts sums[lanesPerBlock] = {};
-    for (size_t i = 0; i < count; ++i, --partners) {
-        for (size_t n = 0; n < lanesPerBlock; ++n)
-            sums[n] += x[i] * load<Shifts>(partners + n * laneCount);
-    }
-    for (size_t n = 0; n < lanesPerBlock; ++n)
-        store(nominators + n * laneCount, sums[n]);
 }
 
 // The ranges of the correlations on both sides of 0, and the first shifts with the strongest ones.
@@ -146,6 +119,72 @@ struct Extremes {
     }
 };
 
+// What is known of the correlation of a shift.
+struct Range {
+    double low, high;
+
+    // The printed text is open, and so may be the sign.
+    bool isOpen() const
+    {
+        char lowText[text::maxRealSize], highText[text::maxRealSize];
+        return low != high
+               && std::string_view(lowText, text::writeReal(lowText, low))
+                      != std::string_view(highText, text::writeReal(highText, high));
+    }
+};
+
+static Range rangeOf(const BoundedSums &nominators, size_t k, const Sums &sums)
+{
+    const double nominator = nominators.sums[k], bound = nominators.bounds[k];
+    return {sums.correlation(nominator - bound), sums.correlation(nominator + bound)};
+}
+
+// The shifts whose text is open, or of which one or another may be the strongest on its side.
+static std::vector<size_t> findOpenShifts(const BoundedSums &nominators, const Sums &sums)
+{
+    const size_t count = xArray.size();
+    double highestLow = -HUGE_VAL, lowestHigh = HUGE_VAL;
+    for (size_t k = 0; k < count; ++k) {
+        const Range range = rangeOf(nominators, k, sums);
+        highestLow = std::max(highestLow, range.low);
+        lowestHigh = std::min(lowestHigh, range.high);
+    }
+    std::vector<size_t> open;
+    for (size_t k = 0; k < count; ++k) {
+        const Range range = rangeOf(nominators, k, sums);
+        const bool isSure = range.low == range.high;
+        if (!isSure && (range.high >= highestLow || range.low <= lowestHigh || range.isOpen()))
+            open.push_back(k);
+    }
+    return open;
+}
+
+// The sums of x times y, each added up in the order of the rows, or a number which gives the same output. They are
+// formed by convolution at first, in longer segments and then in shorter ones as long as that leaves far fewer open.
+static std::vector<double> formNominators(const Sums &sums)
+{
+    const size_t count = xArray.size();
+    BoundedSums nominators = {std::vector<double>(count), {}};
+    std::vector<size_t> open(count);
+    std::iota(open.begin(), open.end(), size_t(0));
+    if (areBoundable(xArray, yArray)) {
+        for (const size_t length : segmentLengths(count)) {
+            BoundedSums finer = convolveColumns(xArray, yArray, length);
+            std::vector<size_t> stillOpen = findOpenShifts(finer, sums);
+            const bool isMuchBetter = stillOpen.size() < open.size() / 2;
+            if (stillOpen.size() < open.size()) {
+                nominators = std::move(finer);
+                open = std::move(stillOpen);
+            }
+            // A convolution of a segment takes as long as forming a hundred sums.
+            if (!isMuchBetter || open.size() < 400 * (count / length))
+                break;
+        }
+    }
+    formDirectly(xArray, yArray, open, nominators.sums);
+    return std::move(nominators.sums);
+}
+
 static void writeRow(size_t k, double correlation, double firstY, text::Writer &out)
 {
     out.put(k + 1);
@@ -160,19 +199,12 @@ static Extremes correlateShifts(text::Writer &out)
 {
     Extremes extremes;
     const size_t count = xArray.size();
-    if (count == 0)
-        return extremes;
     const Sums sums = sumColumns();
-    const std::vector<double> unrolled = unrollShifts(yArray);
-    double nominators[blockShifts];
-    for (size_t first = 0; first < count; first += blockShifts) {
-        const double *partners = unrolled.data() + count + first;
-        sumProducts(xArray.data(), count, partners, nominators);
-        for (size_t k = first; k < std::min(first + blockShifts, count); ++k) {
-            const double correlation = (sums.N * nominators[k - first] - sums.X * sums.Y) / sums.denominator;
-            extremes.add(correlation, k);
-            writeRow(k, correlation, partners[k - first], out);
-        }
+    const std::vector<double> nominators = formNominators(sums);
+    for (size_t k = 0; k < count; ++k) {
+        const double correlation = sums.correlation(nominators[k]);
+        extremes.add(correlation, k);
+        writeRow(k, correlation, yArray[(count - k) % count], out);
     }
     return extremes;
 }

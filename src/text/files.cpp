@@ -45,6 +45,31 @@ bool isSameFile(const std::string &name1, const std::string &name2)
     return targetOf(name1) == targetOf(name2);
 }
 
+int openToRead(const std::string &name)
+{
+    int file;
+    do {
+        file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    } while (file < 0 && errno == EINTR);
+    struct stat status;
+    if (file < 0 || (fstat(file, &status) == 0 && !S_ISDIR(status.st_mode)))
+        return file;
+    ::close(file);
+    errno = EISDIR;
+    return -1;
+}
+
+size_t readSome(int file, char *to, size_t bytes, const std::string &name)
+{
+    ssize_t got;
+    do {
+        got = ::read(file, to, bytes);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0)
+        onFailure("read", name);
+    return size_t(got);
+}
+
 void writeAll(int file, std::string_view bytes, const std::string &name)
 {
     while (!bytes.empty()) {

@@ -19,6 +19,13 @@ bool exists(const std::string &name);
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
 bool isSameFile(const std::string &name1, const std::string &name2);
 
+// A descriptor for reading, or -1 with the reason in errno; a folder is refused.
+int openToRead(const std::string &name);
+
+// Some bytes, at most `bytes`; 0 at the end of the file. `name` is for the message of a failure, which goes to
+// onFailure.
+size_t readSome(int file, char *to, size_t bytes, const std::string &name);
+
 // Writes all of the bytes; `name` is for the message of a failure, which goes to onFailure.
 void writeAll(int file, std::string_view bytes, const std::string &name);
 

@@ -1,13 +1,8 @@
 #include "text/lines.h"
 #include "text/bytes.h"
-#include "text/files.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
 #include <new>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace text {
 
@@ -21,16 +16,8 @@ LineReader::Memory LineReader::allocate(size_t size)
 
 bool LineReader::open(const std::string &name, size_t block)
 {
-    close();
-    do {
-        m_file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    } while (m_file < 0 && errno == EINTR);
-    struct stat file;
-    if (m_file < 0 || fstat(m_file, &file) != 0 || S_ISDIR(file.st_mode)) {
-        close();
+    if (!m_source.open(name))
         return false;
-    }
-    m_name = name;
     m_buffer = allocate(block);
     m_block = m_size = block;
     m_next = m_end = 0;
@@ -47,29 +34,16 @@ bool LineReader::openToReread(const std::string &name)
 
 bool LineReader::copyRestToReread()
 {
-    if (lseek(m_file, 0, SEEK_CUR) >= 0)
+    if (m_source.startsAgainCheaply())
         return false;
-    TemporaryFile copy;
-    copy.append({m_buffer.get() + m_next, m_end - m_next});
-    while (const size_t bytes = readSome(m_buffer.get(), m_size))
-        copy.append({m_buffer.get(), bytes});
-    close();
-    m_file = copy.release();
-    rewind();
+    m_source.copyRest({m_buffer.get() + m_next, m_end - m_next});
+    m_next = m_end = 0;
     return true;
-}
-
-void LineReader::close()
-{
-    if (m_file >= 0)
-        ::close(m_file);
-    m_file = -1;
 }
 
 void LineReader::rewind()
 {
-    if (lseek(m_file, 0, SEEK_SET) != 0)
-        onFailure("read", m_name);
+    m_source.rewind();
     m_next = m_end = 0;
 }
 
@@ -142,20 +116,9 @@ bool LineReader::refill()
         m_buffer.reset(grown);
         m_size *= 2;
     }
-    const size_t bytes = readSome(m_buffer.get() + m_end, m_size - m_end);
+    const size_t bytes = m_source.read(m_buffer.get() + m_end, m_size - m_end);
     m_end += bytes;
     return bytes > 0;
-}
-
-size_t LineReader::readSome(char *to, size_t bytes)
-{
-    ssize_t got;
-    do {
-        got = ::read(m_file, to, bytes);
-    } while (got < 0 && errno == EINTR);
-    if (got < 0)
-        onFailure("read", m_name);
-    return size_t(got);
 }
 
 }  // namespace text

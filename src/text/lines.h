@@ -1,6 +1,8 @@
 // Reading a file line by line in blocks.
 #pragma once
 
+#include "text/source.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -9,8 +11,9 @@
 
 namespace text {
 
-// A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts.
-// Holds one block, or the longest line met where that is longer. A failed read goes to onFailure.
+// A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts. What is
+// read is the content of the file, plain or compressed (source.h). Holds one block, or the longest line met where that
+// is longer. A failed read goes to onFailure.
 class LineReader {
 public:
     // Bytes behind a line's end that may be read, though they mean nothing.
@@ -19,17 +22,16 @@ public:
     LineReader() = default;
     LineReader(const LineReader &) = delete;
     LineReader &operator=(const LineReader &) = delete;
-    ~LineReader() { close(); }
 
     // False when the file is missing, unreadable or a folder. A smaller block is for tests.
     bool open(const std::string &name, size_t block = size_t(256) << 10);
-    // The same for a file that will be read more than once: what cannot start again, such as a pipe, is copied to
-    // an unnamed temporary file first.
+    // The same for a file that will be read more than once: what cannot start again at once, such as a pipe or a
+    // compressed file, is copied to an unnamed temporary file first.
     bool openToReread(const std::string &name);
-    // For a file that turns out to be read more than once: true where it cannot start again, and then rewind() leads
-    // from now on to the line behind the one read last, from a copy.
+    // For a file that turns out to be read more than once: true where it cannot start again at once, and then rewind()
+    // leads from now on to the line behind the one read last, from a copy.
     bool copyRestToReread();
-    void close();
+    void close() { m_source.close(); }
 
     // From now on a "\r" right before a line's end stays in the line.
     void keepReturns() { m_keepsReturns = true; }
@@ -88,15 +90,13 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
-    size_t readSome(char *to, size_t bytes);
 
-    std::string m_name;
+    Source m_source;
     Memory m_buffer;
     size_t m_block = 0;  // size of a new buffer, without the slack
     size_t m_size = 0;   // of the buffer, without the slack
     size_t m_next = 0;   // first byte not handed out
     size_t m_end = 0;    // behind the last byte read
-    int m_file = -1;
     bool m_keepsReturns = false;
 };
 

@@ -48,6 +48,22 @@ TEST(Help, IsThereForEveryModeAndOptionInTheManual)
     }
 }
 
+// Of a companion's manual and completion; verbs are rows as modes are.
+TEST(Help, IsMadeForCompanionsFromTheirVerbs)
+{
+    const std::string manual = contentOf(MORVEL_PAGES_FOLDER "/morvel-table.1");
+    const size_t start = manual.find("\n.SS transpose\n");
+    ASSERT_NE(start, manual.npos);
+    EXPECT_NE(manual.find("\n\\fB\\-quotes\\fR \\fBrefuse\\fR|\\fBremove\\fR|\\fBkeep\\fR\n", start), manual.npos);
+    const Folder folder;
+    folder.write("script", "source '" MORVEL_PAGES_FOLDER "/morvel-table.bash'\n"
+                           "try() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _morvel-table\n"
+                           "echo \"${COMPREPLY[*]}\"; }\ntry morvel-table re; try morvel-table select -c\n"
+                           "try morvel-table check -content t\n");
+    EXPECT_EQ(std::system(("bash " + folder.path("script") + " >" + folder.path("shown")).c_str()), 0);
+    EXPECT_EQ(folder.read("shown"), "reorder\n-columns\ntable triplets\n");
+}
+
 TEST(Completion, KnowsModesOptionsAndWords)
 {
     const struct {

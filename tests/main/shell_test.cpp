@@ -31,7 +31,7 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
     } cases[] = {
         {{"-M"}, 1, "1  -M\n" + missing},
         {{"gwas2"}, 1, "1  gwas2\n" + missing},
-        {{"-m", "popsel", "-M", "gwas2"}, 0, "popsel is not available in this version\n"},
+        {{"-m", "regscan1", "-M", "gwas2"}, 0, "regscan1 is not available in this version\n"},
         {{"a", "b", "-M", "regscan1"}, 0, "regscan1 is not available in this version\n"},
         {{"-M", "Gwas2"}, 0, ""},
         {{"-M", "-M", "gwas2"}, 0, ""},
