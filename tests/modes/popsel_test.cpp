@@ -31,7 +31,8 @@ TEST(PopSel, WritesMatchesAndLog)
         {"delimiter, header, line ends", "id,age\r\n\r\na,2\r\nb,3", "x,3\ny,0\n\nz,5\nw,-1\n",
          {"-delim", "comma", "-header1", "yes"}, heading + "a\t1\ty\t1\nb\t1\tx\t0\n"},
         // A column without spread, and one of missing values, change nothing; c has no value.
-        {"columns without use", "i k m age\nc 7 . .\na 7 . 2\nb 7 . 3\n", "ID k m age\nx 7 . 3\ny 7 . 0\nz 7 . 5\nw 7 . -1\n",
+        {"columns without use", "i k m age\nc 7 . .\na 7 . 2\nb 7 . 3\n",
+         "ID k m age\nx 7 . 3\ny 7 . 0\nz 7 . 5\nw 7 . -1\n",
          {"-delim", "space", "-headers", "yes", "-missing", "."}, heading + "a\t1\ty\t1\nb\t1\tx\t0\n"},
         {"nobody", "a\tNA\n", pool, {}, heading},
         // Mean 2.5 and deviation 2.5 against 2.5 and 0.5.
@@ -51,10 +52,10 @@ TEST(PopSel, WritesMatchesAndLog)
 TEST(PopSel, LogsTheBalanceBeforeAndAfter)
 {
     const Folder folder;
-    folder.write("cases", "id\tsex\tage\n" "c\tNA\tNA\n" "a\t1\t2\n" "b\t1\t3\n");
-    folder.write("pool", "id\tsex\tage\n" "x\t1\t3\ny\t1\t0\nz\t1\t5\nw\t1\t-1\n");
-    const std::string table = "Column\tMean1\tSD1\tPoolMean\tPoolSD\tMatchedMean\tMatchedSD\tDifferenceBefore\tDifferenceAfter\n"
-                              "age\t2.5\t0.5\t1.75\t2.38485\t";
+    folder.write("cases", "id\tsex\tage\nc\tNA\tNA\na\t1\t2\nb\t1\t3\n");
+    folder.write("pool", "id\tsex\tage\nx\t1\t3\ny\t1\t0\nz\t1\t5\nw\t1\t-1\n");
+    const std::string table = "Column\tMean1\tSD1\tPoolMean\tPoolSD\tMatchedMean\tMatchedSD\t"
+                              "DifferenceBefore\tDifferenceAfter\nage\t2.5\t0.5\t1.75\t2.38485\t";
     const std::string end = "\nIndividuals\t3\nPool\t4\nMatched\t2\nTotal distance\toptimal\nNot matched\tc\tno values\n"
                             "Left out\tsex\tno spread\n";
     EXPECT_EQ(runPopSel(folder, {"-headers", "yes"}).messages,

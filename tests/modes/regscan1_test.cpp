@@ -389,7 +389,8 @@ TEST(Regscan1, GivesTheSameBytesHoweverItIsWorked)
         folder.write("g", input.genotypes);
         const char *type = input.oneOf({"additive", "rank", "logistic", "logistic", "bins"});
         std::vector<std::string> options = {"-pfile", folder.path("p"), "-gfile", folder.path("g"), "-out",
-                                            folder.path("o"), "-type", type, "-statlimit", input.oneOf({"1", "0.2"})};
+                                            folder.path("o"), "-type", type, "-autobins", "4", "-statlimit",
+                                            input.oneOf({"1", "0.2"})};
         ASSERT_EQ(folder.runMode("regscan1", options).status, 0);
         const std::string hits = folder.read("o"), statistics = folder.read("o.stats");
         for (size_t k = 0; k < RegressionKernels::all().size(); ++k) {
