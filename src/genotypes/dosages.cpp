@@ -1,11 +1,9 @@
 #include "genotypes/dosages.h"
-#include "processors/wide.h"
-#include "text/fields.h"
-#include "text/readnumber.h"
+#include "genotypes/reading.h"
 
 #include <array>
 
-using Walker = text::FieldWalker<text::Separator::Blank>;
+using Reader = TripletReader<text::Separator::Blank>;
 
 // The text of every dosage up to 3000 thousandths and the blank behind it in bytes 0 to 6, and their number in byte 7.
 // Six digits are too few to show the rounding to single precision, so the text depends on the thousandths alone. The
@@ -37,62 +35,61 @@ static int wholePart(float value)
     return value >= -2147483648.0f && value < 2147483648.0f ? int(value) : 0;
 }
 
-template <bool isHardCall, bool hasSummary>
-MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out,
-                                        [[maybe_unused]] DosageSink *sink)
+// A dosage as its numbers make it, in single precision.
+static float dosageOf(const Reader &reader, size_t i)
 {
-    constexpr size_t batchTriplets = Walker::batchSize / 3;
+    const Triplet &triplet = reader[i];
+    if (!triplet.isShort()) [[unlikely]]
+        return 2 * float(reader.longNumbers(i)[2]) + float(reader.longNumbers(i)[1]);
+    return 2 * float(text::thousandthValues[triplet.homo]) + float(text::thousandthValues[triplet.hetero]);
+}
+
+// The dosages of a batch, each followed by a blank.
+static char *writeDosages(const Reader &reader, size_t count, char *end)
+{
     const DosageTexts &texts = dosageTexts();
-    Walker walker(genotypes);
-    bool hasTriplets = false;
-    for (;;) {
-        const size_t fields = walker.next(Walker::batchSize);
-        const size_t triplets = fields / 3;
-        char *end = out.reserve(batchTriplets * (text::maxRealSize + 1));
-        float values[batchTriplets];
-        for (size_t i = 0; i < triplets; ++i) {
-            const size_t j = 3 * i;
-            const text::ShortNumber shortHetero = text::readShortNumber(walker.begin(j + 1), walker.size(j + 1));
-            const text::ShortNumber shortHomo = text::readShortNumber(walker.begin(j + 2), walker.size(j + 2));
-            const bool isShort = !(shortHetero.invalid | shortHomo.invalid);
-            const size_t thousandths = size_t(text::thousandthsOf(shortHetero.digits + 2 * shortHomo.digits));
-            const bool hasText = isShort && thousandths < texts.size();
-            if (!isHardCall && hasText) [[likely]] {
-                std::memcpy(end, &texts[thousandths], 8);
-                end += texts[thousandths][7];
-                if constexpr (!hasSummary)
-                    continue;
-            }
-            float hetero, homo;
-            if (isShort) {
-                hetero = float(text::thousandthValues[size_t(text::thousandthsOf(shortHetero.digits))]);
-                homo = float(text::thousandthValues[size_t(text::thousandthsOf(shortHomo.digits))]);
-            } else {
-                hetero = text::readFloat(walker.field(j + 1));
-                homo = text::readFloat(walker.field(j + 2));
-            }
-            float ad = 2 * homo + hetero;
-            if constexpr (isHardCall) {
-                ad += 0.5f;
-                end = text::writeInteger(end, wholePart(ad));
-                *end++ = ' ';
-            } else if (!hasText) {
-                end = text::writeReal(end, ad);
-                *end++ = ' ';
-            }
-            if constexpr (hasSummary)
-                values[i] = ad;
-        }
-        out.commit(end);
-        if constexpr (hasSummary)
-            sink->add(values, triplets);
-        hasTriplets |= triplets > 0;
-        if (fields < Walker::batchSize) {
-            if (hasTriplets && fields % 3 < 2)
-                out.replaceLast('\n');
-            return;
+    for (size_t i = 0; i < count; ++i) {
+        const size_t thousandths = reader[i].dosage;
+        if (thousandths < texts.size()) [[likely]] {
+            std::memcpy(end, &texts[thousandths], 8);
+            end += texts[thousandths][7];
+        } else {
+            end = text::writeReal(end, dosageOf(reader, i));
+            *end++ = ' ';
         }
     }
+    return end;
+}
+
+static char *writeHardCalls(const float *dosages, size_t count, char *end)
+{
+    for (size_t i = 0; i < count; ++i) {
+        end = text::writeInteger(end, wholePart(dosages[i]));
+        *end++ = ' ';
+    }
+    return end;
+}
+
+template <bool isHardCall, bool hasSummary>
+static void convertTriplets(std::string_view genotypes, text::Writer &out, [[maybe_unused]] DosageSink *sink)
+{
+    Reader reader(genotypes);
+    bool hasTriplets = false;
+    while (const size_t triplets = reader.next()) {
+        hasTriplets = true;
+        float values[Reader::batchSize];
+        if constexpr (isHardCall || hasSummary) {
+            for (size_t i = 0; i < triplets; ++i)
+                values[i] = isHardCall ? dosageOf(reader, i) + 0.5f : dosageOf(reader, i);
+        }
+        char *const end = out.reserve(Reader::batchSize * (text::maxRealSize + 1));
+        out.commit(isHardCall ? writeHardCalls(values, triplets, end) : writeDosages(reader, triplets, end));
+        if constexpr (hasSummary)
+            sink->add(values, triplets);
+    }
+    const std::string_view rest = reader.rest();
+    if (hasTriplets && rest.find(' ') == rest.npos)
+        out.replaceLast('\n');
 }
 
 TripletConverter tripletConverter(bool makesHardCalls, bool tellsDosages)
