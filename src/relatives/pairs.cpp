@@ -17,10 +17,6 @@ static const char *takeField(const char *begin, const char *end, char delimiter,
 
 void PairFields::split(std::string_view line, char delimiter)
 {
-    first = second = value = {};
-    count = 0;
-    if (line.empty())
-        return;
     if (line.size() <= 64) {
         // Most lines are short: all delimiters at once.
         const uint64_t all = text::firstBits(text::byteBits(line.data(), delimiter), line.size());
@@ -35,6 +31,10 @@ void PairFields::split(std::string_view line, char delimiter)
             return;
         }
     }
+    first = second = value = std::string_view();
+    count = 0;
+    if (line.empty())
+        return;
     const char *at = line.data() - 1, *const end = line.data() + line.size();
     for (std::string_view *field : {&first, &second, &value}) {
         ++count;
@@ -82,7 +82,7 @@ bool PairReader::readAhead()
     do {
         Line &ahead = m_lines[m_count++];
         ahead.fields.split(line, m_delimiter);
-        ahead.value = text::readDouble(ahead.fields.value);
+        ahead.value = text::readMostlyDecimal(ahead.fields.value);
         ahead.repeatsFirst = false;
         ahead.isWanted = ahead.fields.count > 0 && m_wanted(ahead.value);
         if (ahead.isWanted) {
