@@ -55,9 +55,14 @@ static int wholePart(float value)
 
 // In single precision. The quotients are those of text::thousandthValues, narrowed: no number of thousandths is so near
 // to the middle between two floats that rounding it twice would matter.
-static float dosageOf(HeteroHomo numbers)
+static float dosageOf(const int32_t (&numbers)[2])
 {
-    return 2 * (float(numbers.homo) / 1000) + float(numbers.hetero) / 1000;
+    return 2 * (float(numbers[1]) / 1000) + float(numbers[0]) / 1000;
+}
+
+static bool isLong(const int32_t (&numbers)[2])
+{
+    return (numbers[0] | numbers[1]) < 0;
 }
 
 static float readDosage(const Walker &walker, size_t i)
@@ -73,30 +78,30 @@ static float raised(float dosage)
 }
 
 template <bool isHardCall>
-[[gnu::always_inline]] static inline void formDosages(const Walker &walker, const HeteroHomo *numbers, size_t count,
+[[gnu::always_inline]] static inline void formDosages(const Walker &walker, const int32_t (*numbers)[2], size_t count,
                                                       float *values)
 {
     for (size_t i = 0; i < count; ++i)
         values[i] = raised<isHardCall>(dosageOf(numbers[i]));
     for (size_t i = 0; i < count; ++i) {
-        if (!numbers[i].isShort()) [[unlikely]]
+        if (isLong(numbers[i])) [[unlikely]]
             values[i] = raised<isHardCall>(readDosage(walker, i));
     }
 }
 
 template <bool isHardCall>
-[[gnu::always_inline]] static inline char *writeTexts(const Walker &walker, const HeteroHomo *numbers, size_t count,
+[[gnu::always_inline]] static inline char *writeTexts(const Walker &walker, const int32_t (*numbers)[2], size_t count,
                                                       char *end)
 {
     const DosageTexts &texts = dosageTexts(isHardCall);
     for (size_t i = 0; i < count; ++i) {
-        const uint32_t thousandths = uint32_t(numbers[i].hetero + 2 * numbers[i].homo);
+        const size_t thousandths = isLong(numbers[i]) ? texts.size() : size_t(numbers[i][0] + 2 * numbers[i][1]);
         if (thousandths < texts.size() && texts[thousandths][7] > 0) [[likely]] {
             std::memcpy(end, &texts[thousandths], 8);
             end += texts[thousandths][7];
             continue;
         }
-        const float ad = raised<isHardCall>(numbers[i].isShort() ? dosageOf(numbers[i]) : readDosage(walker, i));
+        const float ad = raised<isHardCall>(isLong(numbers[i]) ? readDosage(walker, i) : dosageOf(numbers[i]));
         end = isHardCall ? text::writeInteger(end, wholePart(ad)) : text::writeReal(end, ad);
         *end++ = ' ';
     }
@@ -108,14 +113,14 @@ MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer
                                         [[maybe_unused]] DosageSink *sink)
 {
     constexpr size_t batchTriplets = Walker::batchSize / 3;
-    const auto readNumbers = kernelsInUse<TripletKernels>->read;
+    const auto readNumbers = kernelsInUse<ShortNumberKernels>->readFields;
     Walker walker(genotypes);
     bool hasTriplets = false;
     for (;;) {
         const size_t fields = walker.next(Walker::batchSize);
         const size_t triplets = fields / 3;
-        HeteroHomo numbers[batchTriplets];
-        readNumbers(walker, triplets, numbers);
+        int32_t numbers[batchTriplets][2];
+        readNumbers(walker.marks() + 1, 3, triplets, numbers);  // P(AB) and P(BB)
         char *const end = out.reserve(batchTriplets * (text::maxRealSize + 1));
         out.commit(writeTexts<isHardCall>(walker, numbers, triplets, end));
         if constexpr (hasSummary) {

@@ -1,24 +1,27 @@
-// The second and third numbers of triplets, several at a time.
+// The numbers of genotype and dosage lines, two at a time.
 #pragma once
 
-#include "text/fields.h"
-
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
-// P(AB) and P(BB) in thousandths; both are -1 where one is no short number, as text::readShortNumber() takes it.
-struct HeteroHomo {
-    bool isShort() const { return hetero >= 0; }
+// A number in thousandths, or notShort where it has another form than "1", "0.5" or "0.123", as text::readShortNumber()
+// takes it.
+inline constexpr int32_t notShort = -1;
 
-    int32_t hetero, homo;
-};
-
-struct TripletKernels {
+struct ShortNumberKernels {
     const char *name;
     bool (*isSupported)();
 
-    // Reads the numbers of so many triplets, whose fields the walker has found.
-    void (*read)(const text::FieldWalker<text::Separator::Blank> &walker, size_t triplets, HeteroHomo *numbers);
+    // Reads so many pairs of neighbouring fields of a LineReader's line: [0] lies between the first two marks, [1]
+    // behind it; the next pair lies `step` marks on. An empty field counts as 0 or, among words, as notShort.
+    void (*readFields)(const char *const *marks, size_t step, size_t pairs, int32_t (*numbers)[2]);
+    void (*readWords)(const char *const *marks, size_t step, size_t pairs, int32_t (*numbers)[2]);
 
-    static std::span<const TripletKernels> all();
+    static std::span<const ShortNumberKernels> all();
 };
+
+// Reads neighbouring fields as numbers, at most a walker's batch; what is no number is 0. Of words, stops before an
+// empty one; returns how many it read.
+template <bool areWords>
+size_t readNumbers(const char *const *marks, size_t count, double *values);

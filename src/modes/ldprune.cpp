@@ -221,7 +221,7 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
         if (line.empty())
             continue;
         const int position = text::readInteger(requiredField(line, delimiter, positionColumn, lineNumber));
-        const double pValue = text::readDouble(requiredField(line, delimiter, valueColumn, lineNumber));
+        const double pValue = text::readMostlyDecimal(requiredField(line, delimiter, valueColumn, lineNumber));
         const size_t k = intervals.find(position);
         // Unmapped markers take part in distances as -1.
         const double cM = k == 0 ? -1 : interpolate(position, k);
