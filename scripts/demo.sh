@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 sed -n '2s/^# //p' "$0"
 . scripts/packages.sh
-install_packages g++ cmake make qt6-base-dev
+install_packages $build_packages
 
 cmake -S . -B build
 cmake --build build --parallel "$(nproc)" --target morvel

@@ -1,4 +1,10 @@
-# To be sourced: installs the named Debian packages that are missing, as root or with sudo.
+# To be sourced.
+
+# What the build needs. ISA-L exists for two kinds of processor only; elsewhere the build does without.
+build_packages="g++ cmake make qt6-base-dev libboost-dev zlib1g-dev libdeflate-dev libzstd-dev"
+case $(dpkg --print-architecture) in amd64 | arm64) build_packages+=" libisal-dev" ;; esac
+
+# Installs the named Debian packages that are missing, as root or with sudo.
 install_packages() {
     local missing=() package
     for package in "$@"; do

@@ -19,9 +19,12 @@ root/usr/bin/morvel -M gwas -pfile root/usr/share/doc/morvel/examples/example.ph
 # The table as README shows it, where its columns are aligned.
 diff <(awk '/^    Pheno /, /^$/ { $1 = $1; print }' root/usr/share/doc/morvel/README.md) \
      <(awk '{ $1 = $1; print } END { print "" }' hits)
+root/usr/bin/morvel-table check -file root/usr/share/doc/morvel/examples/example.pheno -content phenotypes | grep -q '^120 '
 if command -v groff >/dev/null; then
-    zcat root/usr/share/man/man1/morvel.1.gz | groff -man -ww -z 2>warnings
-    diff /dev/null warnings
+    for page in root/usr/share/man/man1/*.gz; do
+        zcat "$page" | groff -man -ww -z 2>warnings
+        diff /dev/null warnings
+    done
 fi
 
 # Installed without the package: the same files, below the given prefix.

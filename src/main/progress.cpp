@@ -1,10 +1,10 @@
 #include "main/progress.h"
+#include "text/source.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <sys/stat.h>
 #include <unistd.h>
 
 static constexpr double firstShow = 2, interval = 0.5;  // seconds
@@ -17,17 +17,11 @@ static double now()
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-static double sizeOf(const std::string &name)
-{
-    struct stat file;
-    return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode) ? double(file.st_size) : 0;
-}
-
 Progress::Progress(const std::string &file, const std::string &outerFile, const char *unit)
     : m_isTerminal(isatty(STDERR_FILENO) == 1)
     , m_unit(unit)
-    , m_fileSize(sizeOf(file))
-    , m_outerSize(outerFile.empty() ? 1 : sizeOf(outerFile))
+    , m_file(file)
+    , m_outerFile(outerFile)
     , m_outerLine(outerFile.empty() ? 1 : 0)
     , m_start(now())
     , m_nextShow(m_start + firstShow)
@@ -48,9 +42,11 @@ void Progress::hide()
 
 double Progress::partDone() const
 {
-    if (m_fileSize == 0 || m_outerSize == 0)
+    const double fileSize = text::contentSize(m_file);
+    const double outerSize = m_outerFile.empty() ? 1 : text::contentSize(m_outerFile);
+    if (fileSize == 0 || outerSize == 0)
         return 0;
-    const double part = (m_outerDone + m_outerLine * double(m_passBytes) / m_fileSize) / m_outerSize;
+    const double part = (m_outerDone + m_outerLine * double(m_passBytes) / fileSize) / outerSize;
     return std::min(part, 1.0);  // a last line may have no end
 }
 

@@ -9,7 +9,7 @@
 // addition a line.
 class Progress {
 public:
-    // A run that reads `file` once or, with an outer file, once per line of that one.
+    // A run that reads `file`, which is open or will be, once or, with an outer file, once per line of that one.
     // `unit` names what a line of the file holds.
     explicit Progress(const std::string &file, const std::string &outerFile = "", const char *unit = "markers");
     Progress(const Progress &) = delete;
@@ -44,9 +44,9 @@ private:
 
     bool m_isTerminal;
     const char *m_unit;
-    double m_fileSize;       // bytes; 0 where that cannot be told
-    double m_outerSize;      // likewise; 1 without an outer file
-    double m_outerDone = 0;  // bytes of outer lines that are done, and of the current one
+    std::string m_file;
+    std::string m_outerFile;  // or empty
+    double m_outerDone = 0;   // bytes of outer lines that are done, and of the current one
     double m_outerLine = 0;
     int64_t m_markers = 0;
     int64_t m_passBytes = 0;  // of the current pass

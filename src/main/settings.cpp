@@ -16,3 +16,6 @@ int xmethod = 0;
 double stat_lim = 0.05;
 double r2_lim = 0.8;
 double slope_lim = 0.15;
+double na_value = -99.99;
+
+char rsnumber[500] = "RS";

@@ -21,6 +21,10 @@ extern int method;      // relative borders: 1 ranks of the sorted values, 0 fra
 extern int testgroups;  // bins, which are also the points of every regression
 extern int groups;      // source of the bins: -9 not chosen, 0 automatic, 1 bin file, 2 command line
 
-// Set by prepareBinScan().
-extern int xmethod;    // x of a bin: 0 its number, 1 its mean phenotype
+// Set by prepareBinScan(), and xmethod by regscan1 as well.
+extern int xmethod;    // value of a bin: 0 its number, 1 its mean phenotype
 extern double r2_lim;  // read, not used by the scans
+
+// Of regscan1.
+extern double na_value;     // dosage that means "no value"; constant
+extern char rsnumber[500];  // name of the marker read last, with an end mark; set by getData()

@@ -146,15 +146,15 @@ private:
         if (base + m_withoutMatch < m_end.length)
             m_end = {base + m_withoutMatch, number, {0, noNumber}};
         for (size_t place = 0; const Neighbour *const neighbour = candidate(row, place); ++place) {
-            const double length = std::max(base + neighbour->distance, label.length);
+            const double length = base + neighbour->distance;
             if (length >= m_end.length)
                 return;
             const uint32_t owner = m_owners[neighbour->point];
             if (owner == noNumber) {
-                m_end = {length, number, *neighbour};
+                m_end = {std::max(length, label.length), number, *neighbour};
                 return;
             }
-            const double behind = length + m_prices[neighbour->point];
+            const double behind = std::max(length + m_prices[neighbour->point], label.length);
             Label &other = m_labels[owner];
             if (behind >= other.length || behind >= m_end.length || other.isDone)
                 continue;

@@ -32,7 +32,7 @@ static int exponentOf(const std::vector<double> &values)
 Moments momentsOf(const std::vector<double> &values)
 {
     if (values.empty())
-        return {missingValue, missingValue};
+        return {noValue, noValue};
     const auto [least, most] = std::minmax_element(values.begin(), values.end());
     if (*least == *most)
         return {*least, 0};

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-inline constexpr double missingValue = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double noValue = std::numeric_limits<double>::quiet_NaN();
 
 inline bool isMissing(double value)
 {

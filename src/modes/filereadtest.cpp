@@ -1,5 +1,6 @@
 // Four ways of reading a large genotype-triplet file of 750 individuals, to be compared by the time of the
-// run. What is read is thrown away; what comes out is a few marker lines.
+// run. What is read is thrown away; what comes out is a few marker lines. What is compressed or a pipe is copied first,
+// but for read1.
 #include "main/console.h"
 #include "modes/modes.h"
 #include "text/decoder.h"
@@ -7,14 +8,13 @@
 #include "text/files.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
+#include "text/source.h"
 #include "text/writer.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <string>
-#include <sys/stat.h>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
 static char ctext2[6];  // characters of the number at hand
@@ -50,7 +50,8 @@ static void readTest1()
 static void readTest2()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
-    const std::unique_ptr<text::DecodedFile> in = text::openDecoded(inputfile);
+    const int file = text::openContent(inputfile);
+    const std::unique_ptr<text::DecodedFile> in = file < 0 ? nullptr : text::openDecoded(file);
     if (!in)
         fatal("Input file not found\n");
     text::Writer out;
@@ -69,36 +70,17 @@ struct CloseFile {
 };
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
 
-// Null with the reason in errno; fopen() alone would open a folder.
+// Null with the reason in errno.
 static StandardFile openInput()
 {
-    StandardFile file(std::fopen(inputfile, "rb"));
-    struct stat status;
-    if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
-        file.reset();
-        errno = EISDIR;
-    }
-    return file;
+    const int file = text::openContent(inputfile);
+    return StandardFile(file < 0 ? nullptr : fdopen(file, "rb"));
 }
 
 static void checkRead(std::FILE *file)
 {
     if (std::ferror(file))
         text::onFailure("read", inputfile);
-}
-
-// An input that can be read at chosen places: what cannot, such as a pipe, is copied first.
-static StandardFile openToSeek()
-{
-    StandardFile file = openInput();
-    if (!file || std::ftell(file.get()) >= 0)
-        return file;
-    text::TemporaryFile copy;
-    char block[65536];
-    while (const size_t bytes = std::fread(block, 1, sizeof block, file.get()))
-        copy.append({block, bytes});
-    checkRead(file.get());
-    return StandardFile(fdopen(copy.release(), "rb"));
 }
 
 static void readTest3()
@@ -143,7 +125,7 @@ static void readTest4()
     constexpr size_t readBytes = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
-    const StandardFile in = openToSeek();
+    const StandardFile in = openInput();
     if (!in) {
         std::fputs("File error", stderr);
         quit();

@@ -1,9 +1,10 @@
 // Association scan of gwas, with its results, for many phenotypes: these are held in memory as the members of their
 // bins, and the genotypes, dosages or triplets, are read once.
 #include "modes/gwas2.h"
-#include "genotypes/dosages.h"
 #include "genotypes/columns.h"
-#include "genotypes/markers.h"
+#include "genotypes/dosages.h"
+#include "genotypes/markerlines.h"
+#include "genotypes/triplethints.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -14,6 +15,7 @@
 #include "scans/hitstore.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
+#include "scans/scanhints.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,62 +37,25 @@ static constexpr const Option *options[] = {
 static constexpr size_t chunkBytes = size_t(128) << 10;
 
 // The lines of the genotype file as dosage lines.
-class DosageLines {
+class DosageLines final : public MarkerLines {
 public:
-    DosageLines(text::LineReader &in, bool hasTriplets)
-        : m_in(in), m_read(hasTriplets ? &DosageLines::convertNext : &DosageLines::readNext)
+    DosageLines(text::LineReader &in, bool hasTriplets) : MarkerLines(in), m_hasTriplets(hasTriplets)
     {
         m_out.openToMemory(m_text);
     }
 
-    // The first line, which next() gives again. Empty where there is none.
-    std::string_view first()
-    {
-        m_isAtFirst = next(m_first);
-        return m_first;
-    }
-
-    // The next line, which holds more than white space, valid until the next call. False after the last one.
-    bool next(std::string_view &line)
-    {
-        if (m_isAtFirst) {
-            line = m_first;
-            m_isAtFirst = false;
-            return true;
-        }
-        return (this->*m_read)(line);
-    }
-
-    // To be called right after first() where rewind() will be.
-    void prepareToReread();
-    void rewind()
-    {
-        m_in.rewind();
-        m_isAtFirst = m_isCopied;
-    }
-
 private:
-    bool readNext(std::string_view &line) { return nextMarkerLine(m_in, line); }
+    bool read(std::string_view &line) override
+    {
+        return m_hasTriplets ? convertNext(line) : nextMarkerLine(m_in, line);
+    }
     bool convertNext(std::string_view &line);
 
-    text::LineReader &m_in;
-    bool (DosageLines::*const m_read)(std::string_view &line);
-    bool m_isCopied = false;  // m_in, from its second line on
-    std::string_view m_first;
-    std::string m_keptFirst;  // and slack behind it, where there will be a rewind()
-    bool m_isAtFirst = false;
+    bool m_hasTriplets;
     std::string m_text;  // of a converted line
     text::Writer m_out;  // to m_text
     TripletConverter m_convertTriplets = tripletConverter(false, false);
 };
-
-void DosageLines::prepareToReread()
-{
-    m_keptFirst = m_first;
-    m_keptFirst.append(text::LineReader::slack, '\0');
-    m_first = {m_keptFirst.data(), m_first.size()};
-    m_isCopied = m_in.copyRestToReread();
-}
 
 // What gentoAD writes, up to its next line break: some lines of triplets have none, on purpose.
 bool DosageLines::convertNext(std::string_view &line)
@@ -99,6 +64,7 @@ bool DosageLines::convertNext(std::string_view &line)
     std::string_view triplets;
     while (!m_text.ends_with('\n') && nextMarkerLine(m_in, triplets)) {
         m_text.reserve(m_text.size() + triplets.size());  // enough for most: not to hold a long line twice as it grows
+        lookAtTriplets(triplets, leadingColumns);
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
         m_convertTriplets(triplets, m_out, nullptr);
         m_out.flush();
@@ -369,6 +335,7 @@ static void universal2(const BinScan &scan, bool hasTriplets, const ScanMemory &
             if (table.chunks.empty())
                 finishPass(false);
             bins = fillBins(findBins2(scan.bins, phenotype.p2List), phenotype.values);
+            lookAtBins(phenotype.name, phenotype.values, bins);
         }
         addTrait(phenotype, bins, table);
         table.lineBytes += line.size() + 1;

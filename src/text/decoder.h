@@ -14,7 +14,8 @@ public:
     virtual bool splitLines() = 0;
 };
 
-// Null when the file cannot be opened. A module that is not where it was installed goes to onFailure.
-std::unique_ptr<DecodedFile> openDecoded(const char *name);
+// Of an open file, which is closed in the end. Null when it cannot be read. A module that is not where it was installed
+// goes to onFailure.
+std::unique_ptr<DecodedFile> openDecoded(int file);
 
 }  // namespace text

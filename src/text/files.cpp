@@ -14,6 +14,16 @@ namespace fs = std::filesystem;
 
 FailureHandler onFailure = [](const char *, const std::string &) { std::abort(); };
 
+void (*onUnopened)(const std::string &name, int error) = nullptr;
+
+static void tellUnopened(const std::string &name)
+{
+    const int error = errno;
+    if (onUnopened)
+        onUnopened(name, error);
+    errno = error;
+}
+
 // Where a name that does not exist yet would be created: a symbolic link that leads nowhere is followed too.
 static fs::path targetOf(const std::string &name)
 {
@@ -43,6 +53,34 @@ bool isSameFile(const std::string &name1, const std::string &name2)
     if (exists1)
         return S_ISREG(file1.st_mode) && file1.st_dev == file2.st_dev && file1.st_ino == file2.st_ino;
     return targetOf(name1) == targetOf(name2);
+}
+
+int openToRead(const std::string &name)
+{
+    int file;
+    do {
+        file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    } while (file < 0 && errno == EINTR);
+    struct stat status;
+    if (file >= 0 && fstat(file, &status) == 0 && !S_ISDIR(status.st_mode))
+        return file;
+    if (file >= 0) {
+        ::close(file);
+        errno = EISDIR;
+    }
+    tellUnopened(name);
+    return -1;
+}
+
+size_t readSome(int file, char *to, size_t bytes, const std::string &name)
+{
+    ssize_t got;
+    do {
+        got = ::read(file, to, bytes);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0)
+        onFailure("read", name);
+    return size_t(got);
 }
 
 void writeAll(int file, std::string_view bytes, const std::string &name)

@@ -12,12 +12,22 @@ namespace text {
 using FailureHandler = void (*)(const char *action, const std::string &name);
 extern FailureHandler onFailure;
 
+// Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
+extern void (*onUnopened)(const std::string &name, int error);
+
 // True where the name, or the link that it is, leads to a file of any kind.
 bool exists(const std::string &name);
 
 // True when both names lead to the same regular file: by the same name, through a hard link or through
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
 bool isSameFile(const std::string &name1, const std::string &name2);
+
+// A descriptor for reading, or -1 with the reason in errno; a folder is refused.
+int openToRead(const std::string &name);
+
+// Some bytes, at most `bytes`; 0 at the end of the file. `name` is for the message of a failure, which goes to
+// onFailure.
+size_t readSome(int file, char *to, size_t bytes, const std::string &name);
 
 // Writes all of the bytes; `name` is for the message of a failure, which goes to onFailure.
 void writeAll(int file, std::string_view bytes, const std::string &name);

@@ -1,13 +1,10 @@
 #include "text/lines.h"
 #include "text/bytes.h"
-#include "text/files.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
+#include <functional>
 #include <new>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 namespace text {
 
@@ -19,22 +16,39 @@ LineReader::Memory LineReader::allocate(size_t size)
     return memory;
 }
 
+LineReader *LineReader::firstOpen = nullptr;
+
 bool LineReader::open(const std::string &name, size_t block)
 {
     close();
-    do {
-        m_file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    } while (m_file < 0 && errno == EINTR);
-    struct stat file;
-    if (m_file < 0 || fstat(m_file, &file) != 0 || S_ISDIR(file.st_mode)) {
-        close();
+    if (!m_source.open(name))
         return false;
-    }
-    m_name = name;
     m_buffer = allocate(block);
     m_block = m_size = block;
-    m_next = m_end = 0;
+    m_next = m_end = m_start = m_offset = 0;
+    m_nextOpen = std::exchange(firstOpen, this);
     return true;
+}
+
+void LineReader::close()
+{
+    LineReader **link = &firstOpen;
+    while (*link && *link != this)
+        link = &(*link)->m_nextOpen;
+    if (*link)
+        *link = m_nextOpen;
+    m_source.close();
+}
+
+std::optional<LineReader::Origin> LineReader::originOf(const char *byte)
+{
+    const std::less<const char *> isBefore;
+    for (const LineReader *reader = firstOpen; reader; reader = reader->m_nextOpen) {
+        const char *first = reader->m_buffer.get();
+        if (!isBefore(byte, first) && isBefore(byte, first + reader->m_end))
+            return Origin{reader->m_source.name(), reader->m_offset + size_t(byte - first)};
+    }
+    return std::nullopt;
 }
 
 bool LineReader::openToReread(const std::string &name)
@@ -47,30 +61,19 @@ bool LineReader::openToReread(const std::string &name)
 
 bool LineReader::copyRestToReread()
 {
-    if (lseek(m_file, 0, SEEK_CUR) >= 0)
+    if (m_source.startsAgainCheaply())
         return false;
-    TemporaryFile copy;
-    copy.append({m_buffer.get() + m_next, m_end - m_next});
-    while (const size_t bytes = readSome(m_buffer.get(), m_size))
-        copy.append({m_buffer.get(), bytes});
-    close();
-    m_file = copy.release();
-    rewind();
+    m_source.copyRest({m_buffer.get() + m_next, m_end - m_next});
+    m_start = m_offset += m_next;
+    m_next = m_end = 0;
     return true;
-}
-
-void LineReader::close()
-{
-    if (m_file >= 0)
-        ::close(m_file);
-    m_file = -1;
 }
 
 void LineReader::rewind()
 {
-    if (lseek(m_file, 0, SEEK_SET) != 0)
-        onFailure("read", m_name);
+    m_source.rewind();
     m_next = m_end = 0;
+    m_offset = m_start;
 }
 
 bool LineReader::nextAcrossBlocks(std::string_view &line)
@@ -115,6 +118,7 @@ LineReader::Memory LineReader::handOver(std::string_view line)
     Memory next = allocate(std::max(m_block, left));
     std::memcpy(next.get(), m_buffer.get() + m_next, left);
     m_size = std::max(m_block, left);
+    m_offset += m_next;
     m_next = 0;
     m_end = left;
     m_buffer.swap(next);
@@ -132,6 +136,7 @@ bool LineReader::refill()
     if (m_next > 0)
         std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
     m_end -= m_next;
+    m_offset += m_next;
     m_next = 0;
     if (m_end == m_size) {
         // Grown in place where the system can: a long line is held once, not twice.
@@ -142,20 +147,9 @@ bool LineReader::refill()
         m_buffer.reset(grown);
         m_size *= 2;
     }
-    const size_t bytes = readSome(m_buffer.get() + m_end, m_size - m_end);
+    const size_t bytes = m_source.read(m_buffer.get() + m_end, m_size - m_end);
     m_end += bytes;
     return bytes > 0;
-}
-
-size_t LineReader::readSome(char *to, size_t bytes)
-{
-    ssize_t got;
-    do {
-        got = ::read(m_file, to, bytes);
-    } while (got < 0 && errno == EINTR);
-    if (got < 0)
-        onFailure("read", m_name);
-    return size_t(got);
 }
 
 }  // namespace text

@@ -1,16 +1,20 @@
 // Reading a file line by line in blocks.
 #pragma once
 
+#include "text/source.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace text {
 
-// A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts.
-// Holds one block, or the longest line met where that is longer. A failed read goes to onFailure.
+// A line ends at "\n"; a "\r" right before it belongs to the line end. A last line without an end counts. What is
+// read is the content of the file, plain or compressed (source.h). Holds one block, or the longest line met where that
+// is longer. A failed read goes to onFailure.
 class LineReader {
 public:
     // Bytes behind a line's end that may be read, though they mean nothing.
@@ -23,11 +27,11 @@ public:
 
     // False when the file is missing, unreadable or a folder. A smaller block is for tests.
     bool open(const std::string &name, size_t block = size_t(256) << 10);
-    // The same for a file that will be read more than once: what cannot start again, such as a pipe, is copied to
-    // an unnamed temporary file first.
+    // The same for a file that will be read more than once: what cannot start again at once, such as a pipe or a
+    // compressed file, is copied to an unnamed temporary file first.
     bool openToReread(const std::string &name);
-    // For a file that turns out to be read more than once: true where it cannot start again, and then rewind() leads
-    // from now on to the line behind the one read last, from a copy.
+    // For a file that turns out to be read more than once: true where it cannot start again at once, and then rewind()
+    // leads from now on to the line behind the one read last, from a copy.
     bool copyRestToReread();
     void close();
 
@@ -74,6 +78,13 @@ public:
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
+    // Where a byte in a line of an open reader comes from.
+    struct Origin {
+        std::string file;
+        size_t offset;  // in its content
+    };
+    static std::optional<Origin> originOf(const char *byte);
+
     // Starts again at the first byte. A pipe cannot, unless it was opened to be reread: that is a failed read.
     void rewind();
 
@@ -88,16 +99,18 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
-    size_t readSome(char *to, size_t bytes);
 
-    std::string m_name;
+    Source m_source;
     Memory m_buffer;
-    size_t m_block = 0;  // size of a new buffer, without the slack
-    size_t m_size = 0;   // of the buffer, without the slack
-    size_t m_next = 0;   // first byte not handed out
-    size_t m_end = 0;    // behind the last byte read
-    int m_file = -1;
+    size_t m_block = 0;   // size of a new buffer, without the slack
+    size_t m_size = 0;    // of the buffer, without the slack
+    size_t m_next = 0;    // first byte not handed out
+    size_t m_end = 0;     // behind the last byte read
+    size_t m_start = 0;   // of what rewind() leads to, in the file's content
+    size_t m_offset = 0;  // of the buffer, likewise
     bool m_keepsReturns = false;
+    LineReader *m_nextOpen = nullptr;
+    static LineReader *firstOpen;
 };
 
 }  // namespace text

@@ -9,6 +9,10 @@
 
 namespace text {
 
+// Told of every field that is no number where one is read, if set: for hints to a person. The field is a view into what
+// was read.
+extern void (*onNoNumber)(std::string_view field);
+
 struct Real {
     double value;
     bool isNumber;

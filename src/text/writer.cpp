@@ -7,7 +7,7 @@
 
 namespace text {
 
-static Writer *firstOpen = nullptr;
+Writer *Writer::firstOpen = nullptr;
 
 bool Writer::open(const std::string &name)
 {
@@ -26,8 +26,11 @@ bool Writer::openWith(int flags, const std::string &name)
     do {
         m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
     } while (m_file < 0 && errno == EINTR);
-    if (m_file < 0)
+    if (m_file < 0) {
+        if (onUnopened)
+            onUnopened(name, errno);
         return false;
+    }
     start(name);
     return true;
 }
@@ -46,6 +49,7 @@ bool Writer::openStandardOutput()
 void Writer::start(const std::string &name)
 {
     m_name = name;
+    m_packer = makePacker(m_file, m_name);
     m_buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
     m_size = 0;
     m_nextOpen = firstOpen;
@@ -64,7 +68,10 @@ void Writer::close()
 {
     if (m_file < 0)
         return;
-    flush();
+    writeBuffer();
+    if (m_packer)
+        m_packer->finish();
+    m_packer.reset();
     Writer **link = &firstOpen;
     while (*link && *link != this)
         link = &(*link)->m_nextOpen;
@@ -78,6 +85,13 @@ void Writer::close()
 }
 
 void Writer::flush()
+{
+    writeBuffer();
+    if (m_packer)
+        m_packer->flush();
+}
+
+void Writer::writeBuffer()
 {
     const size_t size = m_size;
     m_size = 0;  // first: the failure handler flushes again
@@ -97,7 +111,7 @@ void Writer::writeAllButLast()
 void Writer::put(std::string_view bytes)
 {
     if (bytes.size() > capacity) {
-        flush();
+        writeBuffer();
         write(bytes.data(), bytes.size() - 1);
         bytes.remove_prefix(bytes.size() - 1);
     }
@@ -109,8 +123,16 @@ void Writer::write(const char *bytes, size_t size)
 {
     if (m_memory)
         m_memory->append(bytes, size);
+    else if (m_packer)
+        m_packer->write({bytes, size});
     else
         writeAll(m_file, {bytes, size}, m_name);
+}
+
+void Writer::closeAll()
+{
+    while (firstOpen)
+        firstOpen->close();
 }
 
 void Writer::flushAll()
@@ -120,6 +142,7 @@ void Writer::flushAll()
         Writer *writer = firstOpen;
         firstOpen = writer->m_nextOpen;
         writer->flush();
+        writer->m_packer.reset();
     }
 }
 

@@ -1,6 +1,7 @@
 // Buffered output files.
 #pragma once
 
+#include "text/pack.h"
 #include "text/writenumber.h"
 
 #include <cstdint>
@@ -11,7 +12,8 @@
 
 namespace text {
 
-// A failed write, flush or close goes to onFailure.
+// A file whose name ends in ".gz" or ".zst" is compressed (pack.h), and complete only once it is closed. A failed
+// write, flush or close goes to onFailure.
 class Writer {
 public:
     // The most that reserve() gives at a time.
@@ -54,19 +56,26 @@ public:
     void replaceLast(char byte) { m_buffer.get()[m_size - 1] = byte; }
     void removeLast() { --m_size; }
 
-    // Flushes every open writer, for a run that ends early.
+    // For a run that ends well: closes every open writer.
+    static void closeAll();
+    // For a run that ends early: flushes every open writer. Compressed files stay without the mark of a complete one,
+    // and nothing may be put any more.
     static void flushAll();
 
 private:
     static constexpr size_t bufferSize = capacity + 1;  // room for the last byte, which waits in the buffer
 
+    static Writer *firstOpen;
+
     bool openWith(int flags, const std::string &name);
     void start(const std::string &name);
     void writeAllButLast();
     void write(const char *bytes, size_t size);
+    void writeBuffer();
 
     std::string m_name;
     std::string *m_memory = nullptr;
+    std::unique_ptr<Packer> m_packer;
     std::unique_ptr<char[]> m_buffer;
     size_t m_size = 0;
     int m_file = -1;

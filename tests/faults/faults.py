@@ -4,7 +4,7 @@
 
 Each check is a function that is called for every mode of modes.py. A failing case leaves its folder in faults-failed/
 and prints the command that shows it again."""
-import argparse, concurrent.futures, contextlib, os, random, re, resource, shlex, shutil, signal, subprocess, sys
+import argparse, concurrent.futures, contextlib, gzip, os, random, re, resource, shlex, shutil, signal, subprocess, sys
 import tempfile, threading, time
 from pathlib import Path
 from modes import MODES, SMALL
@@ -18,9 +18,9 @@ options = argparse.Namespace()
 
 class Run:
     """A run of a mode in a folder of its own, and what came of it. `names` are other names for its files, `contents`
-    other contents; `prepare` changes the folder before the run, and `during` runs beside it."""
+    other contents; `prepare` changes the folder before the run, `after` behind it, and `during` runs beside it."""
 
-    def __init__(self, mode, rows=SMALL, names={}, contents={}, extra=(), prepare=None, during=None, wrap=(), env={},
+    def __init__(self, mode, rows=SMALL, names={}, contents={}, extra=(), prepare=None, during=None, after=None, wrap=(), env={},
                  console=None, arguments=None, program=None, limit=None):
         self.mode, self.prepare = mode, prepare
         made = {file: contents[file] if file in contents else make(rows) for file, make in mode.inputs.items()}
@@ -36,6 +36,8 @@ class Run:
                 self.execute(out, errors, during, limit)
                 self.out = b"" if console else self.words(out)
             self.errors = self.words(errors)
+            if after:
+                after(self.folder)
             self.files = self.look()
             log = self.folder / ".log"  # of failcalls
             self.calls, self.calls_after_failure, self.peak = (
@@ -301,6 +303,38 @@ def pipes(case):
     case.same(case.run(**piped(case.mode.inputs, 1)), "a byte at a time")
 
 
+def by_command(*command):
+    return lambda content: subprocess.run(command, input=content, stdout=subprocess.PIPE, check=True).stdout
+
+
+PACKERS = {"gz": gzip.compress, **{name: by_command(*command) for name, command in {
+    "bgzip": ("bgzip", "-c"), "zst": ("zstd", "-qc")}.items() if shutil.which(command[0])}}
+
+
+def compressed(case):
+    """compressed inputs, also cut, and outputs"""
+    notes[compressed] = " ".join(PACKERS)
+    made = {file: make(SMALL) for file, make in case.mode.inputs.items()}
+    for name, pack in PACKERS.items():
+        packed = {file: pack(content) for file, content in made.items()}
+        case.same(case.run(contents=packed), name)
+        case.same(case.run(prepare=piped(case.mode.inputs, 1)["prepare"], during=feeders(packed, 1)), name + " pipes")
+        for file, content in packed.items():
+            run = case.run(contents={**packed, file: content[:-1]})
+            case.expect(run.status == 1 and run.out.endswith(f"Cannot read '{file}'\n".encode()), run, f"{file} cut")
+    for ending, unpack in {} if case.mode.fixed else {".gz": "gunzip", ".zst": "unzstd"}.items():
+        out = "out" + ending
+        if shutil.which(unpack):
+            after = lambda folder: by_command(unpack, "-qf", folder / out)(b"")
+            sides = {file: file.replace("out", out) for file in case.outputs() if file != "out"}
+            case.same(case.run(names={"out": out}, after=after), ending, names={"out": "out", **sides})
+        for file in case.outputs():
+            file = file.replace("out", out)
+            run = case.run(names={"out": out}, wrap=failing("write", "ENOSPC", 1, 10 ** 9, file))
+            told = run.out.endswith(f"Cannot write '{file}'\n".encode())
+            case.expect(run.status == 1 and told and run.calls_after_failure == 0, run, f"failing writes to {file}")
+
+
 def long_lines(case):
     """memory for a long line"""
     measured = failing("lseek", "none")  # a process of its own: Python's memory counts otherwise
@@ -464,7 +498,7 @@ def mutations(case):
         case.expect(not found and run.status in (0, 1, -6), run, f"seed {seed}")
 
 
-CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, long_lines, text_forms,
+CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines, text_forms,
           environments, file_names, many_lines, mutations]
 
 

@@ -29,7 +29,6 @@ TEST(Help, IsThereForEveryModeAndOptionInTheManual)
         ASSERT_NE(start, manual.npos) << title;
         const std::string section = manual.substr(start, manual.find("\n.S", start + 1) - start);
         EXPECT_NE(section.find(inManual(mode->help) + "."), section.npos) << title;
-        EXPECT_EQ(section.find("Not available") != section.npos, mode->run == reportUnavailable) << title;
         for (const Option *option : mode->options) {
             const std::string which = title + " " + option->name;
             EXPECT_GT(std::string(option->help).size(), 4u) << which;
@@ -46,6 +45,22 @@ TEST(Help, IsThereForEveryModeAndOptionInTheManual)
         last = manual.find("\n.SH " + title + "\n", last);
         EXPECT_NE(last, manual.npos) << title;
     }
+}
+
+// Of a companion's manual and completion; verbs are rows as modes are.
+TEST(Help, IsMadeForCompanionsFromTheirVerbs)
+{
+    const std::string manual = contentOf(MORVEL_PAGES_FOLDER "/morvel-table.1");
+    const size_t start = manual.find("\n.SS transpose\n");
+    ASSERT_NE(start, manual.npos);
+    EXPECT_NE(manual.find("\n\\fB\\-quotes\\fR \\fBrefuse\\fR|\\fBremove\\fR|\\fBkeep\\fR\n", start), manual.npos);
+    const Folder folder;
+    folder.write("script", "source '" MORVEL_PAGES_FOLDER "/morvel-table.bash'\n"
+                           "try() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _morvel-table\n"
+                           "echo \"${COMPREPLY[*]}\"; }\ntry morvel-table re; try morvel-table select -c\n"
+                           "try morvel-table check -content t\n");
+    EXPECT_EQ(std::system(("bash " + folder.path("script") + " >" + folder.path("shown")).c_str()), 0);
+    EXPECT_EQ(folder.read("shown"), "reorder\n-columns\ntable triplets\n");
 }
 
 TEST(Completion, KnowsModesOptionsAndWords)

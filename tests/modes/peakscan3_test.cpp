@@ -1,3 +1,4 @@
+#include "numbers/logarithm.h"
 #include "support/genotypemodel.h"
 #include "support/random.h"
 #include "text/readnumber.h"
@@ -84,7 +85,7 @@ static void analyseLiterally(const Values &L, Values P, std::string &out, std::s
 {
     const long n = long(P.size());
     for (double &x : P)
-        x = x <= 0 ? 0 : -std::log10(x);
+        x = x <= 0 ? 0 : -decimalLogarithm(x);
     Values S = average(P, 3), M(P.size()), slopes(P.size());
     for (long i = 0; i + 5 <= n; ++i) {
         double x = 0, y = 0, xy = 0, xx = 0;

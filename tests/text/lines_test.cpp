@@ -52,17 +52,18 @@ TEST(LineReader, EndsLinesAndTheFileWhateverTheBlock)
     }
 }
 
-TEST(LineReader, StartsAgainAlsoOnAPipeAndRefusesFolders)
+TEST(LineReader, StartsAgainAlsoOnPipesAndCompressedFilesAndRefusesFolders)
 {
     const Folder folder;
     std::string bytes;
     for (int i = 0; i < 100000; ++i)  // more than a block
         bytes += std::to_string(i) + "\n";
     folder.write("in", bytes);
+    std::system(("gzip -1 <" + folder.path("in") + " >" + folder.path("packed")).c_str());
     const std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(("cat " + folder.path("in")).c_str(), "r"), pclose);
     text::LineReader in;
     std::string_view line;
-    for (const std::string &name : {folder.path("in"), "/dev/fd/" + std::to_string(fileno(pipe.get()))}) {
+    for (const std::string &name : {folder.path("in"), folder.path("packed"), "/dev/fd/" + std::to_string(fileno(pipe.get()))}) {
         ASSERT_TRUE(in.openToReread(name));
         EXPECT_TRUE(in.next(line) && in.next(line));
         for (int pass = 0; pass < 2; ++pass) {

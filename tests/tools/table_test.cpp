@@ -40,7 +40,7 @@ static Rows randomRows(RandomText &random, size_t count, size_t width)
     Rows rows(count, Words(width));
     for (Words &row : rows) {
         for (std::string &field : row)
-            field = random.oneIn(5) ? "" : std::string(random.oneIn(50) ? 300 : 1 + random.below(6), char('a' + random.below(26)));
+            field.assign(random.oneIn(5) ? 0 : random.oneIn(50) ? 300 : random.below(6), char('a' + random.below(26)));
     }
     return rows;
 }
@@ -58,11 +58,11 @@ TEST(Transpose, IsThatOfAPlainVersionAndTwiceTheTableWhateverTheMemory)
         folder.write("in", textOf(rows, ","));
         for (const std::string memory : {"1", "4000"}) {
             SCOPED_TRACE(std::to_string(shape.rows) + " rows, " + memory + " MB");
-            const Result run = table(folder, {"transpose", "-file", "in", "-delim", "comma", "-memory", memory}, "cat in |",
-                                     ">turned");
+            const Words words = {"transpose", "-file", "-", "-delim", "comma", "-memory", memory};
+            const Result run = table(folder, words, "cat in |", ">turned");
             ASSERT_EQ(run.status, 0) << run.errors;
             ASSERT_TRUE(folder.read("turned") == textOf(turned(rows), ","));
-            table(folder, {"transpose", "-file", "-", "-out", "again", "-delim", "comma", "-memory", memory}, "cat turned |");
+            table(folder, words, "cat turned |", ">again");
             ASSERT_TRUE(folder.read("again") == folder.read("in"));
         }
     }
@@ -119,7 +119,8 @@ TEST(Phenotypes, TakeTheIndividualsFromAnyListOfGenotypeFiles)
     folder.write("table", "ID y\na 1\nb 2\nc 3\n");
     for (const auto &list : lists) {
         folder.write(list.name, list.text);
-        const Result run = table(folder, {"phenotypes", "-file", "table", "-delim", "space", "-individuals", list.name});
+        const Words words = {"phenotypes", "-file", "table", "-delim", "space", "-individuals", list.name};
+        const Result run = table(folder, words);
         EXPECT_EQ(run.output + run.errors, "y 2 1 3\n") << list.name;
     }
 }
@@ -143,6 +144,7 @@ TEST(Phenotypes, AreRefusedOrToldOfWhereSomethingIsLikelyToBeWrong)
         {"ID\ty\na\t1,5\n", "a\n", {}, "",
          "Line 2 of 'table': \"y\" is \"1,5\", which is no number; name missing values by -missing\n"},
         {"ID\ty\na\tnan\nb\t.\nc\t1\n", "c\nb\na\n", {"-missing", ".,nan"}, "y 1 . .\n", ""},
+        {"ID\ty\na\t1\n", "a\n", {"-missing", "no value"}, "", "\"no value\" cannot be a field of the result\n"},
         {"ID\ty\na\t-9\n", "a\n", {}, "y -9\n",
          "1 value of -9 taken as a number; where it means no value: -missing NA,-9\n"},
         {"ID\ty\ty\na\t1\t1\n", "a\n", {}, "", "'table' has two columns \"y\"\n"},
@@ -176,12 +178,14 @@ TEST(Table, ReadsWhatSpreadsheetsWriteOrSaysWhyNot)
         Words more;
         const char *output, *errors;
     } cases[] = {
-        {"a,\"b,c\"\r\n\"say \"\"x\"\"\",\r\n", {"-quotes", "remove", "-outdelim", "semicolon"}, "a;say \"x\"\nb,c;\n", ""},
+        {"a,\"b,c\"\r\n\"say \"\"x\"\"\",\r\n", {"-quotes", "remove", "-outdelim", "semicolon"},
+         "a;say \"x\"\nb,c;\n", ""},
         {"a,\"b\"\n", {}, "", "Line 1 of 'in' has a field in double quotes; -quotes remove takes them off\n"},
         {"a,\"b\"\n", {"-quotes", "keep"}, "a\n\"b\"\n", ""},
         {"a,5\"\n", {}, "a\n5\"\n", ""},
         {"a,\"b\nc\",d\n", {"-quotes", "remove"}, "", "A quoted field does not end in line 1 of 'in'\n"},
-        {"\"a\"b,c\n", {"-quotes", "remove"}, "", "Line 1 of 'in' has bytes between a closing quote and the delimiter\n"},
+        {"\"a\"b,c\n", {"-quotes", "remove"}, "",
+         "Line 1 of 'in' has bytes between a closing quote and the delimiter\n"},
         {"\xef\xbb\xbfx,y\n1,2\n", {}, "x,1\ny,2\n", "'in' begins with a byte order mark, which is left out\n"},
         {"\xff\xfex", {}, "", "'in' is UTF-16 text; save it as UTF-8\n"},
         {"a,b\rc,d\r", {}, "", "Line 1 of 'in' holds a return in its middle; lines must end in \\n or \\r\\n\n"},
@@ -221,7 +225,8 @@ TEST(Table, ChecksAndSelectsAndRefusesWordsThatItDoesNotKnow)
         {{"select", "-file", "t", "-columns", "z,ID"}, "z\tID\n2\tb\n4\ta\n", ""},
         {{"select", "-file", "t", "-columns", "z,z"}, "", "The column \"z\" is chosen twice\n"},
         {{"check", "-file", "t"}, "2 individuals, 3 columns\n", ""},
-        {{"check", "-file", "t", "-individuals", "ba"}, "2 individuals, 3 columns: those of the list, in its order\n", ""},
+        {{"check", "-file", "t", "-individuals", "ba"},
+         "2 individuals, 3 columns: those of the list, in its order\n", ""},
         {{"check", "-file", "t", "-individuals", "ab"}, "", "Line 2 of 't' has \"b\", where 'ab' has \"a\"\n"},
         {{"check", "-file", "t", "-individuals", "b"}, "", "Line 3 of 't' has \"a\", but 'b' ends with \"b\"\n"},
         {{"check", "-file", "t", "-individuals", "abc"}, "", "'t' has 2 individuals, 'abc' has 3\n"},
@@ -241,7 +246,8 @@ TEST(Table, ChecksAndSelectsAndRefusesWordsThatItDoesNotKnow)
         {{"check", "-file", ""}, "", "Option -file has an empty value\n"},
         {{"check", "-file", "t", "-content", "x"}, "",
          "Option -content has no word \"x\"; its words are: table phenotypes dosages triplets\n"},
-        {{"transpose", "-file", "t", "-memory", "1e3"}, "", "Option -memory takes a whole number from 1 on, not \"1e3\"\n"},
+        {{"transpose", "-file", "t", "-memory", "1e3"}, "",
+         "Option -memory takes a whole number from 1 on, not \"1e3\"\n"},
         {{"select", "-file", "t"}, "", "select needs the option -columns\n"},
         {{"transpose", "-file", "nosuch"}, "", "Cannot open 'nosuch': No such file or directory\n"},
         {{"transpose", "-file", "."}, "", "Cannot open '.': Is a directory\n"},
@@ -257,10 +263,11 @@ TEST(Table, ChecksAndSelectsAndRefusesWordsThatItDoesNotKnow)
     }
     EXPECT_EQ(folder.files().size(), 8u);
     EXPECT_THAT(table(folder, {}).errors, testing::HasSubstr("VERB -option value"));
-    EXPECT_THAT(table(folder, {"check", "--help"}).output, testing::HasSubstr("\n    -content      what the file holds"));
+    EXPECT_THAT(table(folder, {"check", "--help"}).output, testing::HasSubstr("\n    -content      what the "));
     // Behind what a file holds already, and never into the input.
     EXPECT_EQ(table(folder, {"transpose", "-file", "t"}, "", ">>pheno").status, 0);
     EXPECT_EQ(folder.read("pheno"), "y 1 3\nID\tb\ta\ny\t1\t3\nz\t2\t4\n");
     EXPECT_EQ(table(folder, {"transpose", "-file", "t"}, "", ">>t").status, 1);
-    EXPECT_EQ(table(folder, {"transpose", "-file", "t"}, "", ">&-").errors, "morvel-table: Cannot write 'standard output'\n");
+    EXPECT_EQ(table(folder, {"transpose", "-file", "t"}, "", ">&-").errors,
+              "morvel-table: Cannot write 'standard output'\n");
 }

@@ -8,8 +8,10 @@
 
 class QtFile : public text::DecodedFile {
 public:
-    explicit QtFile(const char *name) : m_in(name) {}
-    bool open() { return m_in.open(QIODevice::ReadOnly | QIODevice::Text); }
+    bool open(int file)
+    {
+        return m_in.open(file, QIODevice::ReadOnly | QIODevice::Text, QFileDevice::AutoCloseHandle);
+    }
 
     bool splitLines() override
     {
@@ -32,8 +34,8 @@ private:
     QFile m_in;
 };
 
-extern "C" [[gnu::visibility("default")]] text::DecodedFile *openDecodedFile(const char *name)
+extern "C" [[gnu::visibility("default")]] text::DecodedFile *openDecodedFile(int file)
 {
-    auto file = std::make_unique<QtFile>(name);
-    return file->open() ? file.release() : nullptr;
+    auto decoded = std::make_unique<QtFile>();
+    return decoded->open(file) ? decoded.release() : nullptr;
 }

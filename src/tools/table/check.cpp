@@ -58,7 +58,7 @@ static size_t checkRows(Table &table, char delimiter, const Individuals *wanted)
     const size_t idPlace = idPlaceOf(row, delimiter, table);
     Identifiers seen;
     while (table.next(row)) {
-        const std::string_view name = text::findField(row, {&delimiter, 1}, idPlace);
+        const std::string_view name = text::findFieldByText(row, {&delimiter, 1}, idPlace);
         const size_t count = seen.size();
         if (wanted)
             checkOrder(uint32_t(count), name, *wanted, table);

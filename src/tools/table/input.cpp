@@ -98,6 +98,12 @@ Format readFormat(const WordOption &outDelim)
     return format;
 }
 
+void requireField(string_view text, const Format &format)
+{
+    if (text.empty() || text.find_first_of(std::string{format.out, '\n', '\r'}) != text.npos)
+        fatal("%s cannot be a field of the result\n", quoted(text).c_str());
+}
+
 Table::Table(const std::string &name, const Format &format) : m_lines(name), m_format(format)
 {
 }

@@ -71,6 +71,9 @@ struct Format {
 // By the options above; where `outDelim` has no value, `out` is as `in`, and a tab for blanks.
 Format readFormat(const WordOption &outDelim = outDelimOption);
 
+// Ends the run where the text, which comes from elsewhere than the table, would not be one field of the result.
+void requireField(std::string_view text, const Format &format);
+
 // The rows of a table, all with as many fields as the first one; any other ends the run.
 class Table {
 public:

@@ -57,10 +57,11 @@ namespace {
 // scans would take for 0.
 class Values {
 public:
-    Values(const Columns &columns, char delimiter, const Table &table)
-        : m_columns(columns), m_delimiter(1, delimiter), m_table(table), m_missing(missingOption.read())
+    Values(const Columns &columns, const Format &format, const Table &table)
+        : m_columns(columns), m_delimiter(1, format.out), m_table(table), m_missing(missingOption.read())
     {
         text::splitFields(m_missing, ",", m_words);
+        requireField(m_words[0], format);
         for (size_t i = 0; i < columns.places.size(); ++i)
             append(m_allMissing, m_words[0]);
     }
@@ -138,10 +139,10 @@ static void phenotypes()
     const Columns columns = findColumns(names, idPlace, table);
 
     Matching matching(individuals, name);
-    Values values(columns, format.out, table);
+    Values values(columns, format, table);
     RowStore rows(individuals.names.size(), allowedMemory() / 2);
     while (table.next(row)) {
-        const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
+        const uint32_t place = matching.placeOf(text::findFieldByText(row, delimiter, idPlace), table.line());
         if (place != noNumber)
             rows.put(place, values.take(row));
     }

@@ -40,11 +40,14 @@ static void reorder()
     Matching matching(individuals, name);
     RowStore rows(individuals.names.size(), allowedMemory());
     while (table.next(row)) {
-        const uint32_t place = matching.placeOf(text::findField(row, delimiter, idPlace), table.line());
+        const uint32_t place = matching.placeOf(text::findFieldByText(row, delimiter, idPlace), table.line());
         if (place != noNumber)
             rows.put(place, row);
     }
     matching.finish();
+    requireField(missingOption.read(), format);
+    for (uint32_t place = 0; place < individuals.names.size(); ++place)
+        requireField(individuals.names.name(place), format);
 
     text::Writer out;
     openOutput(out, outName);

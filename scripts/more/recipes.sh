@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Runs every command of docs/recipes.md with the real tools.
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+. scripts/packages.sh
+install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev bcftools plink1.9 plink2 tabix
+
+cmake --preset release
+cmake --build --preset release --parallel "$(nproc)"
+MORVEL_RECIPES=1 ctest --preset release --no-tests=error -R '^Recipes\.'

@@ -1,0 +1,213 @@
+#include "scans/logistic.h"
+#include "processors/lanes.h"
+
+#include <algorithm>
+#include <cmath>
+
+// The groups go into lanes in turn, whose sums are added at the end: in this order with any instructions.
+static constexpr size_t lanes = 8;
+
+// e to the power of x, from -700 to 0, within two units of the last digit: 2^k e^r, where r is small enough for 13
+// terms of the series.
+template <class Bits, class Number>
+MORVEL_INLINE void exponentiate(Number &x)
+{
+    constexpr double perPower = 0x1.71547652b82fep+0;                           // 1 / ln 2
+    constexpr double high = 0x1.62e42fefa3800p-1, low = 0x1.ef35793c76730p-45;  // ln 2
+    constexpr double whole = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
+    constexpr double factorials[]
+        = {1.0 / 479001600, 1.0 / 39916800, 1.0 / 3628800, 1.0 / 362880, 1.0 / 40320, 1.0 / 5040, 1.0 / 720,
+           1.0 / 120,       1.0 / 24,       1.0 / 6,       1.0 / 2,      1.0,         1.0};
+    Number k = x * perPower + whole;
+    const Bits bits = ((Bits)k + 1023) << 52;
+    k -= whole;
+    const Number r = (x - k * high) - k * low;
+    Number sum = r * (1.0 / 6227020800) + factorials[0];
+    for (size_t term = 1; term < std::size(factorials); ++term)
+        sum = sum * r + factorials[term];
+    x = sum * (Number)bits;
+}
+
+template <size_t bytes, bool isFirth>
+MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double slope, const double *variance,
+                            double (*totals)[lanes])
+{
+    using Real = typename Lanes<double, bytes>::Real;
+    using Bits = typename Lanes<double, bytes>::Bits;
+    const Real zero = {};
+    for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
+        Real sums[5] = {};
+        for (size_t i = lane; i < groups.x.size(); i += lanes) {
+            const Real x = load<Real>(&groups.x[i]);
+            const Real n = load<Real>(&groups.n[i]);
+            const Real odds = intercept + slope * x;
+            Real power = odds < 0 ? odds : -odds;
+            power = power > -700 ? power : zero - 700;
+            exponentiate<Bits>(power);
+            const Real likelier = 1 / (1 + power), other = power * likelier;
+            const Real probability = odds < 0 ? other : likelier;
+            const Real weight = likelier * other;
+            Real rest = load<Real>(&groups.cases[i]) - n * probability;
+            Real information = n * weight;
+            if constexpr (isFirth) {
+                const Real leverage = weight * (variance[0] + x * (2 * variance[1] + x * variance[2]));
+                rest += n * leverage * (0.5 - probability);
+                information += information * leverage;
+            }
+            sums[0] += rest;
+            sums[1] += rest * x;
+            sums[2] += information;
+            sums[3] += information * x;
+            sums[4] += information * x * x;
+        }
+        for (size_t sum = 0; sum < 5; ++sum)
+            store<Real>(totals[sum] + lane, sums[sum]);
+    }
+}
+
+template <size_t bytes>
+MORVEL_INLINE void sumUp(const DosageGroups &groups, double intercept, double slope, const double *variance,
+                         LogisticSums &sums)
+{
+    alignas(64) double totals[5][lanes];
+    if (variance)
+        sumLanes<bytes, true>(groups, intercept, slope, variance, totals);
+    else
+        sumLanes<bytes, false>(groups, intercept, slope, variance, totals);
+    double total[5] = {};
+    for (size_t sum = 0; sum < 5; ++sum) {
+        for (const double each : totals[sum])
+            total[sum] += each;
+    }
+    sums = {{total[0], total[1]}, {total[2], total[3], total[4]}};
+}
+
+#define MORVEL_KERNELS(name, bytes, target)                                                                            \
+    target static void sumUp##name(const DosageGroups &groups, double intercept, double slope, const double *variance, \
+                                   LogisticSums &sums)                                                                 \
+    {                                                                                                                  \
+        sumUp<bytes>(groups, intercept, slope, variance, sums);                                                        \
+    }
+MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
+
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, sumUp##name},
+static const LogisticKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
+
+std::span<const LogisticKernels> LogisticKernels::all()
+{
+    return kernels;
+}
+
+// Where the search is, with dosages less their mean, so that intercept and slope hardly depend on each other.
+struct LogisticEstimate {
+    double intercept;
+    double slope = 0;
+    double error = noValue;
+};
+
+static bool invert(const double *information, double *variance)
+{
+    const double determinant = information[0] * information[2] - information[1] * information[1];
+    variance[0] = information[2] / determinant;
+    variance[1] = -information[1] / determinant;
+    variance[2] = information[0] / determinant;
+    return determinant > 0 && std::isfinite(variance[0]) && std::isfinite(variance[2]);
+}
+
+// Steps until one is smaller by twelve digits than the errors; false where that does not come.
+static bool settle(const DosageGroups &groups, bool isFirth, int steps, double range, LogisticEstimate &estimate)
+{
+    constexpr double least = 1e-24;  // square of a step, in errors
+    constexpr double longest = 3;    // step of Firth's search, in logarithms of odds
+    for (int step = 0; step < steps; ++step) {
+        LogisticSums sums;
+        double variance[3];
+        kernelsInUse<LogisticKernels>->sumUp(groups, estimate.intercept, estimate.slope, nullptr, sums);
+        if (!invert(sums.information, variance))
+            return false;
+        const double error = std::sqrt(variance[2]);
+        if (isFirth) {
+            kernelsInUse<LogisticKernels>->sumUp(groups, estimate.intercept, estimate.slope, variance, sums);
+            if (!invert(sums.information, variance))
+                return false;
+        }
+        double stepIntercept = variance[0] * sums.score[0] + variance[1] * sums.score[1];
+        double stepSlope = variance[1] * sums.score[0] + variance[2] * sums.score[1];
+        const double size = stepIntercept * sums.score[0] + stepSlope * sums.score[1];
+        if (isFirth) {
+            const double most = std::max(std::fabs(stepIntercept), std::fabs(stepSlope) * range);
+            const double part = most > longest ? longest / most : 1;
+            stepIntercept *= part;
+            stepSlope *= part;
+        }
+        estimate.intercept += stepIntercept;
+        estimate.slope += stepSlope;
+        estimate.error = error;
+        if (size < least)
+            return std::isfinite(estimate.slope);
+    }
+    return false;
+}
+
+LogisticFit fitLogistic(DosageGroups &groups)
+{
+    double n = 0, cases = 0, sumX = 0;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    double leastCase = infinity, mostCase = -infinity, leastControl = infinity, mostControl = -infinity;
+    for (size_t i = 0; i < groups.x.size(); ++i) {
+        const double x = groups.x[i];
+        n += groups.n[i];
+        cases += groups.cases[i];
+        sumX += groups.n[i] * x;
+        if (groups.cases[i] > 0) {
+            leastCase = std::min(leastCase, x);
+            mostCase = std::max(mostCase, x);
+        }
+        if (groups.cases[i] < groups.n[i]) {
+            leastControl = std::min(leastControl, x);
+            mostControl = std::max(mostControl, x);
+        }
+    }
+    LogisticFit result;
+    const double range = std::max(mostCase, mostControl) - std::min(leastCase, leastControl);
+    if (n < 3 || cases == 0 || cases == n || !(range > 0 && range < infinity))
+        return result;
+
+    const double mean = sumX / n;
+    for (double &x : groups.x)
+        x -= mean;
+    while (groups.x.size() % lanes != 0)
+        groups.add(0, 0, 0);
+    const LogisticEstimate start = {std::log(cases / (n - cases))};
+    LogisticEstimate estimate = start;
+    result.isFirth
+        = mostControl <= leastCase || mostCase <= leastControl || !settle(groups, false, 25, range, estimate);
+    if (result.isFirth) {
+        estimate = start;
+        if (!settle(groups, true, 1000, range, estimate))
+            return result;
+    }
+    for (double &x : groups.x)
+        x += mean;
+    result.fit.slope = estimate.slope;
+    result.fit.error = estimate.error;
+    result.fit.t = std::fabs(estimate.slope) / estimate.error;
+    result.intercept = estimate.intercept - estimate.slope * mean;
+    return result;
+}
+
+// Extended precision keeps the digits independent of the variants of the C library for different processors.
+double logisticR2(const DosageGroups &groups, const LogisticFit &fit)
+{
+    long double n = 0, cases = 0, likelihood = 0;
+    for (size_t i = 0; i < groups.x.size(); ++i) {
+        const long double odds = fit.intercept + static_cast<long double>(fit.fit.slope) * groups.x[i];
+        n += groups.n[i];
+        cases += groups.cases[i];
+        const long double larger = odds > 0 ? odds : 0;
+        likelihood += groups.cases[i] * odds - groups.n[i] * (larger + std::log1p(std::exp(-std::fabs(odds))));
+    }
+    const long double controls = n - cases;
+    const long double null = cases * std::log(cases / n) + controls * std::log(controls / n);
+    return double(1 - likelihood / null);
+}

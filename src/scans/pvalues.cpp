@@ -1,0 +1,57 @@
+#include "scans/pvalues.h"
+
+#include <boost/math/distributions/normal.hpp>
+#include <boost/math/distributions/students_t.hpp>
+#include <cmath>
+#include <limits>
+
+// No error is thrown: what overflows is infinite, what underflows is 0. Extended precision, which Boost uses for
+// doubles as well, keeps the digits independent of the variants that the C library has for different processors.
+using Quiet
+    = boost::math::policies::policy<boost::math::policies::domain_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::overflow_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::underflow_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::denorm_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::evaluation_error<boost::math::policies::ignore_error>,
+                                    boost::math::policies::pole_error<boost::math::policies::ignore_error>>;
+using Student = boost::math::students_t_distribution<long double, Quiet>;
+using Normal = boost::math::normal_distribution<long double, Quiet>;
+
+template <class Distribution>
+static double twoSided(const Distribution &distribution, double t)
+{
+    return std::isnan(t) ? t : std::isinf(t) ? 0 : double(2 * cdf(complement(distribution, t)));
+}
+
+template <class Distribution>
+static double leastPassing(const Distribution &distribution, double p)
+{
+    if (!(p < 1))
+        return p >= 1 ? 0 : p;
+    return p > 0 ? double(quantile(complement(distribution, p / 2.0L))) : std::numeric_limits<double>::infinity();
+}
+
+double studentP(double t, double degreesOfFreedom)
+{
+    return twoSided(Student(degreesOfFreedom), t);
+}
+
+double normalP(double z)
+{
+    return twoSided(Normal(), z);
+}
+
+double studentT(double p, double degreesOfFreedom)
+{
+    return leastPassing(Student(degreesOfFreedom), p);
+}
+
+double normalZ(double p)
+{
+    return leastPassing(Normal(), p);
+}
+
+double normalQuantile(double p)
+{
+    return double(quantile(Normal(), p));
+}

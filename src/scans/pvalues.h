@@ -1,0 +1,13 @@
+// Two-sided p-values and their inverses, from Boost.Math, to the last digit and down to the smallest double.
+#pragma once
+
+// P(|T| >= t) of Student's distribution, t >= 0, and of the normal one; 0 for an infinite t, NaN for NaN.
+double studentP(double t, double degreesOfFreedom);
+double normalP(double z);
+
+// The t >= 0 with this p: infinity for a p of 0 and below, 0 from 1 on.
+double studentT(double p, double degreesOfFreedom);
+double normalZ(double p);
+
+// The x with P(X <= x) = p of the normal distribution, 0 < p < 1.
+double normalQuantile(double p);

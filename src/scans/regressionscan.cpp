@@ -1,0 +1,270 @@
+#include "scans/regressionscan.h"
+#include "processors/wide.h"
+
+#include <algorithm>
+#include <cmath>
+
+size_t Analysis::keep(RegressionTrait trait)
+{
+    size_t bytes = sizeof(RegressionTrait) + StreamMedian::mostBytes();
+    bytes += trait.y.rests.size() * sizeof(float) + trait.y.listed.size() * sizeof(uint32_t) + trait.status.size();
+    for (const std::vector<uint32_t> &bin : trait.bins)
+        bytes += bin.size() * sizeof(uint32_t);
+    m_traits.push_back(std::make_unique<RegressionTrait>(std::move(trait)));
+    return bytes;
+}
+
+void Analysis::tell(size_t trait, const MarkerBlock &block, size_t marker, const TraitFit &pair, FitSink &sink)
+{
+    const double squaredT = pair.fit.t * pair.fit.t;
+    m_traits[trait]->summary.add(pair.fit.slope, squaredT, pair.freedom, block.names[marker], m_significance);
+    if (sink.isWanted(squaredT, pair.freedom))
+        sink.take(trait, marker, pair);
+}
+
+// The effect allele's part of the alleles, of dosages that were summed up.
+static double frequencyOf(double sum, size_t n)
+{
+    return n > 0 ? sum / double(2 * n) : noValue;
+}
+
+// The sums of all pairs by products of many phenotypes and markers, and once more with all digits for a pair that may
+// be a hit or whose sums leave a doubt.
+class LineAnalysis final : public Analysis {
+public:
+    using Analysis::Analysis;
+
+    size_t add(RegressionTrait trait) override;
+    void scan(const MarkerBlock &block, FitSink &sink) override;
+
+private:
+    void sumPairs(const CentredValues &y, const MarkerBlock &block, PairSums &sums) const;
+    void leaveOutMissing(size_t trait, const MarkerBlock &block, PairSums &sums) const;
+    void scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink);
+    TraitFit fitPair(size_t trait, const MarkerBlock &block, size_t marker);
+
+    double valueOf(size_t trait, size_t individual) const
+    {
+        return m_panels[trait / panelTraits][individual * panelTraits + trait % panelTraits];
+    }
+
+    std::vector<std::vector<double>> m_panels;  // [panel][individual][phenotype]
+    LinePoints m_points;
+};
+
+size_t LineAnalysis::add(RegressionTrait trait)
+{
+    const size_t place = m_traits.size() % panelTraits;
+    if (place == 0)
+        m_panels.emplace_back(m_individuals * panelTraits);
+    for (size_t i = 0; i < m_individuals; ++i)
+        m_panels.back()[i * panelTraits + place] = trait.y.centred[i];
+    std::vector<double>().swap(trait.y.centred);
+    return keep(std::move(trait)) + m_individuals * sizeof(double);
+}
+
+// Of the individuals with a phenotype, as if all had a dosage.
+void LineAnalysis::sumPairs(const CentredValues &y, const MarkerBlock &block, PairSums &sums) const
+{
+    std::fill_n(sums.n, regressionMarkers, double(y.n));
+    std::fill_n(sums.y, regressionMarkers, y.sum);
+    std::fill_n(sums.yy, regressionMarkers, y.squares);
+    kernelsInUse<RegressionKernels>->sumRows(block.rows(), m_individuals, y.listed, sums.x, sums.xx);
+    if (!y.areListedMissing)
+        return;
+    for (size_t m = 0; m < regressionMarkers; ++m) {
+        sums.x[m] = block.sums.x[m] - sums.x[m];
+        sums.xx[m] = block.sums.xx[m] - sums.xx[m];
+    }
+}
+
+void LineAnalysis::leaveOutMissing(size_t trait, const MarkerBlock &block, PairSums &sums) const
+{
+    const CentredValues &y = m_traits[trait]->y;
+    for (size_t m = 0; m < block.markers; ++m) {
+        for (const uint32_t i : block.missing[m]) {
+            const double value = valueOf(trait, i);
+            sums.n[m] -= y.isPresent(i);
+            sums.y[m] -= value;
+            sums.yy[m] -= value * value;
+        }
+    }
+}
+
+TraitFit LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t marker)
+{
+    const CentredValues &y = m_traits[trait]->y;
+    const double *dosages = block.dosages(marker);
+    m_points.clear();
+    m_points.xCentre = block.mean[marker];
+    m_points.xSize = block.size[marker];
+    m_points.ySize = y.size;
+    double sum = 0;
+    for (size_t i = 0; i < m_individuals; ++i) {
+        if (!y.isPresent(i) || std::isnan(dosages[i]))
+            continue;
+        sum += dosages[i];
+        m_points.add(block.x(marker, i), valueOf(trait, i), y.restOf(i));
+    }
+    const size_t n = m_points.x.size();
+    return {fitExactly(m_points), double(n) - 2, n, frequencyOf(sum, n), "linear"};
+}
+
+void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink)
+{
+    RegressionTrait &each = *m_traits[trait];
+    PairSums sums;
+    sumPairs(each.y, block, sums);
+    if (block.hasGaps)
+        leaveOutMissing(trait, block, sums);
+    alignas(64) double slopes[regressionMarkers], squaredTs[regressionMarkers];
+    kernelsInUse<RegressionKernels>->fit(sums, products, block.sums.xx, each.y.squares, slopes, squaredTs);
+    for (size_t m = 0; m < block.markers; ++m) {
+        const double freedom = sums.n[m] - 2;
+        const bool isDoubtful = std::isnan(squaredTs[m]);
+        if (!isDoubtful && !sink.isWanted(squaredTs[m], freedom))
+            each.summary.add(slopes[m], squaredTs[m], freedom, block.names[m], m_significance);
+        else if (!isDoubtful || !block.isConstant[m] || sink.isWanted(noValue, freedom))
+            tell(trait, block, m, fitPair(trait, block, m), sink);
+    }
+}
+
+void LineAnalysis::scan(const MarkerBlock &block, FitSink &sink)
+{
+    alignas(64) double products[panelTraits * regressionMarkers];
+    for (size_t trait = 0; trait < m_traits.size(); ++trait) {
+        const size_t place = trait % panelTraits;
+        if (place == 0)
+            kernelsInUse<RegressionKernels>->multiply(block.rows(), m_panels[trait / panelTraits].data(), m_individuals,
+                                                      products);
+        scanTrait(trait, block, products + place * regressionMarkers, sink);
+    }
+}
+
+class LogisticAnalysis final : public Analysis {
+public:
+    using Analysis::Analysis;
+
+    size_t add(RegressionTrait trait) override { return keep(std::move(trait)); }
+    void scan(const MarkerBlock &block, FitSink &sink) override;
+
+private:
+    void scanPair(size_t trait, const MarkerBlock &block, size_t marker, FitSink &sink);
+
+    DosagePlaces m_places;
+    DosageGroups m_groups;
+};
+
+void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t marker, FitSink &sink)
+{
+    RegressionTrait &each = *m_traits[trait];
+    m_places.group(each.status, m_groups);
+    LogisticFit fit = fitLogistic(m_groups);
+    constexpr double freedom = std::numeric_limits<double>::infinity();
+    const double squaredT = fit.fit.t * fit.fit.t;
+    each.summary.add(fit.fit.slope, squaredT, freedom, block.names[marker], m_significance);
+    if (!sink.isWanted(squaredT, freedom))
+        return;
+    if (fit.fit.t >= 0)
+        fit.fit.r2 = logisticR2(m_groups, fit);
+    double sum = 0, n = 0;
+    for (size_t k = 0; k < m_groups.x.size(); ++k) {
+        sum += m_groups.x[k] * m_groups.n[k];
+        n += m_groups.n[k];
+    }
+    const TraitFit pair
+        = {fit.fit, freedom, size_t(n), frequencyOf(sum, size_t(n)), fit.isFirth ? "firth" : "logistic"};
+    sink.take(trait, marker, pair);
+}
+
+void LogisticAnalysis::scan(const MarkerBlock &block, FitSink &sink)
+{
+    for (size_t m = 0; m < block.markers; ++m) {
+        m_places.find(block.dosages(m), m_individuals);
+        for (size_t trait = 0; trait < m_traits.size(); ++trait)
+            scanPair(trait, block, m, sink);
+    }
+}
+
+class BinAnalysis final : public Analysis {
+public:
+    using Analysis::Analysis;
+
+    size_t add(RegressionTrait trait) override { return keep(std::move(trait)) + m_individuals * sizeof(double); }
+    void scan(const MarkerBlock &block, FitSink &sink) override;
+
+private:
+    void sumBins(const RegressionTrait &trait, const MarkerBlock &block);
+    TraitFit fitPair(const RegressionTrait &trait, const MarkerBlock &block, size_t marker);
+
+    struct alignas(64) Sums {
+        double x[regressionMarkers], xx[regressionMarkers];
+    };
+    std::vector<Sums> m_sums;  // [bin]
+    LinePoints m_points;
+};
+
+void BinAnalysis::sumBins(const RegressionTrait &trait, const MarkerBlock &block)
+{
+    m_sums.resize(trait.bins.size());
+    for (size_t k = 0; k < trait.bins.size(); ++k)
+        kernelsInUse<RegressionKernels>->sumRows(block.rows(), m_individuals, trait.bins[k], m_sums[k].x, m_sums[k].xx);
+}
+
+// Means of dosages and of phenotypes over the individuals of a bin who have both.
+TraitFit BinAnalysis::fitPair(const RegressionTrait &trait, const MarkerBlock &block, size_t marker)
+{
+    const double *dosages = block.dosages(marker);
+    m_points.clear();
+    m_points.xCentre = 0;         // the dosages are those less their mean
+    m_points.rounding = 0x1p-46;  // of sums
+    m_points.xSize = block.size[marker];
+    m_points.ySize = trait.y.size;
+    size_t all = 0;
+    double sumX = 0;
+    for (size_t k = 0; k < trait.bins.size(); ++k) {
+        const std::vector<uint32_t> &bin = trait.bins[k];
+        size_t n = bin.size();
+        double sumY = 0;
+        if (!block.missing[marker].empty() || trait.binY.empty()) {
+            n = 0;
+            for (const uint32_t i : bin) {
+                const bool isUsed = !std::isnan(dosages[i]);
+                n += isUsed;
+                sumY += isUsed ? trait.y.centred[i] : 0;
+            }
+        }
+        if (n == 0)
+            continue;
+        all += n;
+        sumX += m_sums[k].x[marker];
+        m_points.add(m_sums[k].x[marker] / double(n), trait.binY.empty() ? sumY / double(n) : trait.binY[k], 0);
+    }
+    const double points = double(m_points.x.size());
+    const double frequency = frequencyOf(sumX + double(all) * block.mean[marker], all);
+    return {fitExactly(m_points), points - 2, all, frequency, "bins"};
+}
+
+void BinAnalysis::scan(const MarkerBlock &block, FitSink &sink)
+{
+    for (size_t trait = 0; trait < m_traits.size(); ++trait) {
+        sumBins(*m_traits[trait], block);
+        for (size_t m = 0; m < block.markers; ++m)
+            tell(trait, block, m, fitPair(*m_traits[trait], block, m), sink);
+    }
+}
+
+std::unique_ptr<Analysis> lineAnalysis(size_t individuals, const Significance &significance)
+{
+    return std::make_unique<LineAnalysis>(individuals, significance);
+}
+
+std::unique_ptr<Analysis> logisticAnalysis(size_t individuals, const Significance &significance)
+{
+    return std::make_unique<LogisticAnalysis>(individuals, significance);
+}
+
+std::unique_ptr<Analysis> binAnalysis(size_t individuals, const Significance &significance)
+{
+    return std::make_unique<BinAnalysis>(individuals, significance);
+}
