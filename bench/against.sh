@@ -43,13 +43,13 @@ job() {
     shift 2
     : >times
     for run in $(seq "$runs"); do
-        rm -f result*
+        rm -f made*
         new_time=$(spent "$new" "$@")
         size=$([ "$output" = - ] && echo 0 || stat -c %s "$output")
-        rm -f result*
+        rm -f made*
         old_time=$(spent "$old" "$@")
-        rm -f result*
-        floor=$(spent "$limits" "$input" result "$size")
+        rm -f made*
+        floor=$(spent "$limits" "$input" made "$size")
         echo "$new_time $old_time $floor" >>times
     done
     awk -v name="${*:2:1} ${*:5}" '
@@ -69,23 +69,23 @@ job() {
         }' times
 }
 
-job triplets result -M gentoAD -file triplets -out result
-job triplets result -M gentoAD -file triplets -out result -statistics yes
-job triplets result -M gentoAD -file triplets -out result -to-hard-call yes
-job dosages result -M ADtogen -file dosages -out result
-job dosages result -M avgAD -file dosages -out result
-job triplets result -M avgGEN -file triplets -out result
-job triplets result -M gentoletters -file triplets -out result
-job dosages - -M gwas -pfile phenotype20 -gfile dosages -out result
-job dosages - -M gwas2 -pfile phenotype1 -gfile dosages -out result
-job triplets - -M gwas3 -pfile phenotype1 -gfile triplets -out result
-job dosages - -M gwas2 -pfile phenotypes -gfile dosages -out result
-job triplets - -M gwas3 -pfile phenotypes -gfile triplets -out result
-job pairs - -M family -file pairs -out result -threshold 0.4
-job pairs - -M relout5 -file pairs -out result -limit 0.4
-job pairs - -M relout6 -file pairs -out result -limit 0.4
-job results result -M ldprune -file results -out result -map map -poscolumn 3 -pcolumn 9 -threshold 0.0001
-job values result -M levin -file values -out result
+job triplets made -M gentoAD -file triplets -out made
+job triplets made -M gentoAD -file triplets -out made -statistics yes
+job triplets made -M gentoAD -file triplets -out made -to-hard-call yes
+job dosages made -M ADtogen -file dosages -out made
+job dosages made -M avgAD -file dosages -out made
+job triplets made -M avgGEN -file triplets -out made
+job triplets made -M gentoletters -file triplets -out made
+job dosages - -M gwas -pfile phenotype20 -gfile dosages -out made
+job dosages - -M gwas2 -pfile phenotype1 -gfile dosages -out made
+job triplets - -M gwas3 -pfile phenotype1 -gfile triplets -out made
+job dosages - -M gwas2 -pfile phenotypes -gfile dosages -out made
+job triplets - -M gwas3 -pfile phenotypes -gfile triplets -out made
+job pairs - -M family -file pairs -out made -threshold 0.4
+job pairs - -M relout5 -file pairs -out made -limit 0.4
+job pairs - -M relout6 -file pairs -out made -limit 0.4
+job results made -M ldprune -file results -out made -map map -poscolumn 3 -pcolumn 9 -threshold 0.0001
+job values made -M levin -file values -out made
 # A run that does nothing is too short for the clock: 200 of them.
 cat >starts <<'S'
 for i in $(seq 200); do "$1" >/dev/null; done
