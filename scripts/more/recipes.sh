@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
-install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev bcftools plink1.9 plink2 tabix
+install_packages $build_packages libgtest-dev libgmock-dev bcftools plink1.9 plink2 tabix
 
 cmake --preset release
 cmake --build --preset release --parallel "$(nproc)"

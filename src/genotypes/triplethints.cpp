@@ -16,16 +16,17 @@ struct Finding {
     size_t markers = 0, triplets = 0;
 };
 
-static Finding zeros = {"of three zeros, which count as dosage 0; missing?"};
+static Finding zeros = {"of three zeros, which count as dosage 0 (missing?)"};
 static Finding nans = {"with nan, which spoil the marker"};
-static Finding otherSums = {"with a sum other than 1; are there as many leading columns as given?"};
+static Finding otherSums = {"with a sum other than 1 (another number of leading columns?)"};
 static size_t markers = 0, looks = 0, bytes = 0;
 
 static std::string describe(const Finding &finding)
 {
-    return finding.triplets == 0 ? ""
-                                 : std::to_string(finding.triplets) + " triplets in " + std::to_string(finding.markers)
-                                       + " of " + std::to_string(looks) + " markers looked at are " + finding.what;
+    if (finding.triplets == 0)
+        return "";
+    return "triplets " + std::string(finding.what) + ": " + std::to_string(finding.triplets) + " in "
+           + std::to_string(finding.markers) + " of " + std::to_string(looks) + " markers looked at";
 }
 
 static std::string describeZeros()

@@ -12,9 +12,12 @@
 
 using std::string_view;
 
+enum class Kind { Other, DecimalComma, Missing };
+
 // Fields of a file that are no numbers, in the order in which they are read.
 struct BadFields {
     std::string file;
+    Kind kind;
     std::string first;
     size_t firstOffset, lastOffset;  // in the content of the file
     size_t count;
@@ -30,12 +33,35 @@ static const Mode *mode = nullptr;
 static std::vector<RepeatedHint> hints;
 static std::vector<std::string (*)()> lateHints;
 static std::vector<BadFields> badFields;
+static std::vector<std::string> oddOutputs;
 static std::string unopened;  // the first file that could not be opened, and why
 
 static bool isReadAgain(const std::string &name)
 {
     struct stat file;
     return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode);
+}
+
+static bool hasDecimalComma(string_view field)
+{
+    std::string dotted(field);
+    const size_t comma = dotted.find(',');
+    if (comma == dotted.npos)
+        return false;
+    dotted[comma] = '.';
+    return dotted.find_first_not_of("0123456789.eE+-") == dotted.npos && text::readReal(dotted).isNumber;
+}
+
+static bool looksMissing(string_view field)
+{
+    std::string lower(field);
+    std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+    return isOneOf(". .. na n/a #n/a <na> nan null none nd missing miss - -- ?", lower);
+}
+
+static Kind kindOf(string_view field)
+{
+    return hasDecimalComma(field) ? Kind::DecimalComma : looksMissing(field) ? Kind::Missing : Kind::Other;
 }
 
 // Fields that are not a file's are values of options, which have hints of their own. An empty field counts as 0
@@ -45,9 +71,11 @@ static void noteBadField(string_view field)
     const auto origin = field.empty() ? std::nullopt : text::LineReader::originOf(field.data());
     if (!origin)
         return;
-    const auto known = std::ranges::find(badFields, origin->file, &BadFields::file);
+    const Kind kind = kindOf(field);
+    const auto known = std::ranges::find_if(
+        badFields, [&](const BadFields &fields) { return fields.file == origin->file && fields.kind == kind; });
     if (known == badFields.end()) {
-        badFields.push_back({origin->file, std::string(field.substr(0, 40)), origin->offset, origin->offset, 1});
+        badFields.push_back({origin->file, kind, std::string(field.substr(0, 40)), origin->offset, origin->offset, 1});
     } else if (origin->offset > known->lastOffset) {  // not where the file is read again
         known->lastOffset = origin->offset;
         ++known->count;
@@ -56,8 +84,13 @@ static void noteBadField(string_view field)
 
 static void noteUnopened(const std::string &name, int error)
 {
-    if (unopened.empty())
-        unopened = quoted(name) + " cannot be opened: " + std::strerror(error);
+    if (!unopened.empty())
+        return;
+    const size_t slash = name.rfind('/');
+    const std::string folder = slash == name.npos ? "" : name.substr(0, slash);
+    const bool hasFolder = folder.empty() || text::exists(folder);
+    unopened = quoted(name)
+               + " cannot be opened: " + (hasFolder ? std::strerror(error) : "there is no folder " + quoted(folder));
 }
 
 void startDataHints(const Mode *chosen)
@@ -97,8 +130,8 @@ void addDataHint(std::string (*textAtTheEnd)())
 
 void noteOutput(const std::string &name)
 {
-    if (name.starts_with('-'))
-        addDataHint("an output is named " + quoted(name) + ": was a value missing before it? rm ./" + name);
+    if (isOn && name.starts_with('-'))
+        oddOutputs.push_back(name);
 }
 
 struct Place {
@@ -127,23 +160,6 @@ static Place placeAt(const std::string &file, size_t offset)
     return {};
 }
 
-static bool hasDecimalComma(string_view field)
-{
-    std::string dotted(field);
-    const size_t comma = dotted.find(',');
-    if (comma == dotted.npos)
-        return false;
-    dotted[comma] = '.';
-    return text::readReal(dotted).isNumber;
-}
-
-static bool looksMissing(string_view field)
-{
-    std::string lower(field);
-    std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
-    return isOneOf(". .. na n/a #n/a <na> nan null none nd missing miss - -- ?", lower);
-}
-
 // What may be done about the first line of the file, if it is a header.
 static std::string headerAdvice(const std::string &file)
 {
@@ -161,9 +177,9 @@ static std::string headerAdvice(const std::string &file)
 
 static std::string adviceOn(const BadFields &fields, const Place &place)
 {
-    if (hasDecimalComma(fields.first))
+    if (fields.kind == Kind::DecimalComma)
         return "; a decimal comma? numbers have a point";
-    if (looksMissing(fields.first)) {
+    if (fields.kind == Kind::Missing) {
         const Option *missing = mode ? findOption(*mode, "-missing") : nullptr;
         const Option *phenotypes = mode ? findOption(*mode, "-pfile") : nullptr;
         if (missing && missing->taking.use == Use::Optional && phenotypes && phenotypes->given() == fields.file)
@@ -199,6 +215,11 @@ void showDataHints(int status)
     text::onUnopened = nullptr;
     if (status != 0 && !unopened.empty())
         show(unopened);
+    for (const std::string &output : oddOutputs) {
+        if (mode && text::exists(output))
+            show("wrote the output of " + std::string(mode->name()) + " to " + quoted(output)
+                 + ": was a value missing before it? rm ./" + output);
+    }
     for (const BadFields &fields : badFields)
         show(textOf(fields));
     for (const RepeatedHint &hint : hints) {

@@ -149,7 +149,7 @@ static std::vector<std::string> findOptionHints(std::span<const char *const> arg
 std::vector<std::string> findHints(std::span<const char *const> arguments, string_view name)
 {
     if (arguments.empty())
-        return {"no mode is named, nothing runs; call morvel -M MODE -option value ..., see man morvel"};
+        return {"no mode is named, nothing runs; call morvel -M MODE -option value ..."};
     const Mode *mode = findMode(name);
     if (!mode)
         return {"mode " + quoted(name) + " is unknown, nothing runs" + modeSuggestion(name)};

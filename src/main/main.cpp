@@ -75,6 +75,5 @@ int main(int argc, char **argv)
     print("END TIME: %s", currentTime().c_str());
     const auto elapsed = std::chrono::steady_clock::now() - start;
     print("%s", elapsedTime(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count()).c_str());
-    Switches.clear();
     finish(0);
 }

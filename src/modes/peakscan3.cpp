@@ -314,7 +314,8 @@ static void lookAtOrder(const Chromosome &chromosome, const std::string &label)
     if (!wantsDataHints() || chromosome.size() == 0)
         return;
     const std::string place = "chromosome " + label;
-    if (!labels.insert(label).second)
+    // A last chromosome of one marker goes by another's label.
+    if (!labels.insert(label).second && chromosome.size() > 1)
         addDataHint(place, "comes back after another one, and counts as two; sort the table");
     if (!std::ranges::is_sorted(chromosome.L))
         addDataHint(place, "positions fall; sort the table");

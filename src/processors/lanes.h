@@ -47,16 +47,17 @@ MORVEL_INLINE void store(Number *to, const Register &from)
 // Gives each kind of processor to a macro of (name, bytes of a register, attribute of its entry points), from the
 // narrowest registers, which all have, to the widest.
 #if defined(MORVEL_WIDE_KERNELS)
+#define MORVEL_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt")))
+#define MORVEL_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,bmi,bmi2,popcnt")))
 #define MORVEL_FOR_PROCESSORS(macro)                                                                                   \
-    macro(Plain, 16, ) macro(Avx2, 32, __attribute__((target("avx2"))))                                                \
-        macro(Avx512, 64, __attribute__((target("avx512f"))))
+    macro(Plain, 16, ) macro(Avx2, 32, MORVEL_AVX2) macro(Avx512, 64, MORVEL_AVX512)
 inline bool supportsAvx2()
 {
-    return __builtin_cpu_supports("avx2") > 0;
+    return __builtin_cpu_supports("avx2") > 0 && __builtin_cpu_supports("bmi2") > 0;
 }
 inline bool supportsAvx512()
 {
-    return __builtin_cpu_supports("avx512f") > 0;
+    return supportsAvx2() && __builtin_cpu_supports("avx512bw") > 0 && __builtin_cpu_supports("avx512vl") > 0;
 }
 #else
 #define MORVEL_FOR_PROCESSORS(macro) macro(Plain, 16, )

@@ -54,7 +54,7 @@ void followPage(const std::string &page, const Folder &folder)
     std::filesystem::create_symlink(std::getenv("MORVEL_PROGRAM"), tools.path("morvel"));
     std::filesystem::create_symlink(MORVEL_PAGES_FOLDER "/morvel-table", tools.path("morvel-table"));
     const std::string shell
-        = "cd " + folder.path("") + " && PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");
+        = "cd " + folder.path("") + " && MORVEL_HINTS=1 PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");
     const bool hasZstd = std::system("command -v zstd > /dev/null") == 0;
     for (const Step &step : readSteps(page)) {
         SCOPED_TRACE(page + ":" + std::to_string(step.line) + ": " + step.command + step.fileName);
