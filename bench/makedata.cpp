@@ -3,11 +3,14 @@
 //   makedata triplets INDIVIDUALS MARKERS > FILE
 //   makedata phenotypes INDIVIDUALS PHENOTYPES > FILE
 //   makedata pairs INDIVIDUALS PAIRS > FILE
+//   makedata allpairs INDIVIDUALS 0 > FILE
 //   makedata weights INDIVIDUALS LISTED > FILE
 //   makedata results CHROMOSOMES MARKERS > FILE     association results with peaks
 //   makedata map SPACING ENTRIES > FILE             genetic map
 //   makedata directions STUDIES MARKERS > FILE      meta-analysis results, the directions last
 //   makedata values COLUMNS ROWS > FILE
+//   makedata cases COLUMNS ROWS > FILE              individuals half a deviation above those of a pool in each column
+//   makedata pool COLUMNS ROWS > FILE
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -115,6 +118,15 @@ static void makePairs(unsigned individuals, unsigned pairs)
         std::printf("ID%u\tID%u\t0.%04u\n", nameOf(one, individuals), nameOf(other, individuals), 442 + below(4600));
 }
 
+// Every pair of so many individuals, as relatedness programs write them: first identifiers in runs. One in 200 is related.
+static void makeAllPairs(unsigned individuals, unsigned)
+{
+    for (unsigned i = 0; i < individuals; ++i) {
+        for (unsigned k = i + 1; k < individuals; ++k)
+            std::printf("ID%u\tID%u\t0.%04u\n", i + 100000, k + 100000, below(200) == 0 ? 4420 + below(600) : below(400));
+    }
+}
+
 static void makeWeights(unsigned individuals, unsigned listed)
 {
     for (unsigned i = 0; i < listed; ++i)
@@ -173,6 +185,28 @@ static void makeValues(unsigned columns, unsigned rows)
     }
 }
 
+static void makePeople(const char *name, double mean, unsigned columns, unsigned rows)
+{
+    std::normal_distribution<double> normal(mean, 1);
+    for (unsigned row = 1; row <= rows; ++row) {
+        std::printf("%s%u", name, row);
+        for (unsigned column = 0; column < columns; ++column)
+            std::printf("\t%.5f", normal(generator));
+        std::printf("\n");
+    }
+}
+
+static void makeCases(unsigned columns, unsigned rows)
+{
+    generator.seed(17);  // not the beginning of the pool
+    makePeople("case", 0.5, columns, rows);
+}
+
+static void makePool(unsigned columns, unsigned rows)
+{
+    makePeople("control", 0, columns, rows);
+}
+
 int main(int argc, char **argv)
 {
     if (argc != 4)
@@ -180,9 +214,11 @@ int main(int argc, char **argv)
     static const struct {
         const char *name;
         void (*make)(unsigned, unsigned);
-    } makers[] = {{"triplets", makeTriplets},     {"phenotypes", makePhenotypes}, {"pairs", makePairs},
-                  {"weights", makeWeights},       {"results", makeResults},       {"map", makeMap},
-                  {"directions", makeDirections}, {"values", makeValues}};
+    } makers[] = {{"triplets", makeTriplets},     {"phenotypes", makePhenotypes},
+                  {"pairs", makePairs}, {"allpairs", makeAllPairs},           {"weights", makeWeights},
+                  {"results", makeResults},       {"map", makeMap},
+                  {"directions", makeDirections}, {"values", makeValues},
+                  {"cases", makeCases},           {"pool", makePool}};
     for (const auto &maker : makers) {
         if (std::strcmp(argv[1], maker.name) == 0)
             maker.make(unsigned(std::atoi(argv[2])), unsigned(std::atoi(argv[3])));

@@ -2,7 +2,7 @@
 . "$(dirname "${BASH_SOURCE[0]}")/../scripts/packages.sh"
 
 build_for_bench() {
-    install_packages g++ cmake make qt6-base-dev time
+    install_packages $build_packages time
     cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DMORVEL_BENCH=ON >/dev/null
     cmake --build build --parallel "$(nproc)" >/dev/null
     lscpu | sed -n 's/^Model name: */processor: /p'

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 sed -n '2,3s/^# //p' "$0"
 . scripts/packages.sh
-install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev python3 locales gcovr
+install_packages $build_packages libgtest-dev libgmock-dev python3 locales gcovr
 
 cmake --preset coverage
 # What earlier runs counted goes, and the pages are made anew: that counts as well.

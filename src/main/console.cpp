@@ -1,6 +1,9 @@
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "text/files.h"
+#include "text/foreign.h"
+#include "text/source.h"
 #include "text/writer.h"
 
 #include <csignal>
@@ -11,7 +14,7 @@
 #include <fcntl.h>
 
 static const char *companion = nullptr;  // whose messages go to standard error; null: the program. Set by startConsole
-static bool isEnding = false;  // a second failure while the first one is reported adds no further line
+static bool isEnding = false;            // a second failure while the first one is reported adds no further line
 
 [[noreturn]] static void failConsole()
 {
@@ -32,6 +35,11 @@ static bool isEnding = false;  // a second failure while the first one is report
     fatal("Cannot %s '%s'\n", action, name.c_str());
 }
 
+[[noreturn]] static void failForeign(const char *kind, const std::string &name)
+{
+    fatal("'%s' is %s, not a text table: see \"Files of other kinds\" in the guide\n", name.c_str(), kind);
+}
+
 void startConsole(const char *companionName)
 {
     companion = companionName;
@@ -46,6 +54,8 @@ void startConsole(const char *companionName)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     text::onFailure = failTransfer;
+    if (!companion)  // a companion may read lists out of other programs' files
+        text::onForeign = failForeign;
 }
 
 static void printList(const char *format, std::va_list arguments)
@@ -85,6 +95,7 @@ void finish(int status)
         text::Writer::closeAll();
     text::Writer::flushAll();
     flushConsole();
+    showDataHints(status);
     std::exit(status);
 }
 
@@ -125,5 +136,9 @@ void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer
                 fatal("Output file '%s' is also another output\n", output->c_str());
         }
     }
+    for (const std::string &input : inputs)
+        text::lookForForeign(input);
+    for (const std::string &output : outputs)
+        noteOutput(output);
     flushConsole();
 }

@@ -33,5 +33,6 @@ void copyBounded(char (&buffer)[size], std::string_view bytes)
 }
 
 // To be called right before a mode opens its first file: ends the run where an output would be the same file as an
-// input that exists, or as an output named before it. Shows all messages so far, since long work may follow.
+// input that exists, or as an output named before it, or an input is a regular file of another kind (text/foreign.h; a
+// pipe is known only when it is read). Shows all messages so far, since long work may follow.
 void refuseSameFiles(std::initializer_list<std::string> inputs, std::initializer_list<std::string> outputs);

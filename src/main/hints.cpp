@@ -121,11 +121,17 @@ static std::vector<std::string> findOptionHints(std::span<const char *const> arg
                 } else if (const std::string hint = valueHint(*option, value); !hint.empty()) {
                     hints.push_back(hint);
                 }
+                if (option->taking.use == Use::CheckedOnly)
+                    hints.push_back("option " + quoted(word) + " is checked only: it changes nothing in mode "
+                                    + quoted(name));
+                else if (option->taking.use == Use::NotUsed)
+                    hints.push_back("option " + quoted(word) + " is accepted, but not used by mode " + quoted(name));
                 given.emplace_back(word, value);
             }
         } else if (looksLikeOption(word)) {
             hints.push_back("option " + quoted(word) + " is ignored: mode " + quoted(name) + " does not know it"
-                            + optionSuggestion(word, mode));
+                            + optionSuggestion(word.substr(0, word.find('=')), mode)
+                            + (word.find('=') != word.npos ? "; its value is a word of its own" : ""));
             if (!isLast && !findOption(mode, value) && !looksLikeOption(value))
                 ++i;
         } else {
@@ -154,8 +160,37 @@ std::vector<std::string> findHints(std::span<const char *const> arguments, strin
     return findOptionHints(arguments, name, *mode);
 }
 
+// A word that stands where "-M" was forgotten.
+static std::string forgottenSwitch(std::span<const char *const> arguments)
+{
+    for (const string_view word : arguments) {
+        const Mode *mode = findMode(word);
+        if (mode && mode->run)
+            return "; did you mean \"-M " + std::string(word) + "\"?";
+    }
+    return "";
+}
+
+void showUsage(std::span<const char *const> arguments)
+{
+    const std::string beginning = "morvel: hint: ";
+    std::string text
+        = beginning + "call morvel -M MODE -option value ..." + forgottenSwitch(arguments) + " The modes are\n";
+    for (const Mode *mode : allModes()) {
+        if (!mode->run || mode->bare)
+            continue;
+        std::string name = mode->name();
+        name.resize(std::max(name.size() + 1, size_t(14)), ' ');
+        text += beginning + "  " + name + mode->help + "\n";
+    }
+    text += beginning + "and man morvel tells their options\n";
+    std::fputs(text.c_str(), stderr);
+}
+
 void showHints(std::span<const char *const> arguments, string_view mode)
 {
+    if (arguments.empty())
+        return showUsage(arguments);
     for (const std::string &hint : findHints(arguments, mode))
         std::fprintf(stderr, "morvel: hint: %s\n", hint.c_str());
 }

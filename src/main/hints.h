@@ -14,4 +14,7 @@ bool wantsHints();
 // The hints on a command line (without the program), of which `mode` was found to be the mode's name.
 std::vector<std::string> findHints(std::span<const char *const> arguments, std::string_view mode);
 
+// How a call looks and the modes, for a call that names none.
+void showUsage(std::span<const char *const> arguments);
+
 void showHints(std::span<const char *const> arguments, std::string_view mode);

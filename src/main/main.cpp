@@ -1,6 +1,7 @@
 // One run from start to end.
 #include "main/banner.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/hints.h"
 #include "main/modes.h"
 #include "main/options.h"
@@ -13,19 +14,19 @@
 static char argument[100];  // program path
 static char mode[50];
 
-// Copies the name after the first "-M" or "-m" to `mode`.
-static void findModeName(int argc, char **argv)
+// Copies the name after the first "-M" or "-m" to `mode`; without any words there is none, which is no error. False
+// where nothing is left to be the name.
+static bool findModeName(std::span<const char *const> arguments)
 {
-    for (int i = 1; i < argc; ++i) {
-        if (i == argc - 1) {
-            print("You need to specify the mode '-M'\n\n");
-            quit();
-        }
-        if (std::strcmp(argv[i], "-M") == 0 || std::strcmp(argv[i], "-m") == 0) {
-            copyBounded(mode, argv[i + 1]);
-            return;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (i + 1 == arguments.size())
+            return false;
+        if (std::strcmp(arguments[i], "-M") == 0 || std::strcmp(arguments[i], "-m") == 0) {
+            copyBounded(mode, arguments[i + 1]);
+            return true;
         }
     }
+    return true;
 }
 
 // On purpose a value is itself looked at as a possible option name.
@@ -46,10 +47,19 @@ int main(int argc, char **argv)
     welcome();
     for (int i = 1; i < argc; ++i)
         print("%d  %s\n", i, argv[i]);
-    findModeName(argc, argv);
-    if (wantsHints())
-        showHints({argv + 1, argv + argc}, mode);
+    const bool isHinting = wantsHints();
+    const std::span<const char *const> arguments{argv + 1, argv + argc};
+    if (!findModeName(arguments)) {
+        if (isHinting)
+            showUsage(arguments);
+        print("You need to specify the mode '-M'\n\n");
+        quit();
+    }
     const Mode *chosen = findMode(mode);
+    if (isHinting) {
+        showHints(arguments, mode);
+        startDataHints(chosen);
+    }
     if (chosen)
         collectOptions(argc, argv, *chosen);
 
@@ -65,6 +75,5 @@ int main(int argc, char **argv)
     print("END TIME: %s", currentTime().c_str());
     const auto elapsed = std::chrono::steady_clock::now() - start;
     print("%s", elapsedTime(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count()).c_str());
-    Switches.clear();
     finish(0);
 }

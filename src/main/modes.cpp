@@ -1,9 +1,6 @@
 #include "main/modes.h"
-#include "main/console.h"
 
 #include <algorithm>
-
-static const Mode *running = nullptr;  // set by runMode
 
 const Mode *findMode(std::string_view name)
 {
@@ -24,13 +21,7 @@ const Option *findOption(const Mode &mode, std::string_view name)
 
 void runMode(const Mode &mode)
 {
-    running = &mode;
     expectOnly(mode.bare ? mode.bare->options : mode.options);
     if (mode.run)
         mode.run();
-}
-
-void reportUnavailable()
-{
-    print("%s is not available in this version\n", running->name());
 }

@@ -28,6 +28,3 @@ const Option *findOption(const Mode &mode, std::string_view name);
 
 // Runs the mode's function, if it has one.
 void runMode(const Mode &mode);
-
-// The function of a mode whose work is yet to be built: says so and returns.
-void reportUnavailable();

@@ -59,5 +59,9 @@ std::string suggestion(string_view typed, std::span<const string_view> names)
             nearest = name;
         }
     }
+    for (const string_view name : names) {
+        if (nearest.empty() && typed.size() > 5 && name.starts_with(typed.substr(0, 5)))
+            nearest = name;
+    }
     return nearest.empty() ? "" : "; did you mean " + quoted(nearest) + "?";
 }

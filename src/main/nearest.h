@@ -9,5 +9,5 @@
 std::string quoted(std::string_view word);
 
 // "; did you mean ...?" with the nearest name, the first of equals, or nothing where none is near: one letter in
-// three may be wrong, or the end be missing.
+// three may be wrong, or the end be missing; where none is as near, the first one that begins with the same five.
 std::string suggestion(std::string_view typed, std::span<const std::string_view> names);

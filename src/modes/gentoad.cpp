@@ -4,7 +4,9 @@
 #include "genotypes/columns.h"
 #include "genotypes/deviation.h"
 #include "genotypes/dosages.h"
+#include "genotypes/triplethints.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
@@ -61,6 +63,8 @@ static void readOptions()
         fatal("Invalid rs number location selected\n");
     statistics = statisticsOption.isOn();
     hardCalls = hardCallOption.isOn();
+    if (!statistics && nameColumnOption.given())
+        addDataHint("\"-rs-loc\" changes nothing without \"-statistics yes\"");
 }
 
 // What the summary tells of a line's dosages. Sums in single precision, in their order.
@@ -190,6 +194,7 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
         dosageSummary.start(line.size() <= keptLineSize);
         const std::string_view genotypes = copyLeadingColumns(line, lastbeforegeno, out);
         convertTriplets(genotypes, out, &dosageSummary);
+        lookAtTriplets(line, lastbeforegeno);
         if (statistics)
             SUMdosePROBLEM += dosageSummary.write(fieldAt(line, rsnumber - 1), genotypes, summary);
     }

@@ -9,6 +9,7 @@
 #include "scans/hits.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
+#include "scans/scanhints.h"
 
 static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "dosage file"};
 static constexpr const Option *options[] = {
@@ -75,6 +76,7 @@ static void universal(const BinScan &scan)
         std::vector<size_t> binCounts;
         if (hasBins(phenotype.p2List)) {
             const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
+            lookAtBins(phenotype.name, phenotype.values, bins);
             summary = scanMarkers(phenotype.name, bins, scan.decision, columns, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());

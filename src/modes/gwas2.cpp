@@ -1,9 +1,10 @@
 // Association scan of gwas, with its results, for many phenotypes: these are held in memory as the members of their
 // bins, and the genotypes, dosages or triplets, are read once.
 #include "modes/gwas2.h"
-#include "genotypes/dosages.h"
 #include "genotypes/columns.h"
+#include "genotypes/dosages.h"
 #include "genotypes/markerlines.h"
+#include "genotypes/triplethints.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -14,6 +15,7 @@
 #include "scans/hitstore.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
+#include "scans/scanhints.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,6 +64,7 @@ bool DosageLines::convertNext(std::string_view &line)
     std::string_view triplets;
     while (!m_text.ends_with('\n') && nextMarkerLine(m_in, triplets)) {
         m_text.reserve(m_text.size() + triplets.size());  // enough for most: not to hold a long line twice as it grows
+        lookAtTriplets(triplets, leadingColumns);
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
         m_convertTriplets(triplets, m_out, nullptr);
         m_out.flush();
@@ -332,6 +335,7 @@ static void universal2(const BinScan &scan, bool hasTriplets, const ScanMemory &
             if (table.chunks.empty())
                 finishPass(false);
             bins = fillBins(findBins2(scan.bins, phenotype.p2List), phenotype.values);
+            lookAtBins(phenotype.name, phenotype.values, bins);
         }
         addTrait(phenotype, bins, table);
         table.lineBytes += line.size() + 1;

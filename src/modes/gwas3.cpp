@@ -3,7 +3,9 @@
 // row per hit, and a row of statistics per marker.
 #include "genotypes/classes.h"
 #include "genotypes/markers.h"
+#include "genotypes/triplethints.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -14,6 +16,7 @@
 #include "scans/matrix.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
+#include "scans/scanhints.h"
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/writer.h"
@@ -21,6 +24,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "genotype-triplet file"};
@@ -101,6 +105,7 @@ static PhenotypeTable readPhenotypes()
             values.push_back(readPhenotypeValue(field));
         if (values.size() != table.individuals || fields.next(field))
             fatal("Inconsistent number of columns in pheno file\n");
+        lookAtPhenotype(table.PhenoID.back(), values);
         table.matrix.add(values);
     }
     table.matrix.finish();
@@ -173,6 +178,7 @@ private:
     void fitBatch();
     void countClasses(const Marker &marker, size_t group, double *counts) const;
     size_t firstError(const Marker &marker) const;
+    void explainError(const Marker &marker, size_t phenotype) const;
     double leastBestR2(const Marker &marker) const;
     void keepBest(const Fit &fit, size_t phenotype, Best &best) const;
     Best decide(const Marker &marker, HitCounts &counts);
@@ -311,6 +317,27 @@ size_t FastScan::firstError(const Marker &marker) const
     return phenotypeCount();
 }
 
+// Tells who is in no class, for a person. The line is read again for it, from a file that can be.
+void FastScan::explainError(const Marker &marker, size_t phenotype) const
+{
+    size_t individual = 0;
+    while (marker.classes[individual] != noClass || !m_matrix.isPresent(phenotype, individual))
+        ++individual;
+    text::LineReader in;
+    std::string_view line;
+    if (!wantsDataHints() || !std::filesystem::is_regular_file(Genoname) || !in.open(Genoname))
+        return;
+    for (int64_t i = 0; i <= m_MarkerID; ++i)
+        nextMarkerLine(in, line);
+    std::vector<std::string_view> words;
+    text::splitNonEmptyFields(line, Delim, words);
+    std::string triplet;
+    for (size_t i = leadingColumns + 3 * individual; i < leadingColumns + 3 * individual + 3 && i < words.size(); ++i)
+        triplet.append(" ").append(words[i]);
+    addDataHint("marker " + marker.RSnumber + ", individual " + std::to_string(individual + 1) + ": the dosage of"
+                + triplet + " is no genotype");
+}
+
 // Pairs with an R2 below it have a worse statistic than the pair with the marker's largest R2.
 double FastScan::leastBestR2(const Marker &marker) const
 {
@@ -346,8 +373,10 @@ Best FastScan::decide(const Marker &marker, HitCounts &counts)
         if (m_decision.isHit(fit, counts))
             writeHit(m_table.PhenoID[j], marker.RSnumber, fit, m_hits);
     }
-    if (end < phenotypeCount())
+    if (end < phenotypeCount()) {
+        explainError(marker, end);
         fatal("gValue error\n");
+    }
     return best;
 }
 
@@ -397,14 +426,17 @@ static void doFastGwas(const Decision &decision)
     std::string_view line, name;
     bool hasLine = nextMarkerLine(in, line);
     const int64_t columns = hasLine ? int64_t(text::countFields(line, Delim)) : 0;
-    if ((columns - int64_t(leadingColumns)) / 3 != table.columns - 1)
+    if ((columns - int64_t(leadingColumns)) / 3 != table.columns - 1) {
+        explainIndividuals(table.individuals, size_t(columns), true);
         fatal("Pheno file and geno file contain different number of individuals\n");
+    }
     const ClassReader reader(Delim, hasLine ? line : "");
     FastScan scan(table, decision);
     int64_t rows = 0;
     for (; hasLine; hasLine = nextMarkerLine(in, line)) {
         Marker &marker = scan.next();
         marker.classes.resize(table.individuals);
+        lookAtTriplets(line, leadingColumns);
         if (!reader.read(line, name, marker.classes)) {
             scan.finishBatch();
             refuseMarker();

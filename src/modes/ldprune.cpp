@@ -2,6 +2,7 @@
 // with the larger p-value is dropped. Kept lines go to the output as they are, dropped ones with the distance
 // that condemned them to a side file.
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <new>
 #include <sys/mman.h>
@@ -215,18 +217,27 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
     Progress progress(filename);
     std::string_view line;
     int64_t lineNumber = headeryes && in.next(line);
+    int last = std::numeric_limits<int>::min();
+    int64_t fallCount = 0, firstFall = 0;  // lines with a position below the one before
     while (in.next(line)) {
         progress.advance(line.size());
         ++lineNumber;
         if (line.empty())
             continue;
         const int position = text::readInteger(requiredField(line, delimiter, positionColumn, lineNumber));
-        const double pValue = text::readDouble(requiredField(line, delimiter, valueColumn, lineNumber));
+        const double pValue = text::readMostlyDecimal(requiredField(line, delimiter, valueColumn, lineNumber));
+        if (position < last) [[unlikely]] {
+            firstFall = fallCount++ == 0 ? lineNumber : firstFall;
+        }
+        last = position;
         const size_t k = intervals.find(position);
         // Unmapped markers take part in distances as -1.
         const double cM = k == 0 ? -1 : interpolate(position, k);
         markers.add({store.add(line, in), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
     }
+    if (fallCount > 0)
+        addDataHint("positions fall " + std::to_string(fallCount) + " times, first in line " + std::to_string(firstFall)
+                    + "; sort the table, and give one chromosome at a time");
 }
 
 static void writeRemoved(const Marker &marker, double dCM, text::Writer &removed)

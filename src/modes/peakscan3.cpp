@@ -2,6 +2,7 @@
 // -log10 p-value, smoothed profile, peak mark and slope score, and a list of the ranges of the peaks. One
 // chromosome is held in memory at a time.
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "numbers/logarithm.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <vector>
 
 static constexpr Taking required = {.use = Use::Required}, checkedOnly = {.use = Use::CheckedOnly};
@@ -73,6 +75,9 @@ static void checkLeast(const IntegerOption &option, int least, const char *messa
 
 static void checkOptions()
 {
+    if (gapOption.given() || thresholdOption.given() || peakThresholdOption.given())
+        addDataHint(
+            "the limits of mode \"peakscan3\" are fixed: means of P from 5 on, scores above 0.0001, gaps up to 19998");
     checkLeast(dotsOption, 1, "Incorrect dots");
     checkLeast(gapOption, 1, "Incorrect gap");
     checkLeast(windowOption, 2, "Windows corrected to 2");  // on purpose ends the run
@@ -210,7 +215,9 @@ static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
             farthest = std::max(farthest, double(L[i]));
         }
     }
-    std::ranges::sort(seeds, [&D](size_t a, size_t b) { return D[a] > D[b] || (D[a] == D[b] && a < b); });
+    std::ranges::sort(seeds, [&scores = chromosome.D](size_t a, size_t b) {
+        return scores[a] > scores[b] || (scores[a] == scores[b] && a < b);
+    });
     return seeds;
 }
 
@@ -301,9 +308,23 @@ static void writeMarkers(const Chromosome &chromosome, const std::string &label)
     }
 }
 
+static void lookAtOrder(const Chromosome &chromosome, const std::string &label)
+{
+    static std::set<std::string> labels;
+    if (!wantsDataHints() || chromosome.size() == 0)
+        return;
+    const std::string place = "chromosome " + label;
+    // A last chromosome of one marker goes by another's label.
+    if (!labels.insert(label).second && chromosome.size() > 1)
+        addDataHint(place, "comes back after another one, and counts as two; sort the table");
+    if (!std::ranges::is_sorted(chromosome.L))
+        addDataHint(place, "positions fall; sort the table");
+}
+
 // Analyses the markers read so far under this label, and forgets them.
 static void analyseChromosome(Chromosome &chromosome, const std::string &label)
 {
+    lookAtOrder(chromosome, label);
     score(chromosome);
     findPeaks(chromosome);
     writeMarkers(chromosome, label);

@@ -228,7 +228,7 @@ static size_t getData(MarkerLines &lines, const GenotypeLayout &layout, MarkerBl
         }
         bytes += line.size() + 1;
         keepName(leading[1]);
-        block.names[block.markers] = rsnumber;
+        block.names[block.markers] = leading[1];  // with bytes that are an end mark in the array
         std::string &description = block.descriptions[block.markers];
         description = leading[0];
         for (size_t column = 1; column < leadingColumns; ++column)

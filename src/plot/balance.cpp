@@ -27,7 +27,8 @@ static std::vector<Difference> readDifferences(const std::string &file)
     });
     if (heading == log.rows.end())
         fatal("'%s' is no log of popsel: it has no table of differences\n", file.c_str());
-    const auto placeOf = [&](std::string_view name) { return size_t(std::ranges::find(*heading, name) - heading->begin()); };
+    const auto placeOf
+        = [&](std::string_view name) { return size_t(std::ranges::find(*heading, name) - heading->begin()); };
     const size_t before = placeOf("DifferenceBefore"), after = placeOf("DifferenceAfter");
     std::vector<Difference> differences;
     for (auto row = heading + 1; row != log.rows.end() && row->size() == heading->size() && after < row->size(); ++row)
@@ -87,11 +88,12 @@ Figure drawBalance(const std::string &file, const Size &asked)
     figure.legend(box.left, size.top + 14, size.width, entries);
     figure.endPanel();
     figure.heading = "Balance of the matching";
-    figure.description = "Standardised differences of " + shownCount(size_t(rows)) + (rows == 1 ? " column" : " columns")
-                         + " before and after matching; the largest one after matching is " + shownNumber(mostAfter) + ".";
+    figure.description
+        = "Standardised differences of " + shownCount(size_t(rows)) + (rows == 1 ? " column" : " columns")
+          + " before and after matching; the largest one after matching is " + shownNumber(mostAfter) + ".";
     for (size_t i = 0; i < differences.size() && i < 20; ++i)
-        figure.description += " " + shownText(differences[i].column) + ": " + shownNumber(differences[i].before) + " before, "
-                              + shownNumber(differences[i].after) + " after.";
+        figure.description += " " + shownText(differences[i].column) + ": " + shownNumber(differences[i].before)
+                              + " before, " + shownNumber(differences[i].after) + " after.";
     return figure;
 }
 

@@ -7,7 +7,8 @@ namespace plot {
 
 std::string_view shownChromosome(std::string_view name)
 {
-    const bool hasPrefix = name.size() > 3 && (name[0] | 0x20) == 'c' && (name[1] | 0x20) == 'h' && (name[2] | 0x20) == 'r';
+    const bool hasPrefix
+        = name.size() > 3 && (name[0] | 0x20) == 'c' && (name[1] | 0x20) == 'h' && (name[2] | 0x20) == 'r';
     return hasPrefix ? name.substr(3) : name;
 }
 
@@ -56,7 +57,8 @@ std::vector<Genome::Chromosome *> Genome::laidOut()
         ordered.push_back(&chromosome);
         sum += chromosome.to - chromosome.from;
     }
-    std::ranges::sort(ordered, [](const Chromosome *a, const Chromosome *b) { return isChromosomeBefore(a->name, b->name); });
+    std::ranges::sort(ordered,
+                      [](const Chromosome *a, const Chromosome *b) { return isChromosomeBefore(a->name, b->name); });
     if (ordered.size() == 1) {
         // The axis of a single one shows its own positions, with some room at both ends.
         Chromosome &only = *ordered[0];

@@ -103,8 +103,8 @@ std::vector<Cloud::Run> Cloud::runs() const
     return runs;
 }
 
-// A chain of runs in adjoining columns. Where it branches it ends, and what follows reaches one column into it, so that no
-// seam shows.
+// A chain of runs in adjoining columns. Where it branches it ends, and what follows reaches one column into it, so that
+// no seam shows.
 struct Chain {
     std::vector<Cloud::Run> runs;
     bool reachesBack = false, reachesOn = false;  // the first, the last run is shared with another chain
@@ -192,7 +192,8 @@ std::vector<Cloud::Shape> Cloud::shapes() const
     for (const Chain &chain : chainsOf(runs())) {
         if (isDot(chain)) {
             const double middle = m_diameter % 2 ? 0.5 : 1;
-            shapes.push_back({true, {{chain.runs[0].x - columns[0].dx + middle, chain.runs[0].bottom + columns[0].down + middle}}});
+            shapes.push_back(
+                {true, {{chain.runs[0].x - columns[0].dx + middle, chain.runs[0].bottom + columns[0].down + middle}}});
         } else {
             shapes.push_back({false, outlineOf(chain)});
         }

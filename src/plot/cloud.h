@@ -36,8 +36,8 @@ public:
     };
     std::vector<Run> runs() const;
 
-    // The same for pictures made of shapes, where adjoining columns would show their seams: a lone dot as its centre, and
-    // what is connected as outlines through the middles of the columns' ends. Both from the lower left corner.
+    // The same for pictures made of shapes, where adjoining columns would show their seams: a lone dot as its centre,
+    // and what is connected as outlines through the middles of the columns' ends. Both from the lower left corner.
     struct Shape {
         bool isDot;
         std::vector<std::pair<double, double>> outline;

@@ -1,5 +1,5 @@
-// One marker and one phenotype as a scan sees them: every individual a dot, the means, the fitted line, and slope, R2 and p
-// as they stand in the row of the hit.
+// One marker and one phenotype as a scan sees them: every individual a dot, the means, the fitted line, and slope, R2
+// and p as they stand in the row of the hit.
 #include "genotypes/classes.h"
 #include "genotypes/columns.h"
 #include "genotypes/dosages.h"
@@ -27,14 +27,15 @@ static constexpr WordOption scanOption = {"-scan", "gwas", "gwas gwas2 gwas3 reg
 static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "genotype file, as the mode takes it"};
 static constexpr TextOption markerOption = {"-marker", "", "name of the marker", "", {.use = Use::Required}};
 static constexpr TextOption traitOption = {"-phenotype", "", "name of the phenotype", "", {.use = Use::Required}};
-static constexpr WordOption formatOption = {"-format", "dosage", "dosage triplet", "what -gfile holds, for gwas and gwas2"};
+static constexpr WordOption formatOption
+    = {"-format", "dosage", "dosage triplet", "what -gfile holds, for gwas and gwas2"};
 static constexpr DelimiterOption traitDelimOption
     = {"-delim", "space", fiveDelimiters, asItStands, "between the fields of the phenotype file"};
-static constexpr const Option *options[] = {
-    &scanOption,   &phenotypeFileOption, &genotypeFileOption, &markerOption,    &traitOption,     &outOption,
-    &formatOption, &traitDelimOption,    &missingOption,      &methodOption,    &automaticBinsOption, &binFileOption,
-    &manualBinsOption, &binTypeOption,   &binPlacesOption,    &titleOption,     &widthOption,     &heightOption,
-    &scriptOption};
+static constexpr const Option *options[]
+    = {&scanOption,          &phenotypeFileOption, &genotypeFileOption, &markerOption,  &traitOption,
+       &outOption,           &formatOption,        &traitDelimOption,   &missingOption, &methodOption,
+       &automaticBinsOption, &binFileOption,       &manualBinsOption,   &binTypeOption, &binPlacesOption,
+       &titleOption,         &widthOption,         &heightOption,       &scriptOption};
 
 enum Scan { gwasScan, gwas2Scan, gwas3Scan, regressionScan };
 
@@ -56,10 +57,13 @@ static std::string_view findMarker(text::LineReader &in, const std::string &file
         size_t at = 0;
         std::string_view word;
         for (int count = 0; count < 2; ++count) {
-            while (at < line.size() && (text::isWhiteSpace(line[at]) || (at > 0 && !Delim.empty() && Delim != " " && line.substr(at).starts_with(Delim))))
+            while (at < line.size()
+                   && (text::isWhiteSpace(line[at])
+                       || (at > 0 && !Delim.empty() && Delim != " " && line.substr(at).starts_with(Delim))))
                 ++at;
             const size_t first = at;
-            while (at < line.size() && !text::isWhiteSpace(line[at]) && !(Delim != " " && !Delim.empty() && line.substr(at).starts_with(Delim)))
+            while (at < line.size() && !text::isWhiteSpace(line[at])
+                   && !(Delim != " " && !Delim.empty() && line.substr(at).starts_with(Delim)))
                 ++at;
             word = line.substr(first, at - first);
         }
@@ -118,7 +122,10 @@ static Effect seenInBins(std::string_view line, const BinDefinition &definition)
     const std::vector<Bin> bins = fillBins(findBins(definition, phenotype.p2List), phenotype.values);
     const std::vector<double> x = binPositions(bins);
     std::vector<double> means;
-    Effect effect = {{}, {}, 0, 0, -1, -1, true, xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name, "Dosage", xmethod == 0};
+    Effect effect
+        = {{},       {},          0,    0,
+           -1,       -1,          true, xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name,
+           "Dosage", xmethod == 0};
     for (size_t k = 0; k < bins.size(); ++k) {
         double sum = 0;
         for (const size_t i : bins[k].individuals) {
@@ -230,17 +237,21 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
             top = std::max(top, point.y);
         }
     }
-    const double width = effect.isGrouped ? (right.x - left.x) / double(std::max(effect.means.size(), size_t(2)) - 1) : 0;
+    const double width
+        = effect.isGrouped ? (right.x - left.x) / double(std::max(effect.means.size(), size_t(2)) - 1) : 0;
     const double xRoom = effect.isGrouped ? std::max(width, 1e-9) * 0.6 : std::max((right.x - left.x) * 0.05, 0.05);
     const double yRoom = top > bottom ? (top - bottom) * 0.08 : 0.5;
-    const Axis xAxis = {left.x - xRoom, right.x + xRoom, shownText(effect.xLabel, 30), true, effect.isGrouped && effect.areWhole ? 1.0 : 0};
+    const Axis xAxis = {left.x - xRoom, right.x + xRoom, shownText(effect.xLabel, 30), true,
+                        effect.isGrouped && effect.areWhole ? 1.0 : 0};
     const Axis yAxis = {bottom - yRoom, top + yRoom * 2.2, shownText(effect.yLabel, 30), true, 0, 136};
     Figure figure(size);
     const Box box = {180, size.top + 20, size.width - 50, size.height - 130};
     figure.beginPanel(box, xAxis, yAxis);
-    Cloud dots(box.width(), box.height(), effect.dots.size() > 2000 ? smallDot : plainDot), means(box.width(), box.height(), largeDot + 8);
+    Cloud dots(box.width(), box.height(), effect.dots.size() > 2000 ? smallDot : plainDot),
+        means(box.width(), box.height(), largeDot + 8);
     const auto add = [&](const Point &point, double beside, Cloud &cloud) {
-        cloud.add(pixelOf(point.x + beside, xAxis.from, xAxis.to, box.width()), pixelOf(point.y, yAxis.from, yAxis.to, box.height()));
+        cloud.add(pixelOf(point.x + beside, xAxis.from, xAxis.to, box.width()),
+                  pixelOf(point.y, yAxis.from, yAxis.to, box.height()));
     };
     for (size_t i = 0; i < effect.dots.size(); ++i)
         add(effect.dots[i], effect.isGrouped ? besideOf(i, width * 0.7) : 0, dots);
@@ -252,7 +263,8 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
         meanY += mean.y / double(effect.means.size());
     }
     if (std::isfinite(effect.slope)) {
-        const Point ends[] = {{left.x, meanY + effect.slope * (left.x - meanX)}, {right.x, meanY + effect.slope * (right.x - meanX)}};
+        const Point ends[]
+            = {{left.x, meanY + effect.slope * (left.x - meanX)}, {right.x, meanY + effect.slope * (right.x - meanX)}};
         figure.line(ends, vermillion, thickLine);
     }
     if (effect.isGrouped) {
@@ -265,13 +277,13 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
         return value >= 0 ? std::string(text, text::writeReal(text, value)) : std::string("NA");
     };
     char slope[text::maxRealSize];
-    const std::string values = "slope " + std::string(slope, text::writeReal(slope, effect.slope)) + ", R² " + shown(effect.r2) + ", p "
-                               + shown(effect.p);
+    const std::string values = "slope " + std::string(slope, text::writeReal(slope, effect.slope)) + ", R² "
+                               + shown(effect.r2) + ", p " + shown(effect.p);
     figure.text((box.left + box.right) / 2.0, size.top + 6, values, plainText, Align::Centre);
     figure.endPanel();
     figure.heading = "Effect of " + shownText(marker);
-    figure.description = shownText(effect.yLabel) + " by " + shownText(effect.xLabel) + " for the marker " + shownText(marker) + ", "
-                         + shownCount(effect.dots.size()) + " individuals: " + values + ".";
+    figure.description = shownText(effect.yLabel) + " by " + shownText(effect.xLabel) + " for the marker "
+                         + shownText(marker) + ", " + shownCount(effect.dots.size()) + " individuals: " + values + ".";
     if (effect.isGrouped) {
         figure.description += " Means:";
         for (const Point &mean : effect.means)
@@ -296,7 +308,9 @@ static void effect()
     }
     text::LineReader in;
     const std::string_view line = findMarker(in, Genoname, marker);
-    const Effect seen = scan == regressionScan ? seenByRegression(line) : scan == gwas3Scan ? seenInClasses(line) : seenInBins(line, definition);
+    const Effect seen = scan == regressionScan ? seenByRegression(line)
+                        : scan == gwas3Scan    ? seenInClasses(line)
+                                               : seenInBins(line, definition);
     picture.save(drawEffect(seen, marker, picture.size()));
 }
 

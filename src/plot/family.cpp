@@ -15,8 +15,8 @@ static constexpr IntegerOption mostOption = {"-families", 12, "how many families
 static constexpr const Option *options[]
     = {&fileOption, &outOption, &mostOption, &titleOption, &widthOption, &heightOption, &scriptOption};
 
-static constexpr size_t mostNamed = 12;     // members whose names stand beside their matrix
-static constexpr size_t mostCells = 120;    // of a side; of more the largest value of several pairs is drawn
+static constexpr size_t mostNamed = 12;   // members whose names stand beside their matrix
+static constexpr size_t mostCells = 120;  // of a side; of more the largest value of several pairs is drawn
 
 struct Family {
     std::string number;  // as in the file
@@ -61,10 +61,13 @@ static std::vector<Family> readFamilies(const std::string &file)
         for (size_t i = 1; i <= family.members.size(); ++i)
             row.push_back(i < fields.size() ? numberIn(fields[i]) : numberIn(""));
     }
-    std::erase_if(families, [](const Family &family) { return family.values.empty() || family.members.size() != family.values.size(); });
+    std::erase_if(families, [](const Family &family) {
+        return family.values.empty() || family.members.size() != family.values.size();
+    });
     if (families.empty())
         fatal("'%s' has no matrices of families: run the mode family with -showmatrix yes\n", file.c_str());
-    std::ranges::stable_sort(families, [](const Family &a, const Family &b) { return a.members.size() > b.members.size(); });
+    std::ranges::stable_sort(families,
+                             [](const Family &a, const Family &b) { return a.members.size() > b.members.size(); });
     return families;
 }
 
@@ -109,12 +112,14 @@ static void drawMatrix(const Family &family, double most, const Box &box, int na
             const Figure::Rectangle cell = {double(k), bottom, double(k) + 1, bottom + 1};
             if (i == k)
                 diagonal.push_back(cell);
-            else if (const size_t level = levelOf(largestIn(family, i * n / cells, (i + 1) * n / cells, k * n / cells, (k + 1) * n / cells), most))
+            else if (const size_t level = levelOf(
+                         largestIn(family, i * n / cells, (i + 1) * n / cells, k * n / cells, (k + 1) * n / cells),
+                         most))
                 levels[level].push_back(cell);
         }
         if (n <= mostNamed && nameRoom > 0 && box.height() / int(n) >= smallText)
-            figure.text(box.left - 10, box.top + (double(i) + 0.5) / double(cells) * box.height(), shownText(family.members[i], 8), smallText,
-                        Align::Right);
+            figure.text(box.left - 10, box.top + (double(i) + 0.5) / double(cells) * box.height(),
+                        shownText(family.members[i], 8), smallText, Align::Right);
     }
     levels[0].push_back({0, 0, double(cells), double(cells)});
     for (size_t level = 0; level < levels.size(); ++level)
@@ -132,7 +137,8 @@ static void drawScale(double most, const Box &box, Figure &figure)
         const Figure::Rectangle part[] = {{step * double(k), 0, step * double(k + 1), 1}};
         figure.rectangles(part, cividis[k]);
     }
-    figure.text((box.left + box.right) / 2.0, box.bottom + 84, "Value of the pair (diagonal white)", largeText, Align::Centre);
+    figure.text((box.left + box.right) / 2.0, box.bottom + 84, "Value of the pair (diagonal white)", largeText,
+                Align::Centre);
     figure.endPanel();
 }
 
@@ -145,21 +151,27 @@ Figure drawFamily(const std::string &file, size_t mostFamilies, const Size &aske
         members += family.members.size();
     families.resize(std::min(all, mostFamilies));
     const double most = largestOf(families);
-    const int count = int(families.size()), columns = count == 1 ? 1 : count <= 4 ? 2 : 3, rows = (count + columns - 1) / columns;
+    const int count = int(families.size()),
+              columns = count == 1   ? 1
+                        : count <= 4 ? 2
+                                     : 3,
+              rows = (count + columns - 1) / columns;
     const int nameRoom = largest <= mostNamed || count > 1 ? 130 : 20, gap = 30, head = 50;
     const int natural = (asked.width - 20 - (columns - 1) * gap) / columns - nameRoom;
     const Size size = asked.fitted((asked.top + rows * (natural + head) + 190) / pixelsPerMillimetre);
     const int side = std::max(std::min(natural, (size.height - size.top - 190) / rows - head), 20);
     Figure figure(size);
     for (int i = 0; i < count; ++i) {
-        const int x = nameRoom + i % columns * (natural + nameRoom + gap), y = size.top + 20 + i / columns * (side + head) + 20;
+        const int x = nameRoom + i % columns * (natural + nameRoom + gap),
+                  y = size.top + 20 + i / columns * (side + head) + 20;
         drawMatrix(families[size_t(i)], most, {x, y, x + side, y + side}, nameRoom, figure);
     }
     drawScale(most, {size.width / 4, size.height - 150, size.width * 3 / 4, size.height - 120}, figure);
     figure.heading = "Families";
-    figure.description = "Heat maps of " + shownCount(size_t(count)) + " of " + shownCount(all) + (all == 1 ? " family" : " families") + " with " + shownCount(members)
-                         + " members; the largest family has " + shownCount(largest) + ". The largest value of a pair drawn is "
-                         + shownNumber(most) + ".";
+    figure.description = "Heat maps of " + shownCount(size_t(count)) + " of " + shownCount(all)
+                         + (all == 1 ? " family" : " families") + " with " + shownCount(members)
+                         + " members; the largest family has " + shownCount(largest)
+                         + ". The largest value of a pair drawn is " + shownNumber(most) + ".";
     return figure;
 }
 
@@ -170,6 +182,7 @@ static void family()
     picture.save(drawFamily(file, size_t(mostOption.read()), picture.size()));
 }
 
-constinit const Mode familyKind = {{"family"}, family, options, "family's matrices as heat maps, the largest families first"};
+constinit const Mode familyKind
+    = {{"family"}, family, options, "family's matrices as heat maps, the largest families first"};
 
 }  // namespace plot

@@ -12,8 +12,9 @@ std::string constantOfBytes(std::string_view bytes)
     // An octal number ends where no digit follows.
     bool isBehindNumber = false;
     for (const char byte : bytes) {
-        const bool isPlain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9' && !isBehindNumber)
-                             || byte == ' ' || byte == '.' || byte == ',' || byte == ':' || byte == '-' || byte == '_';
+        const bool isPlain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')
+                             || (byte >= '0' && byte <= '9' && !isBehindNumber) || byte == ' ' || byte == '.'
+                             || byte == ',' || byte == ':' || byte == '-' || byte == '_';
         isBehindNumber = !isPlain;
         if (isPlain) {
             constant += byte;
@@ -72,8 +73,8 @@ static std::string ticsOf(const Axis &axis, const std::string &name, int most)
 {
     if (!axis.hasNumbers)
         return "unset " + name + "tics\n";
-    return "set " + name + "tics " + numberOf(stepOf(axis, most)) + " nomirror out scale 0.6 font plainFont format \"%h\""
-           + (name == "x" ? " offset 0,0.4\n" : "\n");
+    return "set " + name + "tics " + numberOf(stepOf(axis, most))
+           + " nomirror out scale 0.6 font plainFont format \"%h\"" + (name == "x" ? " offset 0,0.4\n" : "\n");
 }
 
 void Figure::beginPanel(const Box &box, const Axis &x, const Axis &y, bool hasFrame)
@@ -119,7 +120,8 @@ void Figure::cloud(const Cloud &cloud, Colour colour)
             rows += shape.isDot ? "" : "\n";
         }
         if (!outlines.empty())
-            plot(addData(outlines) + " using 1:2 axes x2y2 with filledcurves closed fs solid noborder lc " + colourOf(colour));
+            plot(addData(outlines) + " using 1:2 axes x2y2 with filledcurves closed fs solid noborder lc "
+                 + colourOf(colour));
         if (!dots.empty())
             plot(addData(dots) + " using 1:2 axes x2y2 with points pt 7 ps " + std::to_string(cloud.diameter())
                  + "*D lc " + colourOf(colour));
@@ -207,7 +209,8 @@ void Figure::endPanel()
     m_elements.clear();
 }
 
-void Figure::text(double x, double y, std::string_view text, int size, Align align, std::string_view colour, int degrees)
+void Figure::text(double x, double y, std::string_view text, int size, Align align, std::string_view colour,
+                  int degrees)
 {
     static constexpr const char *words[] = {"left", "centre", "right"};
     m_labels += "set label " + std::to_string(++m_labelCount) + ' ' + constantOf(text) + " at screen X(" + numberOf(x)
@@ -243,8 +246,8 @@ int Figure::legend(int left, int top, int right, std::span<const std::pair<std::
 void Figure::title(std::string_view text)
 {
     // Drawn with the first panel.
-    m_title = "set label " + std::to_string(++m_labelCount) + ' ' + constantOf(text) + " at screen 0.5,Y(36) centre font "
-              + fontOf(largeText) + " front\n";
+    m_title = "set label " + std::to_string(++m_labelCount) + ' ' + constantOf(text)
+              + " at screen 0.5,Y(36) centre font " + fontOf(largeText) + " front\n";
 }
 
 std::string Figure::script() const

@@ -43,12 +43,23 @@ std::string escapedMarkup(std::string_view text)
     std::string escaped;
     for (const char byte : text) {
         switch (byte) {
-        case '&': escaped += "&amp;"; break;
-        case '<': escaped += "&lt;"; break;
-        case '>': escaped += "&gt;"; break;
-        case '"': escaped += "&quot;"; break;
-        case '\'': escaped += "&#39;"; break;
-        default: escaped += byte;
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        case '\'':
+            escaped += "&#39;";
+            break;
+        default:
+            escaped += byte;
         }
     }
     return escaped;
@@ -67,15 +78,16 @@ std::string scriptOf(const Figure &figure, Format format, const std::string &out
     std::string script = "# gnuplot 5.4\nset encoding utf8\n";
     // S: terminal units in a pixel; L: width of a line of a pixel; D: size of a dot of a pixel.
     if (format == Format::Png)
-        script += "set terminal pngcairo size " + width + "," + height + shared + "29\" background \"#ffffff\"\nS = 20.0; L = 1.0; D = 0.1\n"
-                  + fonts(0.75);
+        script += "set terminal pngcairo size " + width + "," + height + shared
+                  + "29\" background \"#ffffff\"\nS = 20.0; L = 1.0; D = 0.1\n" + fonts(0.75);
     else if (format == Format::Pdf)
         script += "set terminal pdfcairo size " + numberOf(figure.width() / pixelsPerInch) + ","
                   + numberOf(figure.height() / pixelsPerInch) + shared + "7\"\nS = 20.0; L = 0.48; D = 0.04\n"
                   + fonts(96 / pixelsPerInch);
     else
         script += "set terminal svg size " + width + "," + height + shared + "29\""
-                  + (format == Format::Svg ? " background \"#ffffff\"" : "") + "\nS = 100.0; L = 1.0; D = 0.046\n" + fonts(1);
+                  + (format == Format::Svg ? " background \"#ffffff\"" : "") + "\nS = 100.0; L = 1.0; D = 0.046\n"
+                  + fonts(1);
     if (!outName.empty())
         script += "set output " + constantOfBytes(outName) + "\n";
     script += "X(x) = x*S/(" + width + "*S-1)\nY(y) = (" + height + "-y)*S/(" + height + "*S-1)\n";
@@ -154,7 +166,8 @@ static std::string runGnuplot(const std::string &script)
     if (status != 0 || picture.empty()) {
         size_t first = messages.find_first_not_of(" \t\r\n^");
         first = first == messages.npos ? messages.size() : first;
-        fatal("gnuplot failed: %s\n", shownText(messages.substr(first, messages.find('\n', first) - first), 200).c_str());
+        fatal("gnuplot failed: %s\n",
+              shownText(messages.substr(first, messages.find('\n', first) - first), 200).c_str());
     }
     return picture;
 }
@@ -170,7 +183,8 @@ static void replaceFirst(std::string &text, const std::string &from, const std::
 static std::string completedSvg(std::string svg, const Figure &figure)
 {
     const auto size = [](int pixels) { return shownNumber(pixels / pixelsPerMillimetre) + "mm"; };
-    replaceFirst(svg, "width=\"" + std::to_string(figure.width()) + "\" height=\"" + std::to_string(figure.height()) + '"',
+    replaceFirst(svg,
+                 "width=\"" + std::to_string(figure.width()) + "\" height=\"" + std::to_string(figure.height()) + '"',
                  "width=\"" + size(figure.width()) + "\" height=\"" + size(figure.height())
                      + "\" role=\"img\" aria-labelledby=\"title desc\"");
     const size_t first = svg.find("<title>"), last = svg.find("</desc>");

@@ -30,11 +30,25 @@ size_t Labels::draw(Figure &figure, size_t most)
         const Name &name = m_names[i];
         const int half = textWidth(name.text, smallText) / 2, height = smallText + 2;
         const int near = height / 2 + 10, beside = half + 14;
-        const std::pair<int, int> places[]
-            = {{0, near},         {beside, 0},      {-beside, 0},      {beside, near},   {-beside, near},
-               {beside, -near},   {-beside, -near}, {0, near + 30},    {beside, near + 30}, {-beside, near + 30},
-               {0, near + 60},    {beside, near + 60}, {-beside, near + 60}, {beside + 50, 20}, {-beside - 50, 20},
-               {0, near + 100},   {beside + 90, near + 60}, {-beside - 90, near + 60}, {0, near + 140}};
+        const std::pair<int, int> places[] = {{0, near},
+                                              {beside, 0},
+                                              {-beside, 0},
+                                              {beside, near},
+                                              {-beside, near},
+                                              {beside, -near},
+                                              {-beside, -near},
+                                              {0, near + 30},
+                                              {beside, near + 30},
+                                              {-beside, near + 30},
+                                              {0, near + 60},
+                                              {beside, near + 60},
+                                              {-beside, near + 60},
+                                              {beside + 50, 20},
+                                              {-beside - 50, 20},
+                                              {0, near + 100},
+                                              {beside + 90, near + 60},
+                                              {-beside - 90, near + 60},
+                                              {0, near + 140}};
         for (const auto &[dx, dy] : places) {
             const int x = name.x + dx, y = name.y + dy;
             const Area area = {x - half, y - height / 2, x + half, y + height / 2};
@@ -44,7 +58,8 @@ size_t Labels::draw(Figure &figure, size_t most)
             figure.text(m_box.left + x, m_box.bottom - y, name.text, smallText, Align::Centre);
             if (std::abs(dx) > beside || dy > near) {
                 const int toX = std::clamp(name.x, area.left, area.right), toY = dy > near ? area.bottom : y;
-                figure.screenLine(m_box.left + name.x, m_box.bottom - name.y, m_box.left + toX, m_box.bottom - toY, grey);
+                figure.screenLine(m_box.left + name.x, m_box.bottom - name.y, m_box.left + toX, m_box.bottom - toY,
+                                  grey);
             }
             ++drawn;
             break;

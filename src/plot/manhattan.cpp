@@ -14,12 +14,12 @@ namespace plot {
 
 static constexpr TextOption lineOption = {"-line", "", "p-values of further lines, parted by commas"};
 static constexpr RealOption leastOption = {"-least", 0, "least -log10 p that is drawn"};
-static constexpr SwitchOption fullOption
-    = {"-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
-static constexpr const Option *options[]
-    = {&fileOption,     &outOption,      &lineOption,   &leastOption,  &phenotypeOption, &chromosomeColumnOption,
-       &positionColumnOption, &pColumnOption, &nameColumnOption, &headerOption, &delimOption, &titleOption,
-       &widthOption,    &heightOption,   &scriptOption, &fullOption};
+static constexpr SwitchOption fullOption = {
+    "-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
+static constexpr const Option *options[] = {
+    &fileOption,           &outOption,     &lineOption,       &leastOption,  &phenotypeOption, &chromosomeColumnOption,
+    &positionColumnOption, &pColumnOption, &nameColumnOption, &headerOption, &delimOption,     &titleOption,
+    &widthOption,          &heightOption,  &scriptOption,     &fullOption};
 
 static constexpr double genomeWide = 5e-8;
 static constexpr double peakRange = 1e6;  // base pairs: markers of a peak lie closer to its best one
@@ -35,7 +35,8 @@ public:
 
     void add(const Result &row, double value)
     {
-        const std::pair<std::string_view, int64_t> key = {row.chromosome, int64_t(std::clamp(row.position / peakRange, -9e18, 9e18))};
+        const std::pair<std::string_view, int64_t> key
+            = {row.chromosome, int64_t(std::clamp(row.position / peakRange, -9e18, 9e18))};
         auto found = m_tops.find(key);
         if (found == m_tops.end())
             found = m_tops.emplace(Key(key.first, key.second), Top{std::string(row.chromosome), "", 0, -1}).first;
@@ -96,9 +97,9 @@ static Scan readScan(const ManhattanInput &input)
     Scan scan;
     ResultReader reader(input.file, input.layout, {});
     Result row = {};
-    const double lineValue = -std::log10(genomeWide);
+    const double lineValue = minusLog10(genomeWide);
     while (reader.next(row)) {
-        const double value = -std::log10(row.p);
+        const double value = minusLog10(row.p);
         ++scan.count;
         if (row.p < scan.bestP) {
             scan.bestP = row.p;
@@ -125,16 +126,17 @@ static Scan readScan(const ManhattanInput &input)
 static Axis yAxisOf(const Scan &scan, const ManhattanInput &input, bool hasLabels)
 {
     // Room for dots above the highest one, and for names; the line of 5e-8 is always there.
-    double top = std::max(scan.highest, -std::log10(genomeWide));
+    double top = std::max(scan.highest, minusLog10(genomeWide));
     for (const double line : input.lines)
-        top = std::max(top, -std::log10(line));
+        top = std::max(top, minusLog10(line));
     const double from = std::min(input.least, top - 1);
     top += (top - from) * (hasLabels ? 0.16 : 0.06);
     return {from, top, "−log₁₀ p"};
 }
 
 // Names of chromosomes below the axis, as many as have room.
-static void nameChromosomes(const std::vector<Genome::Chromosome *> &chromosomes, double end, const Box &box, Figure &figure)
+static void nameChromosomes(const std::vector<Genome::Chromosome *> &chromosomes, double end, const Box &box,
+                            Figure &figure)
 {
     int free = box.left - 30;
     for (const Genome::Chromosome *chromosome : chromosomes) {
@@ -152,9 +154,10 @@ static void nameChromosomes(const std::vector<Genome::Chromosome *> &chromosomes
 static std::string describe(const Scan &scan, size_t chromosomes, size_t peaks)
 {
     std::string text = "Manhattan plot: minus log10 of the p-values of " + shownCount(scan.count) + " markers on "
-                       + shownCount(chromosomes) + (chromosomes == 1 ? " chromosome" : " chromosomes") + ". Best marker: "
-                       + shownText(scan.best) + ", p = " + shownNumber(scan.bestP) + ". ";
-    text += peaks == 0 ? "No marker reaches 5e-8." : shownCount(peaks) + (peaks == 1 ? " peak reaches" : " peaks reach") + " 5e-8.";
+                       + shownCount(chromosomes) + (chromosomes == 1 ? " chromosome" : " chromosomes")
+                       + ". Best marker: " + shownText(scan.best) + ", p = " + shownNumber(scan.bestP) + ". ";
+    text += peaks == 0 ? "No marker reaches 5e-8."
+                       : shownCount(peaks) + (peaks == 1 ? " peak reaches" : " peaks reach") + " 5e-8.";
     if (scan.zeros > 0)
         text += " " + shownCount(scan.zeros) + " p-values are 0 and stand at the top.";
     if (scan.without > 0)
@@ -185,15 +188,15 @@ Figure drawManhattan(const ManhattanInput &input, const Size &asked)
     if (!isSingle)
         nameChromosomes(chromosomes, end, box, figure);
 
-    Cloud clouds[2] = {{box.width(), box.height(), plainDot, input.isThinned}, {box.width(), box.height(), plainDot, input.isThinned}};
+    Cloud clouds[2] = {{box.width(), box.height(), plainDot, input.isThinned},
+                       {box.width(), box.height(), plainDot, input.isThinned}};
     // A p-value of 0 stands at the top, half a dot below the edge.
     const int topRow = box.height() - plainDot;
     const auto column = [&](const Genome::Chromosome &chromosome, double position) {
         return pixelOf(chromosome.start + (position - chromosome.from), 0, end, box.width());
     };
-    const auto rowOf = [&](double value) {
-        return std::isinf(value) ? topRow : pixelOf(value, yAxis.from, yAxis.to, box.height());
-    };
+    const auto rowOf
+        = [&](double value) { return std::isinf(value) ? topRow : pixelOf(value, yAxis.from, yAxis.to, box.height()); };
     for (size_t i = 0; i < chromosomes.size(); ++i) {
         for (const Place &marker : chromosomes[i]->markers)
             clouds[i % 2].add(column(*chromosomes[i], marker.position), rowOf(marker.value));
@@ -203,7 +206,7 @@ Figure drawManhattan(const ManhattanInput &input, const Size &asked)
     std::vector<double> lines = input.lines;
     lines.insert(lines.begin(), genomeWide);
     for (size_t i = 0; i < lines.size(); ++i) {
-        const double y = -std::log10(lines[i]);
+        const double y = minusLog10(lines[i]);
         const Point ends[] = {{xAxis.from, y}, {xAxis.to, y}};
         figure.line(ends, i == 0 ? vermillion : grey, plainLine, Dash::Dashed);
     }
@@ -246,6 +249,9 @@ static void manhattan()
 }
 
 constinit const Mode manhattanKind
-    = {{"manhattan"}, manhattan, options, "-log10 p by position, chromosomes side by side, the best marker of each peak named"};
+    = {{"manhattan"},
+       manhattan,
+       options,
+       "-log10 p by position, chromosomes side by side, the best marker of each peak named"};
 
 }  // namespace plot

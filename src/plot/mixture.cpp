@@ -126,7 +126,8 @@ Figure drawMixture(const std::string &file, const Size &asked)
     };
     const auto mainOf = [&](const Sample &sample) {
         const auto main = std::ranges::max_element(sample.parts, {}, &std::pair<std::string, double>::second);
-        return main == sample.parts.end() ? std::pair(totals.size(), 0.0) : std::pair(placeOf(main->first), -main->second);
+        return main == sample.parts.end() ? std::pair(totals.size(), 0.0)
+                                          : std::pair(placeOf(main->first), -main->second);
     };
     std::ranges::stable_sort(samples, [&](const Sample &a, const Sample &b) { return mainOf(a) < mainOf(b); });
 
@@ -154,7 +155,9 @@ Figure drawMixture(const std::string &file, const Size &asked)
     figure.beginPanel(box, xAxis, yAxis);
     figure.legend(left, size.top + 14, right, entries);
     // Bars from pixel to pixel, so that neighbours share an edge.
-    const auto x = [&](size_t i) { return std::round(double(i) / double(samples.size()) * box.width()) / box.width() * double(samples.size()); };
+    const auto x = [&](size_t i) {
+        return std::round(double(i) / double(samples.size()) * box.width()) / box.width() * double(samples.size());
+    };
     const double gap = samples.size() <= mostNamed ? 0.06 : 0;
     std::vector<std::vector<Figure::Rectangle>> bars(totals.size());
     for (size_t i = 0; i < samples.size(); ++i) {
@@ -173,13 +176,15 @@ Figure drawMixture(const std::string &file, const Size &asked)
     }
     for (size_t place = 0; place < bars.size(); ++place)
         figure.rectangles(bars[place], colourOf(place));
-    figure.text((box.left + box.right) / 2.0, box.bottom + nameHeight + 50, shownCount(samples.size()) + (samples.size() == 1 ? " sample" : " samples"), largeText,
-                Align::Centre);
+    figure.text((box.left + box.right) / 2.0, box.bottom + nameHeight + 50,
+                shownCount(samples.size()) + (samples.size() == 1 ? " sample" : " samples"), largeText, Align::Centre);
     figure.endPanel();
     figure.heading = "Mixtures of populations";
-    figure.description = "Proportions of populations in " + shownCount(samples.size()) + " samples, ordered by their main one. Mean proportions:";
+    figure.description = "Proportions of populations in " + shownCount(samples.size())
+                         + " samples, ordered by their main one. Mean proportions:";
     for (size_t k = 0; k < totals.size() && k < 20; ++k)
-        figure.description += (k ? ", " : " ") + shownText(totals[k].first) + " " + shownNumber(totals[k].second / double(samples.size()));
+        figure.description += (k ? ", " : " ") + shownText(totals[k].first) + " "
+                              + shownNumber(totals[k].second / double(samples.size()));
     figure.description += ".";
     return figure;
 }

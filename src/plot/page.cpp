@@ -13,7 +13,8 @@ static constexpr char style[] = R"(
 :root { color-scheme: light dark; --back: #fff; --text: #1a1a1a; --quiet: #595959; --line: #c8c8c8; --field: #f3f3f3;
   --link: #00588a; --blue: #0072b2; --vermillion: #d55e00; --sky: #56b4e9; --orange: #e69f00; --green: #009e73;
   --purple: #cc79a7; --grey: #808080; --lightgrey: #b8b8b8; }
-@media (prefers-color-scheme: dark) { :root:not([data-scheme=light]) { --back: #16181b; --text: #ececec; --quiet: #ababab;
+@media (prefers-color-scheme: dark) { :root:not([data-scheme=light]) {
+  --back: #16181b; --text: #ececec; --quiet: #ababab;
   --line: #4a4d52; --field: #25282c; --link: #7cc4f5; --blue: #4aa3df; --vermillion: #ff8534; --green: #27c498;
   --grey: #969696; --lightgrey: #6c6c6c; } }
 :root[data-scheme=dark] { color-scheme: dark; --back: #16181b; --text: #ececec; --quiet: #ababab; --line: #4a4d52;
@@ -25,22 +26,25 @@ body { margin: 0 auto; padding: 1rem; max-width: 64rem; background: var(--back);
   font: 1rem/1.5 system-ui, sans-serif; overflow-wrap: anywhere; }
 header { display: flex; flex-wrap: wrap; gap: 1rem; align-items: baseline; justify-content: space-between; }
 h1 { font-size: 1.6rem; margin: 0; } h2 { font-size: 1.25rem; margin: 2.5rem 0 .5rem; }
-a { color: var(--link); } nav ul { padding: 0; margin: 1rem 0; display: flex; flex-wrap: wrap; gap: .25rem 1.25rem; list-style: none; }
+a { color: var(--link); }
+nav ul { padding: 0; margin: 1rem 0; display: flex; flex-wrap: wrap; gap: .25rem 1.25rem; list-style: none; }
 figure { margin: 1rem 0; } figure svg { display: block; width: 100%; max-width: 40rem; height: auto; }
 figcaption, .quiet { color: var(--quiet); font-size: .9rem; }
 pre { background: var(--field); padding: .75rem; overflow-x: auto; white-space: pre-wrap; }
-button, input { font: inherit; color: inherit; background: var(--field); border: 1px solid var(--line); border-radius: .25rem;
-  padding: .3rem .6rem; }
+button, input { font: inherit; color: inherit; background: var(--field); border: 1px solid var(--line);
+  border-radius: .25rem;  padding: .3rem .6rem; }
 :focus-visible { outline: 3px solid var(--link); outline-offset: 1px; }
 .tools { display: flex; flex-wrap: wrap; gap: .5rem 1rem; align-items: center; margin: .75rem 0 .5rem; }
 .scroll { overflow: auto; max-height: 30rem; border: 1px solid var(--line); }
-table { border-collapse: collapse; font-size: .9rem; width: 100%; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
+table { border-collapse: collapse; font-size: .9rem; width: 100%; font-variant-numeric: tabular-nums;
+  overflow-wrap: normal; }
 caption { text-align: left; font-weight: 600; padding: .4rem .6rem; }
 th, td { padding: .25rem .6rem; text-align: left; border-bottom: 1px solid var(--line); white-space: nowrap; }
 .number { text-align: right; }
 th { position: sticky; top: 0; background: var(--field); padding: 0; }
 th button { border: 0; width: 100%; text-align: inherit; font-weight: 600; cursor: pointer; white-space: nowrap; }
-th[aria-sort=ascending] button::after { content: " \25b2"; } th[aria-sort=descending] button::after { content: " \25bc"; }
+th[aria-sort=ascending] button::after { content: " \25b2"; }
+th[aria-sort=descending] button::after { content: " \25bc"; }
 @media print { .tools, nav, header button { display: none; } .scroll { max-height: none; overflow: visible; } }
 )";
 
@@ -163,13 +167,15 @@ void Page::picture(const Figure &figure)
     m_body += "<figcaption>" + markupOf(figure.description) + "</figcaption>\n</figure>\n";
 }
 
-void Page::table(std::string_view caption, const std::vector<std::string> &head, const std::vector<std::vector<std::string>> &rows)
+void Page::table(std::string_view caption, const std::vector<std::string> &head,
+                 const std::vector<std::vector<std::string>> &rows)
 {
     const std::string id = "search" + std::to_string(++m_tables);
-    m_body += "<div class=\"table\">\n<div class=\"tools\" hidden><label for=\"" + id + "\">Search</label> <input id=\"" + id
-              + "\" type=\"search\"> <output for=\"" + id + "\" class=\"quiet\"></output></div>\n"
-              "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"" + markupOf(caption) + "\"><table>\n<caption>"
-              + markupOf(caption) + "</caption>\n<thead><tr>";
+    m_body += "<div class=\"table\">\n<div class=\"tools\" hidden><label for=\"" + id + "\">Search</label> <input id=\""
+              + id + "\" type=\"search\"> <output for=\"" + id
+              + "\" class=\"quiet\"></output></div>\n"
+                "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\""
+              + markupOf(caption) + "\"><table>\n<caption>" + markupOf(caption) + "</caption>\n<thead><tr>";
     const auto fieldOf = [](const std::vector<std::string> &row, size_t column) {
         return column < row.size() ? std::string_view(row[column]) : std::string_view();
     };
@@ -181,7 +187,8 @@ void Page::table(std::string_view caption, const std::vector<std::string> &head,
             return field.empty() || field == "NA" || !std::isnan(numberIn(field));
         });
         classes.push_back(isNumeric ? " class=\"number\"" : "");
-        m_body += std::string("<th scope=\"col\"") + classes.back() + "><button type=\"button\">" + markupOf(head[column]) + "</button></th>";
+        m_body += std::string("<th scope=\"col\"") + classes.back() + "><button type=\"button\">"
+                  + markupOf(head[column]) + "</button></th>";
     }
     m_body += "</tr></thead>\n<tbody>\n";
     for (const std::vector<std::string> &row : rows) {
@@ -198,12 +205,14 @@ std::string Page::html() const
     // The page may run its own script and nothing else, and ask nobody for anything.
     const std::string title = markupOf(m_title);
     return std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-")
-           + scriptHash + "'\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" + title
-           + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<header><h1>" + title
+                       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src "
+                       "'unsafe-inline'; script-src 'sha256-")
+           + scriptHash + "'\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
+           + title + "</title>\n<style>" + style + "</style>\n</head>\n<body>\n<header><h1>" + title
            + "</h1> <button id=\"scheme\" type=\"button\" hidden>Colours: as the system</button></header>\n"
-             "<p class=\"quiet\">Made by morvel-plot " + programVersion + ".</p>\n<nav aria-label=\"Contents\"><ul>\n"
-           + m_contents + "</ul></nav>\n<main>\n" + m_body + "</main>\n<script>" + script + "</script>\n</body>\n</html>\n";
+             "<p class=\"quiet\">Made by morvel-plot "
+           + programVersion + ".</p>\n<nav aria-label=\"Contents\"><ul>\n" + m_contents + "</ul></nav>\n<main>\n"
+           + m_body + "</main>\n<script>" + script + "</script>\n</body>\n</html>\n";
 }
 
 }  // namespace plot

@@ -20,7 +20,8 @@ public:
     // With its description below it, which is its text alternative too.
     void picture(const Figure &figure);
     // With a head that sorts and a field that searches. Rows may be shorter than the head.
-    void table(std::string_view caption, const std::vector<std::string> &head, const std::vector<std::vector<std::string>> &rows);
+    void table(std::string_view caption, const std::vector<std::string> &head,
+               const std::vector<std::vector<std::string>> &rows);
 
     std::string html() const;
 

@@ -14,9 +14,10 @@
 
 namespace plot {
 
-static constexpr InputOption rangesOption = {"-ranges", Use::Optional, "ranges, in place of the table's name + .ranges"};
+static constexpr InputOption rangesOption
+    = {"-ranges", Use::Optional, "ranges, in place of the table's name + .ranges"};
 static constexpr TextOption chromosomeOption = {"-chromosome", "", "only this one"};
-static constexpr const Option *options[] = {&fileOption,  &outOption,    &rangesOption, &chromosomeOption,
+static constexpr const Option *options[] = {&fileOption,  &outOption,   &rangesOption, &chromosomeOption,
                                             &titleOption, &widthOption, &heightOption, &scriptOption};
 
 static constexpr size_t mostPanels = 36;
@@ -65,8 +66,8 @@ static std::vector<Track> readTracks(const std::string &file)
     return tracks;
 }
 
-// A range names no chromosome, but stands behind those of the chromosomes before its own in the table, and the marker of
-// its maximum has the number and position that it names.
+// A range names no chromosome, but stands behind those of the chromosomes before its own in the table, and the marker
+// of its maximum has the number and position that it names.
 static void readRanges(const std::string &file, std::vector<Track> &tracks)
 {
     text::LineReader in;
@@ -98,7 +99,8 @@ static std::vector<Point> profileOf(const Track &track, double Marker::*value, d
     std::vector<Point> points;
     for (const Marker &marker : track.markers) {
         const bool isTaken = marker.isMarked && marker.*value == 0;
-        points.push_back({marker.position / unit, isTaken ? std::numeric_limits<double>::quiet_NaN() : marker.*value * scale});
+        points.push_back(
+            {marker.position / unit, isTaken ? std::numeric_limits<double>::quiet_NaN() : marker.*value * scale});
     }
     return points;
 }
@@ -120,15 +122,16 @@ static void drawTrack(const Track &track, const Box &box, double top, bool isFir
     for (const Marker &marker : track.markers)
         score = std::max(score, marker.score);
     if (score > 0)
-        figure.line(thinned(profileOf(track, &Marker::score, top * 0.9 / score, unit.size), from / unit.size, to / unit.size,
-                            box.width()),
+        figure.line(thinned(profileOf(track, &Marker::score, top * 0.9 / score, unit.size), from / unit.size,
+                            to / unit.size, box.width()),
                     purple, thinLine);
     Cloud cloud(box.width(), box.height(), plainDot);
     for (const Marker &marker : track.markers)
         cloud.add(pixelOf(marker.position, from, to, box.width()), pixelOf(marker.value, 0, top, box.height()));
     figure.cloud(cloud, blue);
-    figure.line(thinned(profileOf(track, &Marker::profile, 1, unit.size), from / unit.size, to / unit.size, box.width()),
-                vermillion);
+    figure.line(
+        thinned(profileOf(track, &Marker::profile, 1, unit.size), from / unit.size, to / unit.size, box.width()),
+        vermillion);
     figure.text(box.left + 14, box.top + 12, shownText(track.name, 10) + " (" + unit.name + ")", smallText);
     figure.endPanel();
 }
@@ -143,7 +146,8 @@ static void chooseTracks(const std::string &file, const std::string &chromosome,
     std::ranges::stable_sort(tracks, [](const Track &a, const Track &b) { return isChromosomeBefore(a.name, b.name); });
     // Of too many those with ranges.
     if (tracks.size() > mostPanels)
-        std::ranges::stable_sort(tracks, [](const Track &a, const Track &b) { return !a.ranges.empty() && b.ranges.empty(); });
+        std::ranges::stable_sort(tracks,
+                                 [](const Track &a, const Track &b) { return !a.ranges.empty() && b.ranges.empty(); });
     tracks.resize(std::min(tracks.size(), mostPanels));
 }
 
@@ -162,28 +166,36 @@ Figure drawPeaks(const std::string &file, const std::string &ranges, const std::
             top = std::max(top, marker.value);
     }
     top *= 1.08;
-    const int count = int(tracks.size()), columns = count <= 2 ? 1 : count <= 8 ? 2 : 3, rows = (count + columns - 1) / columns;
+    const int count = int(tracks.size()),
+              columns = count <= 2   ? 1
+                        : count <= 8 ? 2
+                                     : 3,
+              rows = (count + columns - 1) / columns;
     const Size size = asked.fitted(rows == 1 ? 62 : 26 + rows * (columns == 1 ? 40 : 28));
     Figure figure(size);
     const int left = 150, legendHeight = 96, bottom = 84, apart = 86, beside = 84;
     const int width = (size.width - left - 30 - (columns - 1) * beside) / columns;
     const int height = std::max((size.height - size.top - legendHeight - bottom - (rows - 1) * apart) / rows, 40);
     for (int i = 0; i < count; ++i) {
-        const int x = left + i % columns * (width + beside), y = size.top + legendHeight + i / columns * (height + apart);
+        const int x = left + i % columns * (width + beside),
+                  y = size.top + legendHeight + i / columns * (height + apart);
         if (i == 0) {
             const std::pair<std::string, Colour> entries[]
                 = {{"−log₁₀ p", blue}, {"smoothed", vermillion}, {"scaled score", purple}, {"range", orange}};
             figure.legend(left, size.top + 12, size.width - 20, entries);
         }
-        drawTrack(tracks[size_t(i)], {x, y, x + width, y + height}, top, i % columns == 0 && i / columns == rows / 2, figure);
+        drawTrack(tracks[size_t(i)], {x, y, x + width, y + height}, top, i % columns == 0 && i / columns == rows / 2,
+                  figure);
     }
     figure.heading = "Peaks of association";
-    figure.description = "Peak scan: minus log10 p of " + shownCount(markers) + " markers with smoothed profile and score, on "
-                         + shownCount(tracks.size()) + (count == 1 ? " chromosome" : " chromosomes") + "; "
-                         + shownCount(peaks) + (peaks == 1 ? " range is" : " ranges are") + " shaded.";
+    figure.description = "Peak scan: minus log10 p of " + shownCount(markers)
+                         + " markers with smoothed profile and score, on " + shownCount(tracks.size())
+                         + (count == 1 ? " chromosome" : " chromosomes") + "; " + shownCount(peaks)
+                         + (peaks == 1 ? " range is" : " ranges are") + " shaded.";
     for (const Track &track : tracks) {
         for (const Range &range : track.ranges)
-            figure.description += " " + shownText(track.name) + ": " + numberOf(range.from) + " to " + numberOf(range.to) + ".";
+            figure.description
+                += " " + shownText(track.name) + ": " + numberOf(range.from) + " to " + numberOf(range.to) + ".";
     }
     return figure;
 }

@@ -29,8 +29,8 @@ Picture::Picture(const std::vector<std::string> &inputs)
     : m_name(outOption.given().value_or(""))
     , m_title(titleOption.read())
     , m_format(formatOf(m_name))
-    , m_size{pixelsOf(widthOption), heightOption.given() ? pixelsOf(heightOption) : 0,
-             m_title.empty() ? 30 : 80, m_format != Format::Png}
+    , m_size{pixelsOf(widthOption), heightOption.given() ? pixelsOf(heightOption) : 0, m_title.empty() ? 30 : 80,
+             m_format != Format::Png}
 {
     if (scriptOption.isOn())
         m_script = m_name + ".gp";

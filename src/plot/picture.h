@@ -14,7 +14,8 @@ inline constexpr OutputOption outOption
     = {"-out", "", "picture; its ending .png, .svg or .pdf is the format", {.use = Use::Required}};
 inline constexpr TextOption titleOption = {"-title", "", "above the picture"};
 inline constexpr RealOption widthOption = {"-width", columnWidth, "width in millimetres"};
-inline constexpr RealOption heightOption = {"-height", std::nullopt, "height in millimetres, instead of one that suits"};
+inline constexpr RealOption heightOption
+    = {"-height", std::nullopt, "height in millimetres, instead of one that suits"};
 inline constexpr SwitchOption scriptOption
     = {"-script", "yes: keep gnuplot's script with its data beside the picture, under its name + .gp"};
 

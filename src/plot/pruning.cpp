@@ -9,17 +9,19 @@
 
 namespace plot {
 
-static constexpr InputOption removedOption = {"-removed", Use::Optional, "removed rows, in place of the table's name + .removed"};
-static constexpr const Option *options[]
-    = {&fileOption,   &outOption,   &removedOption, &positionColumnOption, &pColumnOption, &chromosomeColumnOption,
-       &nameColumnOption, &phenotypeOption, &headerOption,  &delimOption, &titleOption, &widthOption, &heightOption, &scriptOption};
+static constexpr InputOption removedOption
+    = {"-removed", Use::Optional, "removed rows, in place of the table's name + .removed"};
+static constexpr const Option *options[] = {
+    &fileOption,       &outOption,       &removedOption, &positionColumnOption, &pColumnOption, &chromosomeColumnOption,
+    &nameColumnOption, &phenotypeOption, &headerOption,  &delimOption,          &titleOption,   &widthOption,
+    &heightOption,     &scriptOption};
 
 static std::vector<Place> readPlaces(const std::string &file, const Layout &layout)
 {
     std::vector<Place> places;
     ResultReader reader(file, layout, {true, false});
     for (Result row = {}; reader.next(row);)
-        places.push_back({row.position, -std::log10(row.p)});
+        places.push_back({row.position, minusLog10(row.p)});
     return places;
 }
 
@@ -57,22 +59,24 @@ Figure drawPruning(const std::string &kept, const std::string &removed, const La
     const BaseUnit unit = baseUnitOf(to - from);
     Figure figure(size);
     const Box box = {160, size.top + 56, size.width - 40, size.height - 130};
-    figure.beginPanel(box, {from / unit.size, to / unit.size, std::string("Position (") + unit.name + ")"}, {-top * 0.03, top, "−log₁₀ p"});
+    figure.beginPanel(box, {from / unit.size, to / unit.size, std::string("Position (") + unit.name + ")"},
+                      {-top * 0.03, top, "−log₁₀ p"});
     for (const bool isKept : {false, true}) {
         Cloud cloud(box.width(), box.height(), plainDot);
         for (const Place &place : places[isKept])
             cloud.add(pixelOf(place.position, from, to, box.width()),
-                      std::isinf(place.value) ? box.height() - plainDot : pixelOf(place.value, -top * 0.03, top, box.height()));
+                      std::isinf(place.value) ? box.height() - plainDot
+                                              : pixelOf(place.value, -top * 0.03, top, box.height()));
         figure.cloud(cloud, isKept ? blue : orange);
     }
-    const std::pair<std::string, Colour> entries[] = {{shownCount(places[1].size()) + " kept", blue},
-                                                      {shownCount(places[0].size()) + " removed", orange}};
+    const std::pair<std::string, Colour> entries[]
+        = {{shownCount(places[1].size()) + " kept", blue}, {shownCount(places[0].size()) + " removed", orange}};
     figure.legend(box.left, size.top + 12, size.width, entries);
     figure.endPanel();
     figure.heading = "Pruning";
     figure.description = "Markers thinned by genetic distance: " + shownCount(places[1].size()) + " kept and "
-                         + shownCount(places[0].size()) + " removed along " + shownNumber((to - from - 2 * room) / unit.size) + " " + unit.name
-                         + ", by minus log10 p.";
+                         + shownCount(places[0].size()) + " removed along "
+                         + shownNumber((to - from - 2 * room) / unit.size) + " " + unit.name + ", by minus log10 p.";
     return figure;
 }
 

@@ -1,5 +1,6 @@
 // Observed against expected -log10 p, with the band in which 95 % of each rank lie by chance, and lambda.
 #include "main/console.h"
+#include "numbers/logarithm.h"
 #include "plot/drawings.h"
 #include "plot/qqpoints.h"
 #include "plot/verbs.h"
@@ -10,8 +11,8 @@
 
 namespace plot {
 
-static constexpr SwitchOption fullOption
-    = {"-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
+static constexpr SwitchOption fullOption = {
+    "-full", "yes: keep every dot until the end, however many fall on the same spot: the same picture, in more memory"};
 static constexpr const Option *options[]
     = {&fileOption,  &outOption,   &phenotypeOption, &pColumnOption, &headerOption, &delimOption,
        &titleOption, &widthOption, &heightOption,    &scriptOption,  &fullOption};
@@ -26,9 +27,9 @@ static std::vector<Point> bandOf(size_t n, double xMost)
         if (rank == last)
             continue;
         last = rank;
-        const double x = -std::log10(double(rank) / double(n + 1));
-        outline.push_back({x, -std::log10(rankQuantile(rank, n, 0.025))});
-        lower.push_back({x, -std::log10(rankQuantile(rank, n, 0.975))});
+        const double x = minusLog10(double(rank) / double(n + 1));
+        outline.push_back({x, minusLog10(rankQuantile(rank, n, 0.025))});
+        lower.push_back({x, minusLog10(rankQuantile(rank, n, 0.975))});
     }
     outline.insert(outline.end(), lower.rbegin(), lower.rend());
     return outline;
@@ -50,8 +51,8 @@ Figure drawQq(const QqInput &input, const Size &asked)
     if (ps.empty())
         fatal("'%s' has no p-values from 0 to 1\n", input.file.c_str());
     const double lambda = lambdaOf(medianOf(ps));
-    const double expectedMost = std::log10(double(ps.size() + 1));
-    const double xMost = expectedMost * 1.05, yMost = std::max(-std::log10(least), expectedMost) * 1.08;
+    const double expectedMost = decimalLogarithm(double(ps.size() + 1));
+    const double xMost = expectedMost * 1.05, yMost = std::max(minusLog10(least), expectedMost) * 1.08;
 
     Figure figure(size);
     const Box box = {160, size.top, size.width - 40, size.height - 130};
@@ -84,6 +85,7 @@ static void qq()
     picture.save(drawQq(input, picture.size()));
 }
 
-constinit const Mode qqKind = {{"qq"}, qq, options, "observed against expected -log10 p, with the 95 % band and lambda"};
+constinit const Mode qqKind
+    = {{"qq"}, qq, options, "observed against expected -log10 p, with the 95 % band and lambda"};
 
 }  // namespace plot

@@ -1,4 +1,5 @@
 #include "plot/qqpoints.h"
+#include "numbers/logarithm.h"
 
 #include <algorithm>
 #include <bit>
@@ -8,8 +9,8 @@
 
 namespace plot {
 
-// The value at a 0-based rank. The bits of numbers from 0 on are in their order, so that a count by the first ones tells
-// which few need an order.
+// The value at a 0-based rank. The bits of numbers from 0 on are in their order, so that a count by the first ones
+// tells which few need an order.
 static double valueAt(const std::deque<double> &ps, size_t rank)
 {
     constexpr int shift = 46;
@@ -56,9 +57,10 @@ void addQuantiles(const std::deque<double> &ps, double xMost, double yMost, int 
 {
     std::vector<size_t> counts(size_t(cloud.height()));
     for (const double p : ps)
-        ++counts[size_t(p > 0 ? pixelOf(-std::log10(p), 0, yMost, cloud.height()) : topRow)];
+        ++counts[size_t(p > 0 ? pixelOf(-decimalLogarithm(p), 0, yMost, cloud.height()) : topRow)];
     const double n = double(ps.size());
-    const auto columnOf = [&](size_t rank) { return pixelOf(-std::log10(double(rank) / (n + 1)), 0, xMost, cloud.width()); };
+    const auto columnOf
+        = [&](size_t rank) { return pixelOf(-decimalLogarithm(double(rank) / (n + 1)), 0, xMost, cloud.width()); };
     size_t rank = 1;
     for (size_t row = counts.size(); row-- > 0;) {
         for (const size_t end = rank + counts[row]; rank < end;) {
@@ -86,7 +88,8 @@ static double incompleteBeta(double a, double b, double x)
         return x <= 0 ? 0 : 1;
     if (x > (a + 1) / (a + b + 2))
         return 1 - incompleteBeta(b, a, 1 - x);
-    const double front = std::exp(std::lgamma(a + b) - std::lgamma(a) - std::lgamma(b) + a * std::log(x) + b * std::log1p(-x)) / a;
+    const double front
+        = std::exp(std::lgamma(a + b) - std::lgamma(a) - std::lgamma(b) + a * std::log(x) + b * std::log1p(-x)) / a;
     double fraction = 1, c = 1, d = 0;
     for (int i = 0; i < 2000; ++i) {
         const double m = i / 2;

@@ -44,7 +44,8 @@ Figure drawRemoval(const std::string &file, const Size &asked)
     const double most = std::max(pairs[0].y, *std::ranges::max_element(removal.individuals)) * 1.05;
     Figure figure(size);
     const Box box = {180, size.top + 60, size.width - 50, size.height - 130};
-    const Axis xAxis = {0, double(n), "Individuals removed", true, 1}, yAxis = {0, most > 0 ? most : 1, "Left", true, 1, 136};
+    const Axis xAxis = {0, double(n), "Individuals removed", true, 1},
+               yAxis = {0, most > 0 ? most : 1, "Left", true, 1, 136};
     figure.beginPanel(box, xAxis, yAxis);
     // Steps, since nothing changes between removals.
     const auto steps = [&](const std::vector<Point> &points) {
@@ -62,12 +63,13 @@ Figure drawRemoval(const std::string &file, const Size &asked)
     figure.legend(box.left, size.top + 14, size.width, entries);
     figure.endPanel();
     figure.heading = "Removal of relatives";
-    figure.description = "Related pairs left after each of " + shownCount(n) + (n == 1 ? " removal" : " removals") + ": "
-                         + shownNumber(pairs[0].y) + " at first among " + shownNumber(removal.individuals[0])
-                         + " individuals; half of them are gone after "
-                         + shownCount(size_t(std::ranges::find_if(pairs, [&](const Point &point) { return point.y <= pairs[0].y / 2; })
-                                             - pairs.begin()))
-                         + ".";
+    figure.description
+        = "Related pairs left after each of " + shownCount(n) + (n == 1 ? " removal" : " removals") + ": "
+          + shownNumber(pairs[0].y) + " at first among " + shownNumber(removal.individuals[0])
+          + " individuals; half of them are gone after "
+          + shownCount(size_t(std::ranges::find_if(pairs, [&](const Point &point) { return point.y <= pairs[0].y / 2; })
+                              - pairs.begin()))
+          + ".";
     return figure;
 }
 

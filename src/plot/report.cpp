@@ -26,7 +26,21 @@ static constexpr const Option *options[] = {&namesOption, &pageOption, &titleOpt
 static constexpr size_t mostHits = 200, mostRows = 1000;  // in a table
 static constexpr Size pictureSize = {int(columnWidth * pixelsPerMillimetre), 0, 30, true};
 
-enum class Kind { Other, Console, Hits, Statistics, Profile, Ranges, Family, Mixture, Shifts, Balance, Removal, Kept, Removed };
+enum class Kind {
+    Other,
+    Console,
+    Hits,
+    Statistics,
+    Profile,
+    Ranges,
+    Family,
+    Mixture,
+    Shifts,
+    Balance,
+    Removal,
+    Kept,
+    Removed
+};
 
 // A run of the program, as its console output tells.
 struct Run {
@@ -63,8 +77,8 @@ static bool isProfile(std::string_view line)
     std::vector<std::string_view> fields;
     text::splitFields(line, "\t", fields);
     return fields.size() == 7 && fields[0] == "0" && std::ranges::none_of(std::vector{2, 3, 4, 5, 6}, [&](int i) {
-        return std::isnan(numberIn(fields[size_t(i)]));
-    });
+               return std::isnan(numberIn(fields[size_t(i)]));
+           });
 }
 
 static bool isRemoval(std::string_view line)
@@ -72,8 +86,8 @@ static bool isRemoval(std::string_view line)
     std::vector<std::string_view> fields;
     text::splitFields(line, " ", fields);
     return (fields.size() == 6 || fields.size() == 7) && std::ranges::none_of(std::vector{0, 2, 3, 4, 5}, [&](int i) {
-        return std::isnan(numberIn(fields[size_t(i)]));
-    });
+               return std::isnan(numberIn(fields[size_t(i)]));
+           });
 }
 
 static Kind kindOf(const std::string &file)
@@ -127,12 +141,15 @@ static std::vector<Finding> findFiles(const std::string &names, const std::strin
 {
     namespace fs = std::filesystem;
     const size_t slash = names.rfind('/');
-    const std::string folder = slash == names.npos ? "" : names.substr(0, slash + 1), start = names.substr(folder.size());
+    const std::string folder = slash == names.npos ? "" : names.substr(0, slash + 1),
+                      start = names.substr(folder.size());
     std::vector<Finding> findings;
     std::error_code error;
-    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
+         entry.increment(error)) {
         const std::string file = folder + entry->path().filename().string();
-        if (entry->path().filename().string().starts_with(start) && entry->is_regular_file(error) && !text::isSameFile(file, page))
+        if (entry->path().filename().string().starts_with(start) && entry->is_regular_file(error)
+            && !text::isSameFile(file, page))
             findings.push_back({file, Kind::Other, {}});
     }
     std::ranges::sort(findings, {}, &Finding::file);
@@ -215,8 +232,10 @@ static void addHits(const std::string &file, Page &page)
         page.picture(drawManhattan({file}, pictureSize));
         page.picture(drawQq({file}, pictureSize));
     }
-    const std::string shown = best.all > best.rows.size() ? "The " + shownCount(best.rows.size()) + " best of " : "All ";
-    page.table(shown + shownCount(best.all) + (best.all == 1 ? " hit" : " hits") + ", by p-value", best.head, best.rows);
+    const std::string shown
+        = best.all > best.rows.size() ? "The " + shownCount(best.rows.size()) + " best of " : "All ";
+    page.table(shown + shownCount(best.all) + (best.all == 1 ? " hit" : " hits") + ", by p-value", best.head,
+               best.rows);
 }
 
 static void addStatistics(const std::string &file, Page &page)
@@ -236,7 +255,8 @@ static void addStatistics(const std::string &file, Page &page)
             return count(a) > count(b);
         });
     rows.resize(std::min(all, mostRows));
-    page.table(all > mostRows ? "The " + shownCount(mostRows) + " rows of " + shownCount(all) + " with most hits" : "All rows",
+    page.table(all > mostRows ? "The " + shownCount(mostRows) + " rows of " + shownCount(all) + " with most hits"
+                              : "All rows",
                table.rows[0], rows);
 }
 
@@ -282,8 +302,9 @@ static void addPruning(const std::string &file, const std::vector<Finding> &find
         page.picture(drawPruning(file, file + ".removed", layout, pictureSize));
         return;
     }
-    page.paragraph("Not drawn: the columns of position and p-value are known from the console output of ldprune only, which is "
-                   "not among the files.");
+    page.paragraph(
+        "Not drawn: the columns of position and p-value are known from the console output of ldprune only, which is "
+        "not among the files.");
 }
 
 static void addFinding(const Finding &finding, const std::vector<Finding> &findings, Page &page)
@@ -294,16 +315,38 @@ static void addFinding(const Finding &finding, const std::vector<Finding> &findi
         page.picture(figure);
     };
     switch (finding.kind) {
-    case Kind::Hits: addHits(file, page); break;
-    case Kind::Statistics: addStatistics(file, page); break;
-    case Kind::Profile: addProfile(file, page); break;
-    case Kind::Kept: addPruning(file, findings, page); break;
-    case Kind::Balance: add("Balance", drawBalance(file, pictureSize)); break;
-    case Kind::Mixture: add("Mixtures", drawMixture(file, pictureSize)); break;
-    case Kind::Family: add("Families", drawFamily(file, 12, pictureSize)); break;
-    case Kind::Removal: add("Removal", drawRemoval(file, pictureSize)); break;
-    case Kind::Shifts: add("Shifts", drawShifts(file, "", pictureSize)); break;
-    case Kind::Console: case Kind::Ranges: case Kind::Removed: case Kind::Other: break;
+    case Kind::Hits:
+        addHits(file, page);
+        break;
+    case Kind::Statistics:
+        addStatistics(file, page);
+        break;
+    case Kind::Profile:
+        addProfile(file, page);
+        break;
+    case Kind::Kept:
+        addPruning(file, findings, page);
+        break;
+    case Kind::Balance:
+        add("Balance", drawBalance(file, pictureSize));
+        break;
+    case Kind::Mixture:
+        add("Mixtures", drawMixture(file, pictureSize));
+        break;
+    case Kind::Family:
+        add("Families", drawFamily(file, 12, pictureSize));
+        break;
+    case Kind::Removal:
+        add("Removal", drawRemoval(file, pictureSize));
+        break;
+    case Kind::Shifts:
+        add("Shifts", drawShifts(file, "", pictureSize));
+        break;
+    case Kind::Console:
+    case Kind::Ranges:
+    case Kind::Removed:
+    case Kind::Other:
+        break;
     }
 }
 
@@ -316,8 +359,9 @@ static void addCommands(const std::vector<Finding> &findings, Page &page)
             commands += "# " + shownText(finding.file, 200) + "\n" + commandOf(finding.run) + "\n";
     }
     if (commands.empty())
-        page.paragraph("None: keep the console output of a run in a file whose name begins like its results, as in morvel ... "
-                       "> NAME.log");
+        page.paragraph(
+            "None: keep the console output of a run in a file whose name begins like its results, as in morvel ... "
+            "> NAME.log");
     else
         page.code(commands);
 }
@@ -341,9 +385,19 @@ static void report()
     addCommands(findings, page);
     page.section("Files");
     std::vector<std::vector<std::string>> rows;
-    static constexpr const char *kinds[] = {"other",     "console output", "hits",        "statistics",      "peaks",
-                                            "ranges",    "families",       "mixtures",    "shifts",          "log of matching",
-                                            "removals",  "kept by pruning", "removed by pruning"};
+    static constexpr const char *kinds[] = {"other",
+                                            "console output",
+                                            "hits",
+                                            "statistics",
+                                            "peaks",
+                                            "ranges",
+                                            "families",
+                                            "mixtures",
+                                            "shifts",
+                                            "log of matching",
+                                            "removals",
+                                            "kept by pruning",
+                                            "removed by pruning"};
     for (const Finding &finding : findings)
         rows.push_back({finding.file, kinds[size_t(finding.kind)]});
     page.table("Files looked at", {"File", "Content"}, rows);

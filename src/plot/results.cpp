@@ -1,5 +1,6 @@
 #include "plot/results.h"
 #include "main/console.h"
+#include "numbers/logarithm.h"
 #include "plot/style.h"
 #include "text/readnumber.h"
 
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <span>
 
 namespace plot {
@@ -15,12 +17,19 @@ namespace plot {
 using std::string_view;
 
 // Headers of the program's own files and of common others, in small letters.
-static constexpr std::array<string_view, 6> chromosomeNames = {"chr", "#chrom", "chrom", "chromosome", "#chr", "chr_name"};
-static constexpr std::array<string_view, 6> positionNames = {"pos", "bp", "position", "base_pair_location", "genpos", "ps"};
+static constexpr std::array<string_view, 6> chromosomeNames
+    = {"chr", "#chrom", "chrom", "chromosome", "#chr", "chr_name"};
+static constexpr std::array<string_view, 6> positionNames
+    = {"pos", "bp", "position", "base_pair_location", "genpos", "ps"};
 static constexpr std::array<string_view, 7> pNames = {"p-value", "p", "pvalue", "p_value", "pval", "p_wald", "p.value"};
 static constexpr std::array<string_view, 9> markerNames
     = {"snpid", "snp", "rsid", "id", "markername", "marker", "rs", "variant_id", "name"};
 static constexpr std::array<string_view, 2> phenotypeNames = {"pheno", "phenotype"};
+
+double minusLog10(double p)
+{
+    return p > 0 ? -decimalLogarithm(p) : std::numeric_limits<double>::infinity();
+}
 
 std::string delimiterOf(string_view line)
 {
@@ -86,7 +95,8 @@ void ResultReader::findColumns(string_view line)
     text::splitFields(line, m_layout.delimiter, fields);
     const int header = m_layout.header;
     const string_view given = m_layout.p > 0 && m_layout.p <= fields.size() ? fields[m_layout.p - 1] : string_view();
-    const bool isHeader = header == 1 || (header == 0 && (m_layout.p == 0 || (!text::readReal(given).isNumber && given != "NA")));
+    const bool isHeader
+        = header == 1 || (header == 0 && (m_layout.p == 0 || (!text::readReal(given).isNumber && given != "NA")));
     if (isHeader) {
         const auto find = [&](size_t &column, std::span<const string_view> names) {
             column = column ? column : findHeader(fields, names);

@@ -39,6 +39,9 @@ struct Result {
     double p;  // from 0 to 1
 };
 
+// Infinity for 0.
+double minusLog10(double p);
+
 struct Wanted {
     bool place = true;  // chromosome and position; a single chromosome may go without its column
     bool name = true;

@@ -13,9 +13,9 @@ namespace plot {
 static constexpr const Option *options[]
     = {&fileOption, &outOption, &titleOption, &widthOption, &heightOption, &scriptOption};
 
-static constexpr size_t mostNamed = 24;     // phenotypes whose names all stand below the picture
-static constexpr double farAway = 6;        // standard deviations, estimated robustly
-static constexpr size_t mostLabels = 6;     // of a panel
+static constexpr size_t mostNamed = 24;  // phenotypes whose names all stand below the picture
+static constexpr double farAway = 6;     // standard deviations, estimated robustly
+static constexpr size_t mostLabels = 6;  // of a panel
 
 struct Measure {
     std::string label;
@@ -86,11 +86,17 @@ static Axis axisOf(const Measure &measure)
             top = std::isfinite(value) ? std::max(top, value) : top;
     }
     top = top > 0 ? top : 1;
-    return {-top * 0.05, top * 1.25, measure.label, true, measure.label == "Hits" || measure.label == "Group size" ? 1.0 : 0, 136};
+    return {-top * 0.05,
+            top * 1.25,
+            measure.label,
+            true,
+            measure.label == "Hits" || measure.label == "Group size" ? 1.0 : 0,
+            136};
 }
 
 // Draws the panel and returns the rows that stand out in it.
-static std::vector<size_t> drawMeasure(const Measure &measure, const Rows &table, const Axis &xAxis, const Box &box, Figure &figure)
+static std::vector<size_t> drawMeasure(const Measure &measure, const Rows &table, const Axis &xAxis, const Box &box,
+                                       Figure &figure)
 {
     const Axis yAxis = axisOf(measure);
     figure.beginPanel(box, xAxis, yAxis);
@@ -146,8 +152,9 @@ static std::string describe(const Rows &table, const std::string &subject, const
         sum += std::isfinite(hits[row]) ? hits[row] : 0;
         best = hits[row] > hits[best] ? row : best;
     }
-    std::string text = "Scan statistics of " + shownCount(hits.size()) + " " + subject + ": " + shownCount(size_t(std::clamp(sum, 0.0, 1e18)))
-                       + " hits in all, most with " + shownText(table.at(best + 1, 0)) + " (" + shownNumber(hits[best]) + ").";
+    std::string text = "Scan statistics of " + shownCount(hits.size()) + " " + subject + ": "
+                       + shownCount(size_t(std::clamp(sum, 0.0, 1e18))) + " hits in all, most with "
+                       + shownText(table.at(best + 1, 0)) + " (" + shownNumber(hits[best]) + ").";
     if (!apart.empty()) {
         text += " Unlike the others:";
         for (size_t i = 0; i < apart.size() && i < 20; ++i)
@@ -185,7 +192,8 @@ Figure drawScan(const std::string &file, const Size &asked)
             for (size_t row = 0; row < rows; ++row)
                 figure.text(box.left + (double(row) + 0.5) / double(rows) * box.width(), box.bottom + 16,
                             shownText(table.at(row + 1, 0), 16), smallText, Align::Right, "", 90);
-            figure.text((box.left + box.right) / 2.0, box.bottom + nameHeight + 60, isByMarker ? "Marker" : "Phenotype", largeText, Align::Centre);
+            figure.text((box.left + box.right) / 2.0, box.bottom + nameHeight + 60, isByMarker ? "Marker" : "Phenotype",
+                        largeText, Align::Centre);
         }
         for (const size_t row : drawMeasure(measures[size_t(i)], table, xAxis, box, figure)) {
             const std::string name = shownText(table.at(row + 1, 0));
@@ -205,7 +213,7 @@ static void scan()
     picture.save(drawScan(file, picture.size()));
 }
 
-constinit const Mode scanKind
-    = {{"scan"}, scan, options, "hits, largest slope and group sizes of a scan's statistics, with what stands out named"};
+constinit const Mode scanKind = {
+    {"scan"}, scan, options, "hits, largest slope and group sizes of a scan's statistics, with what stands out named"};
 
 }  // namespace plot

@@ -26,7 +26,8 @@ static std::vector<Point> readCorrelations(const std::string &file, std::string 
     if (text::findField(line, delimiter, 0) != "N" || text::findField(line, delimiter, 1) != "corr")
         fatal("'%s' is no result of levin: it does not begin with N and corr; look at -delim\n", file.c_str());
     while (in.nextNonEmpty(line)) {
-        const Point point = {numberIn(text::findField(line, delimiter, 0)) - 1, numberIn(text::findField(line, delimiter, 1))};
+        const Point point
+            = {numberIn(text::findField(line, delimiter, 0)) - 1, numberIn(text::findField(line, delimiter, 1))};
         if (std::isfinite(point.x) && std::isfinite(point.y))
             correlations.push_back(point);
     }
@@ -57,8 +58,8 @@ Figure drawShifts(const std::string &file, const std::string &delimiter, const S
         best.add(x, y);
         const std::string text = shownNumber(point.y) + " at " + numberOf(point.x);
         const int half = textWidth(text, smallText) / 2;
-        figure.text(box.left + std::clamp(x, half + 10, box.width() - half), box.bottom - y + (isAbove ? -28 : 28), text, smallText,
-                    Align::Centre);
+        figure.text(box.left + std::clamp(x, half + 10, box.width() - half), box.bottom - y + (isAbove ? -28 : 28),
+                    text, smallText, Align::Centre);
     };
     mark(*high, true);
     if (low != high)
@@ -67,8 +68,9 @@ Figure drawShifts(const std::string &file, const std::string &delimiter, const S
     figure.endPanel();
     figure.heading = "Correlation by shift";
     figure.description = "Correlation of two columns at " + shownCount(correlations.size()) + " shifts: largest "
-                         + shownNumber(high->y) + " at a shift of " + numberOf(high->x) + ", smallest " + shownNumber(low->y)
-                         + " at " + numberOf(low->x) + "; " + shownNumber(correlations.front().y) + " at the first.";
+                         + shownNumber(high->y) + " at a shift of " + numberOf(high->x) + ", smallest "
+                         + shownNumber(low->y) + " at " + numberOf(low->x) + "; " + shownNumber(correlations.front().y)
+                         + " at the first.";
     return figure;
 }
 

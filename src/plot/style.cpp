@@ -25,7 +25,10 @@ static size_t characterSize(std::string_view text)
     const uint8_t first = byte(0);
     if (first < 0x80)
         return 1;
-    const size_t size = first >= 0xc2 && first < 0xe0 ? 2 : first >= 0xe0 && first < 0xf0 ? 3 : first >= 0xf0 && first < 0xf5 ? 4 : 0;
+    const size_t size = first >= 0xc2 && first < 0xe0   ? 2
+                        : first >= 0xe0 && first < 0xf0 ? 3
+                        : first >= 0xf0 && first < 0xf5 ? 4
+                                                        : 0;
     for (size_t i = 1; i < size; ++i) {
         if (!isContinuation(char(byte(i))))
             return 0;

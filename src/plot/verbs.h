@@ -5,8 +5,8 @@
 
 namespace plot {
 
-extern const Mode manhattanKind, qqKind, peaksKind, scanKind, reportKind, effectKind, pruningKind, balanceKind, mixtureKind,
-    familyKind, removalKind, shiftsKind;
+extern const Mode manhattanKind, qqKind, peaksKind, scanKind, reportKind, effectKind, pruningKind, balanceKind,
+    mixtureKind, familyKind, removalKind, shiftsKind;
 extern const Companion companion;
 
 }  // namespace plot

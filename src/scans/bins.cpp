@@ -1,5 +1,6 @@
 #include "scans/bins.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/settings.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
@@ -87,6 +88,11 @@ BinDefinition readBinOptions(void (*beforeOpening)(const std::string &binFile))
         groups = 2;
         bins = readInlineBins(*definition);
     }
+    const bool isFirst = !automaticBinsOption.given(), isSecond = !binFileOption.given();
+    if (!isSecond && !isFirst)
+        addDataHint("\"-binfile\" changes nothing: \"-autobins\" goes before it");
+    if (manualBinsOption.given() && (!isFirst || !isSecond))
+        addDataHint("\"-manualbins\" changes nothing: \"-autobins\" and \"-binfile\" go before it");
     // On purpose only now: the definitions above are always taken as fractions.
     bintype = binTypeOption.read();
     if (groups < 0)

@@ -1,5 +1,6 @@
 #include "scans/binscan.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/settings.h"
 #include "scans/hits.h"
 #include "scans/options.h"
@@ -33,6 +34,10 @@ BinScan prepareBinScan(const InputOption &genotypeFileOption)
 {
     BinDefinition bins = readOptions(genotypeFileOption);
     reportBins();
+    if ((testgroups < 3 || testgroups > 5) && statistic != 0)
+        addDataHint("with " + std::to_string(testgroups)
+                    + " bins R2 decides, whatever -statistic says, and -statlimit is a "
+                      "least R2; 3, 4 and 5 bins have p and t");
     if (testgroups < 3 || testgroups > 5)
         statistic = 0;  // on purpose: R2 decides, also where there is a t table
     return {std::move(bins), decisionBy(binTable())};

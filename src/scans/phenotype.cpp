@@ -1,6 +1,8 @@
 #include "scans/phenotype.h"
+#include "genotypes/markers.h"
 #include "main/console.h"
 #include "main/settings.h"
+#include "scans/scanhints.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
 
@@ -14,7 +16,7 @@ double readPhenotypeValue(std::string_view field)
     return isMissingField(field) ? missingValue : text::readDouble(field);
 }
 
-bool readPhenotype(std::string_view line, size_t individuals, Phenotype &phenotype)
+static bool readFields(std::string_view line, size_t individuals, Phenotype &phenotype)
 {
     text::FieldReader fields(line, Delim);
     std::string_view field;
@@ -36,6 +38,16 @@ bool readPhenotype(std::string_view line, size_t individuals, Phenotype &phenoty
             phenotype.p2List.push_back(phenotype.values.back());
     }
     return phenotype.values.size() == individuals;
+}
+
+bool readPhenotype(std::string_view line, size_t individuals, Phenotype &phenotype)
+{
+    const bool fits = readFields(line, individuals, phenotype);
+    if (fits)
+        lookAtPhenotype(phenotype.name, phenotype.values);
+    else
+        explainIndividuals(text::countFields(line, Delim) - 1, leadingColumns + individuals, false);
+    return fits;
 }
 
 void refusePhenotype()

@@ -14,6 +14,16 @@ namespace fs = std::filesystem;
 
 FailureHandler onFailure = [](const char *, const std::string &) { std::abort(); };
 
+void (*onUnopened)(const std::string &name, int error) = nullptr;
+
+static void tellUnopened(const std::string &name)
+{
+    const int error = errno;
+    if (onUnopened)
+        onUnopened(name, error);
+    errno = error;
+}
+
 // Where a name that does not exist yet would be created: a symbolic link that leads nowhere is followed too.
 static fs::path targetOf(const std::string &name)
 {
@@ -52,10 +62,13 @@ int openToRead(const std::string &name)
         file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
     } while (file < 0 && errno == EINTR);
     struct stat status;
-    if (file < 0 || (fstat(file, &status) == 0 && !S_ISDIR(status.st_mode)))
+    if (file >= 0 && fstat(file, &status) == 0 && !S_ISDIR(status.st_mode))
         return file;
-    ::close(file);
-    errno = EISDIR;
+    if (file >= 0) {
+        ::close(file);
+        errno = EISDIR;
+    }
+    tellUnopened(name);
     return -1;
 }
 

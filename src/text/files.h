@@ -12,6 +12,9 @@ namespace text {
 using FailureHandler = void (*)(const char *action, const std::string &name);
 extern FailureHandler onFailure;
 
+// Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
+extern void (*onUnopened)(const std::string &name, int error);
+
 // True where the name, or the link that it is, leads to a file of any kind.
 bool exists(const std::string &name);
 

@@ -2,7 +2,9 @@
 #include "text/bytes.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
+#include <utility>
 
 namespace text {
 
@@ -14,14 +16,39 @@ LineReader::Memory LineReader::allocate(size_t size)
     return memory;
 }
 
+LineReader *LineReader::firstOpen = nullptr;
+
 bool LineReader::open(const std::string &name, size_t block)
 {
+    close();
     if (!m_source.open(name))
         return false;
     m_buffer = allocate(block);
     m_block = m_size = block;
-    m_next = m_end = 0;
+    m_next = m_end = m_start = m_offset = 0;
+    m_nextOpen = std::exchange(firstOpen, this);
     return true;
+}
+
+void LineReader::close()
+{
+    LineReader **link = &firstOpen;
+    while (*link && *link != this)
+        link = &(*link)->m_nextOpen;
+    if (*link)
+        *link = m_nextOpen;
+    m_source.close();
+}
+
+std::optional<LineReader::Origin> LineReader::originOf(const char *byte)
+{
+    const std::less<const char *> isBefore;
+    for (const LineReader *reader = firstOpen; reader; reader = reader->m_nextOpen) {
+        const char *first = reader->m_buffer.get();
+        if (!isBefore(byte, first) && isBefore(byte, first + reader->m_end))
+            return Origin{reader->m_source.name(), reader->m_offset + size_t(byte - first)};
+    }
+    return std::nullopt;
 }
 
 bool LineReader::openToReread(const std::string &name)
@@ -37,6 +64,7 @@ bool LineReader::copyRestToReread()
     if (m_source.startsAgainCheaply())
         return false;
     m_source.copyRest({m_buffer.get() + m_next, m_end - m_next});
+    m_start = m_offset += m_next;
     m_next = m_end = 0;
     return true;
 }
@@ -45,6 +73,7 @@ void LineReader::rewind()
 {
     m_source.rewind();
     m_next = m_end = 0;
+    m_offset = m_start;
 }
 
 bool LineReader::nextAcrossBlocks(std::string_view &line)
@@ -89,6 +118,7 @@ LineReader::Memory LineReader::handOver(std::string_view line)
     Memory next = allocate(std::max(m_block, left));
     std::memcpy(next.get(), m_buffer.get() + m_next, left);
     m_size = std::max(m_block, left);
+    m_offset += m_next;
     m_next = 0;
     m_end = left;
     m_buffer.swap(next);
@@ -106,6 +136,7 @@ bool LineReader::refill()
     if (m_next > 0)
         std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
     m_end -= m_next;
+    m_offset += m_next;
     m_next = 0;
     if (m_end == m_size) {
         // Grown in place where the system can: a long line is held once, not twice.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,7 @@ public:
     LineReader() = default;
     LineReader(const LineReader &) = delete;
     LineReader &operator=(const LineReader &) = delete;
+    ~LineReader() { close(); }
 
     // False when the file is missing, unreadable or a folder. A smaller block is for tests.
     bool open(const std::string &name, size_t block = size_t(256) << 10);
@@ -31,7 +33,7 @@ public:
     // For a file that turns out to be read more than once: true where it cannot start again at once, and then rewind()
     // leads from now on to the line behind the one read last, from a copy.
     bool copyRestToReread();
-    void close() { m_source.close(); }
+    void close();
 
     // From now on a "\r" right before a line's end stays in the line.
     void keepReturns() { m_keepsReturns = true; }
@@ -76,6 +78,13 @@ public:
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
+    // Where a byte in a line of an open reader comes from.
+    struct Origin {
+        std::string file;
+        size_t offset;  // in its content
+    };
+    static std::optional<Origin> originOf(const char *byte);
+
     // Starts again at the first byte. A pipe cannot, unless it was opened to be reread: that is a failed read.
     void rewind();
 
@@ -93,11 +102,15 @@ private:
 
     Source m_source;
     Memory m_buffer;
-    size_t m_block = 0;  // size of a new buffer, without the slack
-    size_t m_size = 0;   // of the buffer, without the slack
-    size_t m_next = 0;   // first byte not handed out
-    size_t m_end = 0;    // behind the last byte read
+    size_t m_block = 0;   // size of a new buffer, without the slack
+    size_t m_size = 0;    // of the buffer, without the slack
+    size_t m_next = 0;    // first byte not handed out
+    size_t m_end = 0;     // behind the last byte read
+    size_t m_start = 0;   // of what rewind() leads to, in the file's content
+    size_t m_offset = 0;  // of the buffer, likewise
     bool m_keepsReturns = false;
+    LineReader *m_nextOpen = nullptr;
+    static LineReader *firstOpen;
 };
 
 }  // namespace text

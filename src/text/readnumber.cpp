@@ -7,6 +7,8 @@
 
 namespace text {
 
+void (*onNoNumber)(std::string_view field) = nullptr;
+
 static std::string_view trimmed(std::string_view field)
 {
     while (!field.empty() && isWhiteSpace(field.front()))
@@ -39,7 +41,7 @@ static Real readWord(std::string_view field)
     return {field[0] == '-' ? -infinity : infinity, true};
 }
 
-Real readReal(std::string_view field)
+static inline Real parseReal(std::string_view field)
 {
     constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                  1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
@@ -102,6 +104,14 @@ Real readReal(std::string_view field)
     return {isNegative ? -value : value, !std::isinf(value)};
 }
 
+Real readReal(std::string_view field)
+{
+    const Real real = parseReal(field);
+    if (!real.isNumber && onNoNumber && !std::isinf(real.value)) [[unlikely]]
+        onNoNumber(field);
+    return real;
+}
+
 constinit const std::array<double, 10000> thousandthValues = [] {
     std::array<double, 10000> values;
     for (size_t i = 0; i < values.size(); ++i)
@@ -111,12 +121,16 @@ constinit const std::array<double, 10000> thousandthValues = [] {
 
 int readInteger(std::string_view field)
 {
-    field = trimmed(field);
-    if (field.size() > 1 && field[0] == '+' && isDigit(field[1]))
-        field.remove_prefix(1);
+    std::string_view digits = trimmed(field);
+    if (digits.size() > 1 && digits[0] == '+' && isDigit(digits[1]))
+        digits.remove_prefix(1);
     int value = 0;
-    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
-    return error == std::errc() && end == field.data() + field.size() ? value : 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error == std::errc() && end == digits.data() + digits.size())
+        return value;
+    if (onNoNumber) [[unlikely]]
+        onNoNumber(field);
+    return 0;
 }
 
 }  // namespace text

@@ -1,5 +1,6 @@
 #include "text/source.h"
 #include "text/files.h"
+#include "text/foreign.h"
 
 #include <algorithm>
 #include <cstring>
@@ -69,6 +70,15 @@ size_t Source::readByKind(char *to, size_t bytes)
 {
     if (m_kind == Kind::Unknown)
         findKind();
+    const bool isStart = m_headNext == 0 && m_content == 0;
+    const size_t size = readOfKind(to, bytes);
+    if (const char *kind = isStart && onForeign ? foreignKind({to, size}) : nullptr)
+        onForeign(kind, m_name);
+    return size;
+}
+
+size_t Source::readOfKind(char *to, size_t bytes)
+{
     if (m_kind == Kind::Packed) {
         const size_t size = m_unpacker->read(to, bytes);
         m_content += double(size);
@@ -127,6 +137,15 @@ double Source::size() const
         return regularSize(file);
     const auto used = double(m_unpacker->position());
     return used > 0 ? regularSize(file) * m_content / used : 0;
+}
+
+void lookForForeign(const std::string &name)
+{
+    struct stat file;
+    Source source;
+    char bytes[foreignMarkSize];
+    if (onForeign && stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode) && source.open(name))
+        source.read(bytes, sizeof bytes);
 }
 
 double contentSize(const std::string &name)

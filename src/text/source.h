@@ -9,7 +9,8 @@
 namespace text {
 
 // A file that begins with the mark of gzip or Zstandard is read as its content, whatever its name. A failed read goes
-// to onFailure, and so does a compressed file that is damaged, cut, or has something else behind its end.
+// to onFailure, and so does a compressed file that is damaged, cut, or has something else behind its end. Content of a
+// foreign kind (foreign.h) goes to onForeign.
 class Source {
 public:
     Source() = default;
@@ -20,6 +21,7 @@ public:
     // False when the file is missing, unreadable or a folder, with the reason in errno.
     bool open(const std::string &name);
     void close();
+    const std::string &name() const { return m_name; }
 
     // Some bytes of content, at most `bytes` > 0; 0 behind the last one.
     size_t read(char *to, size_t bytes)
@@ -51,6 +53,7 @@ private:
 
     size_t readFile(char *to, size_t bytes);
     size_t readByKind(char *to, size_t bytes);
+    size_t readOfKind(char *to, size_t bytes);
     void findKind();
     void forget();
 
@@ -67,6 +70,9 @@ private:
     double m_content = 0;  // bytes unpacked so far
     Source *m_nextOpen = nullptr;
 };
+
+// Lets onForeign know where the file is a regular one of a foreign kind.
+void lookForForeign(const std::string &name);
 
 // How many bytes of content this file has. Of a compressed file that is open, by how much has come out of the part read
 // so far; 0 where it cannot be told.

@@ -26,8 +26,11 @@ bool Writer::openWith(int flags, const std::string &name)
     do {
         m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
     } while (m_file < 0 && errno == EINTR);
-    if (m_file < 0)
+    if (m_file < 0) {
+        if (onUnopened)
+            onUnopened(name, errno);
         return false;
+    }
     start(name);
     return true;
 }

@@ -25,6 +25,7 @@ genotypes = table(lambda r, i: marker(i) + " ".join(r.choice(TRIPLETS) for _ in 
 dosages = table(lambda r, i: marker(i) + " ".join(str(round(r.uniform(0, 2), 3)) for _ in range(PEOPLE)))
 phenotypes = table(lambda r, i: name("ph", i) + 250 * "." + "".join(
     " NA" if r.random() < 0.1 else f" {r.gauss(100, 9):.2f}" for _ in range(PEOPLE)))
+cases = table(lambda r, i: name("ph", i) + "".join(r.choice([" 1", " 2", " 2", " NA"]) for _ in range(PEOPLE)))
 bins = lambda n: b"0 0.25\n0.25 0.75\n0.75 1\n"
 pairs = table(lambda r, i: f"{name('id', i)}\t{name('id', i // 2 * 3 % (i + 1) + 1)}\t{round(r.uniform(0, 1), 4)}")
 weights = table(lambda r, i: f"{name('id', i)}\t{r.randint(1, 99)}")
@@ -34,6 +35,7 @@ results = table(lambda r, i: f"{name('rs', i)} {9000 * (i + 1)} {10 ** -r.unifor
                              f"{name('chr', i * 5 // 4000)} {''.join(r.choice('+-?') for _ in range(5))}")
 genetic_map = lambda n: b"position rate cM\n4500 1 0.1\n40500 1 0.5\n90000000 1 900\n"
 columns = table(lambda r, i: f"{r.uniform(0, 9):.3f} {r.uniform(0, 9):.3f}")
+people = table(lambda r, i: f"{name('id', i)}\t{r.randint(20, 80)}\t{r.gauss(0, 1):.3f}")
 
 
 class Mode(NamedTuple):
@@ -57,6 +59,10 @@ NAMES = ("-file -out", 199, "at once")
 SCAN_NAMES = ("-pfile -gfile -out", 99, "complete")
 OPEN_REMOVAL = {"in": NO_INPUT, "out": NO_OUTPUT, "weights": "Pfile not found\n"}
 EMPTY_REMOVAL = {"in": "Nothing to remove!\nNo new files created.\n"}
+OPEN_MATCHING = {file: f"Cannot open '{file}'\n" for file in ("in", "pool", "out", "out.log")}
+EMPTY_MATCHING = {
+    "in": "'in', line 1, column 1: no individuals\n",
+    "pool": f"'pool', line 1, column 1: the pool ends with 0 individuals, fewer than 1 for each of {SMALL}\n"}
 MARKER = b"1 rs1 1 A G"
 LONG_GENOTYPES = (("in", MARKER, b" 0 0 1", 1.5),)
 LONG_DOSAGES = (("in", MARKER, b" 1", 1.5),)
@@ -93,6 +99,14 @@ MODES = [
     Mode("gwas3", "-pfile pheno -gfile gen -out out -slope 9", {"pheno": phenotypes, "gen": genotypes}, "out out.stats",
          {}, {"pheno": OTHERS, "gen": OTHERS}, 300, rereads=True, longest=(SCAN_NAMES,),
          lines=(("gen", MARKER, b" 0 0 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 5))),
+    Mode("regscan1", "-pfile pheno -gfile gen -out out -statlimit 1", {"pheno": phenotypes, "gen": genotypes},
+         "out out.stats", {}, {"gen": OTHERS}, 300, rereads=True, longest=(SCAN_NAMES,),
+         lines=(("gen", MARKER, b" 0 0 1", 1.5), ("pheno", b"ph", b" 171.234567890123456", 5))),
+    Mode("regscan1", "-pfile pheno -gfile dose -out out -type bins -binfile borders -xmethod mean",
+         {"pheno": phenotypes, "dose": dosages, "borders": bins}, "out out.stats", {"borders": "No groupfile\n"},
+         {"dose": OTHERS, "borders": "You need to choose at least 2 bins\n"}, 300),
+    Mode("regscan1", "-pfile pheno -gfile dose -out out -type logistic -statlimit 1",
+         {"pheno": cases, "dose": dosages}, "out out.stats", {}, {"dose": OTHERS}, 300),
     Mode("mixfit", "-file in -ref ref -refpops 3 -step 0.25 -plimit 0.2 -combinatorics yes -out out",
          {"in": samples, "ref": populations}, "out", {}, {"ref": "Reference file must hold 3 lines of 3 values\n"},
          longest=(("-delim", 19, "at once"),),
@@ -110,6 +124,12 @@ MODES = [
          {"in": results, "map": genetic_map}, "out out.removed", {}, {"map": "error!\n"}, 9000, lines=LONG_RESULTS),
     Mode("levin", "-file in -out out -delim space", {"in": columns}, "out", rows=6000,
          lines=(("in", b"1 2", b" 0", 1.5),)),
+    Mode("popsel", "-file1 in -file2 pool -out out -exact-individuals 100 -exact-rounds 2",
+         {"in": people, "pool": people}, "out out.log",
+         OPEN_MATCHING, EMPTY_MATCHING,
+         lines=(("in", b"a\t1\t2", b" ", 1.5), ("pool", b"a\t1\t2", b" ", 1.5))),
+    Mode("popsel", "-file1 in -file2 pool -out out -group-match yes -exact-rounds 1", {"in": people, "pool": people},
+         "out out.log", OPEN_MATCHING, EMPTY_MATCHING, 500),
     Mode("peakscan3", "-file in -out out -lcolumn 2 -pcolumn 3 -chrcolumn 4 -delim space -header yes",
          {"in": results}, "out out.ranges", rows=30000,
          lines=(("in", b"h\nrs1 5000 0.5 1", b" 0", 1.5),)),

@@ -25,3 +25,72 @@ TEST(Failure, AClosedStandardOutputIsToldOnStandardError)
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "Cannot write 'standard output'\n");
 }
+
+TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
+{
+    using namespace std::string_literals;
+    const struct {
+        std::string bytes;
+        const char *kind;  // null: a table
+    } cases[] = {
+        {"##fileformat=VCFv4.3\n#CHROM\tPOS\n", "a VCF file"},
+        {"BCF\x02\x02\x10\0\0\0"s, "a BCF file"},
+        {"\x14\0\0\0\x14\0\0\0\x50\0\0\0\x78\0\0\0bgen\x05\0\0\x40"s, "a BGEN file"},
+        {"\x6c\x1b\x01\xdc"s, "a PLINK .bed file"},
+        {"\xff\xfe" "1\0 \0"s, "UTF-16 text"},
+        {"\xfe\xff\0" "1\0 "s, "UTF-16 text"},
+        {"PK\x03\x04\x14\0"s, "a zip archive, as spreadsheets (.xlsx) are"},
+        {"PK 1 2 A G 0 1 0\n", nullptr},
+        {"BCF 1 2 A G 0 1 0\n", nullptr},
+        {"##fileformat 1 2 A G 0 1 0\n", nullptr},
+        {"1 rs1 12345 A G bgen 0 0 1\n", nullptr},
+        {"", nullptr},
+    };
+    for (const auto &row : cases) {
+        const Folder folder;
+        folder.write("in", row.bytes);
+        folder.write("in.out", "kept");
+        folder.write("in.out.stats", "kept");
+        const Result run = folder.run({"-M", "gentoAD", "-file", "in"});
+        EXPECT_EQ(run.status, row.kind ? 1 : 0) << row.bytes;
+        EXPECT_EQ(folder.read("in.out") == "kept", row.kind != nullptr) << row.bytes;
+        if (!row.kind)
+            continue;
+        const std::string line = "'in' is " + std::string(row.kind)
+                                 + ", not a text table: see \"Files of other kinds\" in the guide\n";
+        EXPECT_TRUE(run.messages.ends_with("()\n" + line)) << run.messages;
+        EXPECT_EQ(folder.read("in.out.stats"), "kept") << row.bytes;
+        folder.write("in.gz", "");
+        EXPECT_EQ(folder.run({"-M", "avgAD", "-file", "in.gz", "-out", "new"}, "gzip -c in > in.gz;").status, 1);
+        EXPECT_EQ(folder.read("new"), "(no file)") << row.bytes;
+        // A pipe is known when it is read, which is after the outputs are opened.
+        const Result piped = folder.run({"-M", "avgAD", "-file", "/dev/stdin", "-out", "out"}, "cat in |");
+        EXPECT_EQ(piped.status, 1) << row.bytes;
+        EXPECT_NE(piped.messages.find("'/dev/stdin' is " + std::string(row.kind)), std::string::npos) << row.bytes;
+    }
+}
+
+TEST(Foreign, FilesAreRefusedAsEveryInputOfEveryMode)
+{
+    for (const Mode *mode : allModes()) {
+        for (const Option *input : mode->options) {
+            const bool isIgnored = mode->names[0] == std::string("regscan1") && input->name == std::string("-binfile");
+            if (!mode->run || input->kind != Value::InputFile || isIgnored)
+                continue;
+            const Folder folder;
+            folder.write("table", "a 1 1\n");
+            folder.write("vcf", "##fileformat=VCFv4.2\n");
+            const auto before = folder.files();
+            std::vector<std::string> options = {input->name, "vcf"};
+            for (const Option *option : mode->options) {
+                const bool isFile = option->kind == Value::InputFile, isNumber = option->kind == Value::Integer;
+                if (option != input && (isFile || isNumber) && option->taking.use == Use::Required)
+                    options.insert(options.end(), {option->name, isFile ? "table" : "3"});
+            }
+            const Result run = folder.runMode(mode->name(), options);
+            EXPECT_EQ(run.status, 1) << mode->name() << input->name;
+            EXPECT_NE(run.messages.find("'vcf' is a VCF file"), std::string::npos) << mode->name() << input->name;
+            EXPECT_EQ(folder.files(), before) << mode->name() << input->name;
+        }
+    }
+}

@@ -71,11 +71,14 @@ def check():
     while not any(event["method"] == "Page.loadEventFired" for event in events):
         read()
 
-    part = "[...document.querySelectorAll('.table')].find(t => [...t.querySelectorAll('th')].some(h => h.textContent == 'p-value'))"
-    column = "(() => { const t = %s, c = [...t.querySelectorAll('th')].findIndex(h => h.textContent == 'p-value');" % part
-    values = column + " return [...t.tBodies ? t.tBodies[0].rows : t.querySelectorAll('tbody tr')].filter(r => !r.hidden)" \
+    part = "[...document.querySelectorAll('.table')].find(t => [...t.querySelectorAll('th')]" \
+        ".some(h => h.textContent == 'p-value'))"
+    column = "(() => { const t = %s, c = [...t.querySelectorAll('th')]" \
+        ".findIndex(h => h.textContent == 'p-value');" % part
+    values = column + " return [...t.querySelectorAll('tbody tr')].filter(r => !r.hidden)" \
         ".map(r => r.cells[c].textContent); })()"
-    click = column + " t.querySelectorAll('th button')[c].click(); return t.querySelectorAll('th')[c].getAttribute('aria-sort'); })()"
+    click = column + " t.querySelectorAll('th button')[c].click();" \
+        " return t.querySelectorAll('th')[c].getAttribute('aria-sort'); })()"
     before = js(values)
     assert len(before) > 3, before
     number = lambda text: float("inf") if text == "NA" else float(text)
@@ -85,7 +88,8 @@ def check():
     finite = [number(text) for text in js(values) if text != "NA"]
     assert finite == sorted(finite, reverse=True)
 
-    search = "(() => { const i = %s.querySelector('input'); i.value = %%s; i.dispatchEvent(new Event('input')); })()" % part
+    search = "(() => { const i = %s.querySelector('input'); i.value = %%s;" \
+        " i.dispatchEvent(new Event('input')); })()" % part
     js(search % '"RS1042"')
     texts = js("[...%s.querySelectorAll('tbody tr')].filter(r => !r.hidden).map(r => r.textContent)" % part)
     assert texts and all("rs1042" in text for text in texts), texts
@@ -96,7 +100,8 @@ def check():
     js(search % '""')
     assert len(js(values)) == len(before)
 
-    colours = "[getComputedStyle(document.body).backgroundColor, getComputedStyle(document.querySelector('svg text').parentNode).fill]"
+    colours = "[getComputedStyle(document.body).backgroundColor,"\
+        "getComputedStyle(document.querySelector('svg text').parentNode).fill]"
     light = js(colours)
     call("Emulation.setEmulatedMedia", session, features=[{"name": "prefers-color-scheme", "value": "dark"}])
     dark = js(colours)
@@ -110,11 +115,13 @@ def check():
     call("Emulation.setDeviceMetricsOverride", session, width=390, height=800, deviceScaleFactor=2, mobile=True)
     assert js("document.documentElement.scrollWidth") <= 390
     # Every picture says what is seen, and no name stands twice.
-    assert js("[...document.querySelectorAll('svg')].every(s => s.getAttribute('role') == 'img' && s.getAttribute('aria-labelledby')"
-              ".split(' ').every(i => document.getElementById(i).textContent.length > 5))")
+    assert js("[...document.querySelectorAll('svg')].every(s => s.getAttribute('role') == 'img'"
+              " && s.getAttribute('aria-labelledby').split(' ').every(i =>"
+              " document.getElementById(i).textContent.length > 5))")
     ids = js("[...document.querySelectorAll('[id]')].map(e => e.id)")
     assert len(ids) == len(set(ids)), sorted(i for i in ids if ids.count(i) > 1)
-    bad = [event for event in events if event["method"] in ("Runtime.exceptionThrown", "Runtime.consoleAPICalled", "Log.entryAdded")
+    loud = ("Runtime.exceptionThrown", "Runtime.consoleAPICalled", "Log.entryAdded")
+    bad = [event for event in events if event["method"] in loud
            or (event["method"] == "Network.requestWillBeSent" and event["params"]["request"]["url"] != page)]
     assert not bad, bad
 

@@ -37,8 +37,9 @@ class Svg:
         self.dots = [tuple(map(float, re.findall(r"[-\d.]+", node.get("transform"))[:2])) for node in use]
         self.areas = [(node.get("fill"), [tuple(map(float, pair.split(","))) for pair in node.get("points").split()])
                       for node in root.iter(svg + "polygon")]
-        self.lines = [(node.get("stroke"), [tuple(map(float, pair)) for pair in re.findall(r"([-\d.]+),([-\d.]+)", node.get("d"))])
-                      for node in root.iter(svg + "path") if node.get("d", "").startswith("M") and "," in node.get("d")]
+        pairs = lambda path: [tuple(map(float, pair)) for pair in re.findall(r"([-\d.]+),([-\d.]+)", path)]
+        self.lines = [(node.get("stroke"), pairs(node.get("d")))
+                      for node in root.iter(svg + "path") if re.match("M[-0-9.]+,", node.get("d", ""))]
 
     def covers(self, x, y):
         """True where a dot or an outline reaches the pixel."""
@@ -134,7 +135,8 @@ def check_qq():
 
 
 def check_hostile():
-    names = ['"; system("touch RUN"); "', "`touch RUN`", "<script>alert(1)</script>&lt;", "$(touch RUN)", "@RUN {/Symbol a} %d_x^y",
+    names = ['"; system("touch RUN"); "', "`touch RUN`", "<script>alert(1)</script>&lt;", "$(touch RUN)",
+             "@RUN {/Symbol a} %d_x^y",
              "'; set output 'RUN'", "\\n\\\"; !touch RUN", "a(1)7"]
     head = "Chr\tSNPID\tPos\tp-value\n"
     rows = "".join("%d\t%s\t5\t1e-%d\n" % (i + 1, name, 12 + i) for i, name in enumerate(names))
@@ -187,7 +189,8 @@ def check_other_kinds():
     for x, value in zip([xs[0], xs[-1]], [200, 500]):
         assert abs(x - (150 + (value - 88) / 624 * width)) < 3, (xs, value)
     # Proportions of a bar.
-    write("report", "3Hits anna a North 0.75 South b 0.25 East 0 score: 0.05\n1Hit bea South b 1 - - - score: 0.1\n"
+    write("report",
+          "3Hits anna a North 0.75 South b 0.25 East 0 score: 0.05\n1Hit bea South b 1 - - - score: 0.1\n"
           "0 cumul_normal North 0.75\n1 cumul_normal South b 1.25\n2 cumul_normal East 0\n")
     run("mixture", "-file", "report", "-out", "mixture.svg")
     picture = Svg("mixture.svg")
@@ -201,7 +204,8 @@ def check_other_kinds():
     # Pairs left after each removal: 5, 2, 0.
     write("list", "0 ann 3 1.25 4 1\n0 dan 2 0.25 2 2\n")
     run("removal", "-file", "list", "-out", "removal.svg")
-    steps = [points for stroke, points in Svg("removal.svg").lines if stroke == "rgb(  0, 114, 178)" and len(points) > 2][0]
+    steps = [points for stroke, points in Svg("removal.svg").lines
+             if stroke == "rgb(  0, 114, 178)" and len(points) > 2][0]
     ys = [y for _, y in steps]
     assert abs((ys[0] - ys[-1]) / (ys[2] - ys[-1]) - 5 / 2) < 0.02, steps
     assert "5 at first among 4 individuals; half of them are gone after 1." in Svg("removal.svg").desc
@@ -213,7 +217,8 @@ def check_other_kinds():
     write("log", "read 3\n\nColumn\tMean1\tDifferenceBefore\tDifferenceAfter\nage\t5\t0.5\t-0.25\n\nRound\n")
     run("balance", "-file", "log", "-out", "balance.svg")
     before, after = sorted(Svg("balance.svg").dots, reverse=True)
-    middle = [points[0][0] for stroke, points in Svg("balance.svg").lines if stroke == "rgb(128, 128, 128)" and len(points) == 2][0]
+    middle = [points[0][0] for stroke, points in Svg("balance.svg").lines
+              if stroke == "rgb(128, 128, 128)" and len(points) == 2][0]
     assert abs((before[0] - middle) / (middle - after[0]) - 2) < 0.05, (before, after, middle)
     # Kept and removed, without what ldprune puts behind a removed row.
     write("kept", "rs1 1000 0.02\nrs3 4000 0.01\n")
@@ -223,14 +228,15 @@ def check_other_kinds():
     # A family's pair and its value.
     write("families", "1) 2 x  dan eve\n\n\tdan\teve\ndan\t1\t0.5\neve\t0.5\t1\n\n")
     run("family", "-file", "families", "-out", "family.svg")
-    assert {"dan", "eve", "family 1: 2"} <= set(Svg("family.svg").texts) and "pair drawn is 0.5" in Svg("family.svg").desc
+    assert {"dan", "eve", "family 1: 2"} <= set(Svg("family.svg").texts)
+    assert "pair drawn is 0.5" in Svg("family.svg").desc
 
 
 def check_effect(morvel, examples):
     pheno, dosages = examples + "/example.pheno", examples + "/example.gen"
     for scan, words in [("gwas2", ["-format", "triplet"]), ("gwas3", []), ("regscan1", [])]:
-        subprocess.run([morvel, "-M", scan, "-pfile", pheno, "-gfile", dosages, "-out", "hits", "-slope", "0", "-statlimit", "1", *words],
-                       check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([morvel, "-M", scan, "-pfile", pheno, "-gfile", dosages, "-out", "hits", "-slope", "0",
+                        "-statlimit", "1", *words], check=True, stdout=subprocess.DEVNULL)
         lines = [line.split("\t") for line in content("hits").decode().splitlines()]
         head = lines[0]
         for marker in ["rs1042", "rs1003", "rs1069"]:
@@ -256,7 +262,8 @@ with tempfile.TemporaryDirectory() as folder:
     check_effect(build + "/morvel", source + "/examples")
     # The picture in the README is what the program draws now.
     subprocess.run([build + "/morvel", "-M", "regscan1", "-pfile", source + "/examples/example.pheno", "-gfile",
-                    source + "/examples/example.gen", "-statlimit", "1", "-out", "hits"], check=True, stdout=subprocess.DEVNULL)
+                    source + "/examples/example.gen", "-statlimit", "1", "-out", "hits"],
+                   check=True, stdout=subprocess.DEVNULL)
     run("manhattan", "-file", "hits", "-phenotype", "height", "-out", "example.svg")
     assert content("example.svg") == content(source + "/docs/example.svg") and os.path.getsize("example.svg") < 60000
 print("what is drawn is what the files hold")

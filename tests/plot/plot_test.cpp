@@ -89,7 +89,8 @@ TEST(Cloud, CoversThePixelsOfAllItsDotsOnceHoweverManyThereAre)
         for (const Cloud::Shape &shape : thinned.shapes()) {
             if (shape.isDot)
                 std::erase_if(missing, [&](const auto &pixel) {
-                    return std::hypot(pixel.first + 0.5 - shape.outline[0].first, pixel.second + 0.5 - shape.outline[0].second)
+                    return std::hypot(pixel.first + 0.5 - shape.outline[0].first,
+                                      pixel.second + 0.5 - shape.outline[0].second)
                            < diameter / 2.0 + 1;
                 });
         }
@@ -124,7 +125,8 @@ TEST(Quantiles, FallOnThePixelsOfASortedListWithTiesAndZeros)
         Cloud thinned(90, 70, 5), expected = thinned, full(90, 70, 5, false);
         for (size_t i = 0; i < n; ++i) {
             const double y = -std::log10(sorted[i]);
-            expected.add(pixelOf(-std::log10(double(i + 1) / double(n + 1)), 0, 4, 90), sorted[i] > 0 ? pixelOf(y, 0, 6, 70) : 66);
+            expected.add(pixelOf(-std::log10(double(i + 1) / double(n + 1)), 0, 4, 90),
+                         sorted[i] > 0 ? pixelOf(y, 0, 6, 70) : 66);
         }
         addQuantiles(ps, 4, 6, 66, thinned);
         addQuantiles(ps, 4, 6, 66, full);
@@ -133,8 +135,8 @@ TEST(Quantiles, FallOnThePixelsOfASortedListWithTiesAndZeros)
     }
 }
 
-// The smallest of n uniform values is below q with probability 1 - (1 - q)^n, the largest with q^n; the median of 3 with
-// 3q^2 - 2q^3. Lambda by the chi-square quantiles of a printed table.
+// The smallest of n uniform values is below q with probability 1 - (1 - q)^n, the largest with q^n; the median of 3
+// with 3q^2 - 2q^3. Lambda by the chi-square quantiles of a printed table.
 TEST(Quantiles, HaveTheBandOfOrderStatisticsAndTheUsualLambda)
 {
     for (const size_t n : {1, 10, 1000, 10000000}) {
@@ -173,7 +175,7 @@ TEST(Script, HoldsNoByteOfATextThatCouldMeanAnything)
     std::string all;
     for (int byte = 0; byte < 256; ++byte)
         all += char(byte);
-    const std::string constant = constantOf(all.substr(0, 128) + all.substr(128)), inside = constant.substr(1, constant.size() - 2);
+    const std::string constant = constantOf(all), inside = constant.substr(1, constant.size() - 2);
     EXPECT_EQ(inside.find_first_of("\"'`@{}$%!#;\n\r"), inside.npos);
     EXPECT_EQ(shownText("a\tb\xff\xc3\xa4\xed\xa0\x80"), "a b\uFFFDä\uFFFD\uFFFD\uFFFD");
     EXPECT_EQ(shownText("abcdef", 3), "abc…");
@@ -218,11 +220,14 @@ TEST(Plot, RefusesWhatItCannotDrawInOneLineAndLeavesNothing)
          "Option -line takes p-values above 0 up to 1, not '0'"},
         {{"peaks", "-file", "results", "-out", "a.png"}, "Line 1 of 'results' is no row of a table of peakscan3"},
         {{"scan", "-file", "results", "-out", "a.png"}, "'results' has no column Hits in its header"},
-        {{"balance", "-file", "results", "-out", "a.png"}, "'results' is no log of popsel: it has no table of differences"},
-        {{"mixture", "-file", "results", "-out", "a.png"}, "'results' is no report of mixfit with samples that it could fit"},
+        {{"balance", "-file", "results", "-out", "a.png"},
+         "'results' is no log of popsel: it has no table of differences"},
+        {{"mixture", "-file", "results", "-out", "a.png"},
+         "'results' is no report of mixfit with samples that it could fit"},
         {{"family", "-file", "results", "-out", "a.png"},
          "'results' has no matrices of families: run the mode family with -showmatrix yes"},
-        {{"removal", "-file", "results", "-out", "a.png"}, "Line 1 of 'results' is no row of a list of relout5 or relout6"},
+        {{"removal", "-file", "results", "-out", "a.png"},
+         "Line 1 of 'results' is no row of a list of relout5 or relout6"},
         {{"shifts", "-file", "results", "-out", "a.png"},
          "'results' is no result of levin: it does not begin with N and corr; look at -delim"},
         {{"report", "-file", "empt", "-out", "a.html"}, "No results whose names begin with 'empt'"},
@@ -244,7 +249,8 @@ TEST(Plot, TellsWhichPackageIsMissingAndWhyGnuplotFailed)
     const Result missing = draw(folder, words, "PATH=/nonexistent; ");
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.errors, "morvel-plot: gnuplot is not there: install the package gnuplot-nox\n");
-    const Result failed = draw(folder, words, pathWith(folder, "echo half; echo 'line 3: no such terminal' >&2; exit 2"));
+    const Result failed
+        = draw(folder, words, pathWith(folder, "echo half; echo 'line 3: no such terminal' >&2; exit 2"));
     EXPECT_EQ(failed.status, 1);
     EXPECT_EQ(failed.errors, "morvel-plot: gnuplot failed: line 3: no such terminal\n");
     EXPECT_EQ(folder.read("a.svg"), "(no file)");
@@ -263,7 +269,8 @@ TEST(Plot, FindsColumnsByHeadersOrNumbers)
     folder.write("plain", rows);
     const std::vector<std::string> numbers = {"-chrcolumn", "1", "-namecolumn", "2", "-lcolumn", "3", "-pcolumn", "4"};
     std::vector<std::string> scripts;
-    for (const auto &[file, isNumbered] : {std::pair{"tabs", false}, {"commas", false}, {"plain", true}, {"tabs", true}}) {
+    for (const auto &[file, isNumbered] : {std::pair{"tabs", false}, {"commas", false}, {"plain", true},
+                                         {"tabs", true}}) {
         std::vector<std::string> words = {"manhattan", "-file", file, "-out", "a.png", "-script", "yes"};
         if (isNumbered)
             words.insert(words.end(), numbers.begin(), numbers.end());

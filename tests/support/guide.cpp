@@ -55,7 +55,7 @@ void followPage(const std::string &page, const Folder &folder)
     for (const std::string companion : {"morvel-table", "morvel-plot"})
         std::filesystem::create_symlink(MORVEL_PAGES_FOLDER "/" + companion, tools.path(companion));
     const std::string shell
-        = "cd " + folder.path("") + " && PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");
+        = "cd " + folder.path("") + " && MORVEL_HINTS=1 PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");
     const bool hasZstd = std::system("command -v zstd > /dev/null") == 0;
     for (const Step &step : readSteps(page)) {
         SCOPED_TRACE(page + ":" + std::to_string(step.line) + ": " + step.command + step.fileName);

@@ -88,8 +88,6 @@ static void writeManual(Modes modes, std::ostream &out)
 {
     for (const Mode *mode : modes) {
         out << ".SS " << spellings(*mode, ", ") << '\n' << escaped(mode->help) << ".\n";
-        if (mode->run == reportUnavailable)
-            out << "Not available in this version: it collects its options and says so.\n";
         for (const Option *option : mode->options)
             out << ".TP\n\\fB" << escaped(option->name) << "\\fR " << valueName(*option) << '\n'
                 << helpOf(*option) << '\n';

@@ -1,0 +1,234 @@
+#include "main/datahints.h"
+#include "main/nearest.h"
+#include "text/files.h"
+#include "text/lines.h"
+#include "text/readnumber.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+#include <vector>
+
+using std::string_view;
+
+enum class Kind { Other, DecimalComma, Missing };
+
+// Fields of a file that are no numbers, in the order in which they are read.
+struct BadFields {
+    std::string file;
+    Kind kind;
+    std::string first;
+    size_t firstOffset, lastOffset;  // in the content of the file
+    size_t count;
+};
+
+struct RepeatedHint {
+    std::string place, what;
+    size_t count;
+};
+
+static bool isOn = false;
+static const Mode *mode = nullptr;
+static std::vector<RepeatedHint> hints;
+static std::vector<std::string (*)()> lateHints;
+static std::vector<BadFields> badFields;
+static std::vector<std::string> oddOutputs;
+static std::string unopened;  // the first file that could not be opened, and why
+
+static bool isReadAgain(const std::string &name)
+{
+    struct stat file;
+    return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode);
+}
+
+static bool hasDecimalComma(string_view field)
+{
+    std::string dotted(field);
+    const size_t comma = dotted.find(',');
+    if (comma == dotted.npos)
+        return false;
+    dotted[comma] = '.';
+    return dotted.find_first_not_of("0123456789.eE+-") == dotted.npos && text::readReal(dotted).isNumber;
+}
+
+static bool looksMissing(string_view field)
+{
+    std::string lower(field);
+    std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+    return isOneOf(". .. na n/a #n/a <na> nan null none nd missing miss - -- ?", lower);
+}
+
+static Kind kindOf(string_view field)
+{
+    return hasDecimalComma(field) ? Kind::DecimalComma : looksMissing(field) ? Kind::Missing : Kind::Other;
+}
+
+// Fields that are not a file's are values of options, which have hints of their own. An empty field counts as 0
+// everywhere, and is not told.
+static void noteBadField(string_view field)
+{
+    const auto origin = field.empty() ? std::nullopt : text::LineReader::originOf(field.data());
+    if (!origin)
+        return;
+    const Kind kind = kindOf(field);
+    const auto known = std::ranges::find_if(
+        badFields, [&](const BadFields &fields) { return fields.file == origin->file && fields.kind == kind; });
+    if (known == badFields.end()) {
+        badFields.push_back({origin->file, kind, std::string(field.substr(0, 40)), origin->offset, origin->offset, 1});
+    } else if (origin->offset > known->lastOffset) {  // not where the file is read again
+        known->lastOffset = origin->offset;
+        ++known->count;
+    }
+}
+
+static void noteUnopened(const std::string &name, int error)
+{
+    if (!unopened.empty())
+        return;
+    const size_t slash = name.rfind('/');
+    const std::string folder = slash == name.npos ? "" : name.substr(0, slash);
+    const bool hasFolder = folder.empty() || text::exists(folder);
+    unopened = quoted(name)
+               + " cannot be opened: " + (hasFolder ? std::strerror(error) : "there is no folder " + quoted(folder));
+}
+
+void startDataHints(const Mode *chosen)
+{
+    isOn = true;
+    mode = chosen;
+    text::onNoNumber = noteBadField;
+    text::onUnopened = noteUnopened;
+}
+
+bool wantsDataHints()
+{
+    return isOn;
+}
+
+void addDataHint(const std::string &place, const std::string &what)
+{
+    if (!isOn)
+        return;
+    const auto known = std::ranges::find(hints, what, &RepeatedHint::what);
+    if (known == hints.end())
+        hints.push_back({place, what, 1});
+    else
+        ++known->count;
+}
+
+void addDataHint(const std::string &hint)
+{
+    addDataHint("", hint);
+}
+
+void addDataHint(std::string (*textAtTheEnd)())
+{
+    if (isOn && std::ranges::find(lateHints, textAtTheEnd) == lateHints.end())
+        lateHints.push_back(textAtTheEnd);
+}
+
+void noteOutput(const std::string &name)
+{
+    if (isOn && name.starts_with('-'))
+        oddOutputs.push_back(name);
+}
+
+struct Place {
+    size_t line = 0, field = 0;  // from 1; a line of 0 is not known
+};
+
+// Reads the file again up to there. Fields are parted by the byte that stands before this one.
+static Place placeAt(const std::string &file, size_t offset)
+{
+    Place place;
+    text::LineReader in;
+    if (!isReadAgain(file) || !in.open(file))
+        return place;
+    in.keepReturns();
+    size_t lineStart = 0;
+    for (string_view line; in.next(line); lineStart += line.size() + 1) {
+        ++place.line;
+        if (offset > lineStart + line.size())
+            continue;
+        const string_view before = line.substr(0, offset - lineStart);
+        place.field = 1;
+        for (size_t i = 0; i + 1 <= before.size(); ++i)
+            place.field += before[i] == before.back() && (before[i] != ' ' || i == 0 || before[i - 1] != ' ');
+        return place;
+    }
+    return {};
+}
+
+// What may be done about the first line of the file, if it is a header.
+static std::string headerAdvice(const std::string &file)
+{
+    for (const Option *option : mode ? mode->options : std::span<const Option *const>()) {
+        const string_view name = option->name;
+        const bool isReference = name == "-refheader";
+        if (!name.ends_with("header") || option->given())
+            continue;
+        const Option *input = findOption(*mode, isReference ? "-ref" : "-file");
+        if (input && input->given() == file)
+            return "; is the first line a header? give " + std::string(name) + " yes";
+    }
+    return "; is the first line a header? remove it";
+}
+
+static std::string adviceOn(const BadFields &fields, const Place &place)
+{
+    if (fields.kind == Kind::DecimalComma)
+        return "; a decimal comma? numbers have a point";
+    if (fields.kind == Kind::Missing) {
+        const Option *missing = mode ? findOption(*mode, "-missing") : nullptr;
+        const Option *phenotypes = mode ? findOption(*mode, "-pfile") : nullptr;
+        if (missing && missing->taking.use == Use::Optional && phenotypes && phenotypes->given() == fields.file)
+            return "; missing? give -missing " + fields.first;
+        return "; missing? see \"Missing values\" in the guide";
+    }
+    return place.line == 1 ? headerAdvice(fields.file) : "";
+}
+
+static std::string textOf(const BadFields &fields)
+{
+    const Place place = placeAt(fields.file, fields.firstOffset);
+    std::string text = quoted(fields.file);
+    if (place.line > 0)
+        text += ", line " + std::to_string(place.line) + ", field " + std::to_string(place.field);
+    text += ": " + quoted(fields.first) + " is no number and counts as 0";
+    if (fields.count > 1)
+        text += "; there are " + std::to_string(fields.count) + " such fields";
+    return text + adviceOn(fields, place);
+}
+
+static void show(const std::string &hint)
+{
+    std::fprintf(stderr, "morvel: hint: %s\n", hint.c_str());
+}
+
+void showDataHints(int status)
+{
+    if (!isOn)
+        return;
+    isOn = false;  // what is read again tells nothing
+    text::onNoNumber = nullptr;
+    text::onUnopened = nullptr;
+    if (status != 0 && !unopened.empty())
+        show(unopened);
+    for (const std::string &output : oddOutputs) {
+        if (mode && text::exists(output))
+            show("wrote the output of " + std::string(mode->name()) + " to " + quoted(output)
+                 + ": was a value missing before it? rm ./" + output);
+    }
+    for (const BadFields &fields : badFields)
+        show(textOf(fields));
+    for (const RepeatedHint &hint : hints) {
+        const std::string place = hint.place.empty() ? "" : hint.place + ": ";
+        const bool isCounted = hint.count > 1 && !hint.place.empty();
+        show(place + hint.what + (isCounted ? "; " + std::to_string(hint.count) + " such in all" : ""));
+    }
+    for (const auto lateHint : lateHints) {
+        if (const std::string text = lateHint(); !text.empty())
+            show(text);
+    }
+}
