@@ -21,9 +21,11 @@ inline constexpr WordOption headerOption
     = {"-header", "auto", "auto yes no", "whether the first line is a header; auto: where its p-value is no number"};
 inline constexpr IntegerOption chromosomeColumnOption
     = {"-chrcolumn", std::nullopt, "column of the chromosome, from 1, in place of the one that the header names"};
-inline constexpr IntegerOption positionColumnOption = {"-lcolumn", std::nullopt, "the same for the position"};
-inline constexpr IntegerOption pColumnOption = {"-pcolumn", std::nullopt, "the same for the p-value"};
-inline constexpr IntegerOption nameColumnOption = {"-namecolumn", std::nullopt, "the same for the marker's name"};
+inline constexpr IntegerOption positionColumnOption = {"-lcolumn", std::nullopt, "column of the position, likewise"};
+inline constexpr IntegerOption pColumnOption
+    = {"-pcolumn", std::nullopt, "column of the p-value, from 1, in place of the one that the header names"};
+inline constexpr IntegerOption nameColumnOption
+    = {"-namecolumn", std::nullopt, "column of the marker's name, likewise"};
 inline constexpr TextOption phenotypeOption
     = {"-phenotype", "", "only rows with this in the column Pheno, where a file has several phenotypes"};
 

@@ -206,7 +206,7 @@ TEST(Plot, RefusesWhatItCannotDrawInOneLineAndLeavesNothing)
         std::vector<std::string> words;
         std::string message;
     } cases[] = {
-        {{"manhatan", "-file", "results"}, "There is no verb \"manhatan\"; did you mean \"manhattan\"?"},
+        {{"manhatan", "-file", "results"}, "There is no kind \"manhatan\"; did you mean \"manhattan\"?"},
         {{"qq", "-flie", "results"}, "qq has no option \"-flie\"; did you mean \"-file\"?"},
         {{"qq", "-file", "results"}, "qq needs the option -out"},
         {{"qq", "-file", "results", "-out", "a.gif"}, "-out must end in .png, .svg or .pdf, not as 'a.gif'"},
