@@ -5,8 +5,12 @@ add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconver
 add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
 if(MORVEL_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  set(sanitizers ${MORVEL_SANITIZE})
+  if(NOT sanitizers MATCHES "address|thread|undefined")
+    set(sanitizers address,undefined)
+  endif()
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${sanitizers})
 endif()
 
 if(MORVEL_COVERAGE)

@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
 start_log build/recipes.log
-install_packages g++ cmake make qt6-base-dev libgtest-dev libgmock-dev bcftools plink1.9 plink2 tabix
+install_packages $build_packages libgtest-dev libgmock-dev bcftools plink1.9 plink2 tabix
 
 logged cmake --preset release
 logged cmake --build --preset release --parallel "$(nproc)"

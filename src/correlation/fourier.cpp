@@ -49,13 +49,13 @@ MORVEL_INLINE Complex conjugate(const Complex &a)
 
 MORVEL_INLINE Complex load(const Levels &levels, size_t place)
 {
-    return {*reinterpret_cast<const Reals *>(levels.re + place), *reinterpret_cast<const Reals *>(levels.im + place)};
+    return {load<Reals>(levels.re + place), load<Reals>(levels.im + place)};
 }
 
 MORVEL_INLINE void store(const Complex &value, const Levels &levels, size_t place)
 {
-    *reinterpret_cast<Reals *>(levels.re + place) = value.re;
-    *reinterpret_cast<Reals *>(levels.im + place) = value.im;
+    store<Reals>(levels.re + place, value.re);
+    store<Reals>(levels.im + place, value.im);
 }
 
 template <size_t step>
@@ -63,8 +63,7 @@ MORVEL_INLINE Complex root(const Levels &levels, size_t place)
 {
     if constexpr (step == 0)
         return {Reals{} + levels.cosines[place], Reals{} + levels.sines[place]};
-    return {*reinterpret_cast<const Reals *>(levels.cosines + place),
-            *reinterpret_cast<const Reals *>(levels.sines + place)};
+    return {load<Reals>(levels.cosines + place), load<Reals>(levels.sines + place)};
 }
 
 // Decimation in frequency: a pair becomes its sum, and its difference times a root of unity.

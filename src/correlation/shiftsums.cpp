@@ -36,11 +36,11 @@ MORVEL_WIDE static void sumBlock(const std::vector<double> &x, const double *par
     Reals partial[lanesPerBlock] = {};
     for (const double factor : x) {
         for (size_t n = 0; n < lanesPerBlock; ++n)
-            partial[n] += factor * *reinterpret_cast<const Reals *>(partners + n * laneCount);
+            partial[n] += factor * load<Reals>(partners + n * laneCount);
         --partners;
     }
     for (size_t n = 0; n < lanesPerBlock; ++n)
-        *reinterpret_cast<Reals *>(sums + n * laneCount) = partial[n];
+        store<Reals>(sums + n * laneCount, partial[n]);
 }
 
 // Shifts that are no neighbours, so many at a time. Half the speed of sumBlock() for each, and twice that of adding the
@@ -55,10 +55,10 @@ struct FourRows {
 // `reversed` are the rows from the last to the first.
 MORVEL_INLINE void multiplyRows(const double *reversed, const double *const *partners, ptrdiff_t offset, FourRows &rows)
 {
-    const Reals factors = *reinterpret_cast<const Reals *>(reversed);
+    const Reals factors = load<Reals>(reversed);
     Reals shifts[laneCount];
     for (size_t n = 0; n < laneCount; ++n)
-        shifts[n] = factors * *reinterpret_cast<const Reals *>(partners[n] - offset);
+        shifts[n] = factors * load<Reals>(partners[n] - offset);
     const Reals even01 = __builtin_shufflevector(shifts[0], shifts[1], 0, 4, 2, 6);
     const Reals odd01 = __builtin_shufflevector(shifts[0], shifts[1], 1, 5, 3, 7);
     const Reals even23 = __builtin_shufflevector(shifts[2], shifts[3], 0, 4, 2, 6);

@@ -1,8 +1,8 @@
 #include "genotypes/markers.h"
+#include "genotypes/shortnumbers.h"
 #include "main/console.h"
 #include "processors/wide.h"
 #include "text/fields.h"
-#include "text/readnumber.h"
 
 #include <algorithm>
 
@@ -37,12 +37,14 @@ MORVEL_WIDE size_t readDosages(std::string_view line, std::string_view &marker, 
     }
     size_t individual = 0;
     while (const size_t fields = walker.next(Walker::batchSize)) {
-        for (size_t i = 0; i < fields; ++i) {
-            if (walker.size(i) == 0)
-                continue;
-            if (individual == dosages.size())
+        double values[Walker::batchSize];
+        for (size_t first = 0; first < fields; ++first) {  // past an empty field
+            const size_t count = readNumbers<true>(walker.marks() + first, fields - first, values);
+            if (count > dosages.size() - individual)
                 return wrongColumns;
-            dosages[individual++] = text::readMostlyShort(walker.field(i));
+            std::copy_n(values, count, dosages.data() + individual);
+            individual += count;
+            first += count;
         }
     }
     return columns + individual;

@@ -1,7 +1,7 @@
 #include "genotypes/ranges.h"
 #include "genotypes/columns.h"
+#include "genotypes/shortnumbers.h"
 #include "processors/wide.h"
-#include "text/readnumber.h"
 
 FieldRange chosenFields(const FormatOptions &chosen, int64_t fieldsPerIndividual)
 {
@@ -24,7 +24,6 @@ RangeWalker::RangeWalker(std::string_view line, FieldRange range)
 MORVEL_WIDE size_t NumberReader::next()
 {
     const size_t fields = m_walker.next();
-    for (size_t i = 0; i < fields; ++i)
-        m_values[i] = text::readMostlyShort(m_walker.field(i));
+    readNumbers<false>(m_walker.marks(), fields, m_values);
     return fields;
 }

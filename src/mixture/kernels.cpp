@@ -6,16 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-// About vectors as arguments: nothing below is called, all is inlined.
-#pragma GCC diagnostic ignored "-Wpsabi"
-
-// By the width, since a type given to a template loses its alignment.
-template <size_t bytes>
-MORVEL_INLINE typename Lanes<float, bytes>::Real load(const float *from)
-{
-    return *reinterpret_cast<const typename Lanes<float, bytes>::Real *>(from);
-}
-
 // Adds the absolute value of each lane.
 template <size_t bytes>
 MORVEL_INLINE void addAbsolute(typename Lanes<float, bytes>::Real &sum, const typename Lanes<float, bytes>::Real &value)
@@ -73,8 +63,8 @@ MORVEL_INLINE size_t findBest(const Mixture &mixture, const Grid &grid, std::spa
                 const float value = mixture.sample[j];
                 for (size_t i = 0; i < registers; ++i) {
                     const size_t k = i * lanes;
-                    Real sumOf = three * load<bytes>(c + k) + two * load<bytes>(b + k);
-                    sumOf += one * load<bytes>(a + k);
+                    Real sumOf = three * load<Real>(c + k) + two * load<Real>(b + k);
+                    sumOf += one * load<Real>(a + k);
                     addAbsolute<bytes>(sum[i], sumOf - value);
                 }
             }
@@ -109,10 +99,10 @@ MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const floa
             const float value = mixture.sample[j];
             for (size_t i = 0; i < 2; ++i) {
                 const size_t k = first + i * lanes;
-                addAbsolute<bytes>(sum[i], two * load<bytes>(b + k) + one * load<bytes>(a + k) - value);
+                addAbsolute<bytes>(sum[i], two * load<Real>(b + k) + one * load<Real>(a + k) - value);
             }
         }
-        std::copy_n(reinterpret_cast<const float *>(sum), 2 * lanes, scores + first);
+        std::memcpy(scores + first, sum, sizeof sum);
     }
 }
 
@@ -132,20 +122,20 @@ MORVEL_INLINE void placeTrials(float a, float b, float spacing, Trials &trial)
     static constexpr float lines[] = {-1.5, -1.5, -1.5, -1.5, -.5, -.5, -.5, -.5, .5, .5, .5, .5, 1.5, 1.5, 1.5, 1.5};
     const Real zero = {}, one = zero + 1;
     for (size_t i = 0; i < trials; i += lanes) {
-        Real nextA = load<bytes>(columns + i) * spacing + a, nextB = load<bytes>(lines + i) * spacing + b;
+        Real nextA = load<Real>(columns + i) * spacing + a, nextB = load<Real>(lines + i) * spacing + b;
         nextA = nextA < zero ? zero : nextA;
         nextA = nextA > one ? one : nextA;
         nextB = nextB < zero ? zero : nextB;
         const Real rest = one - nextA;
         nextB = nextB > rest ? rest : nextB;
-        *reinterpret_cast<Real *>(trial.a + i) = nextA;
-        *reinterpret_cast<Real *>(trial.b + i) = nextB;
+        store(trial.a + i, nextA);
+        store(trial.b + i, nextB);
     }
 }
 
 // The lane of the smallest or largest of 16 positive numbers, but for the last four bits.
 template <bool isLargest>
-MORVEL_INLINE size_t findLane(const float *numbers)
+MORVEL_INLINE size_t findLane(const void *numbers)
 {
     // Positive floats are in the order of their bits. A loop over integers becomes wide instructions.
     int32_t keys[trials];
@@ -170,11 +160,11 @@ MORVEL_INLINE size_t findNearest(const Mixture &mixture, const Trials &trial)
         const float one = row[mixture.one] - three, two = row[mixture.two] - three;
         for (size_t i = 0; i < registers; ++i) {
             const size_t k = i * lanes;
-            const auto mixed = one * load<bytes>(trial.a + k) + two * load<bytes>(trial.b + k);
+            const auto mixed = one * load<Real>(trial.a + k) + two * load<Real>(trial.b + k);
             addAbsolute<bytes>(sum[i], mixed + base);
         }
     }
-    return findLane<false>(reinterpret_cast<const float *>(sum));
+    return findLane<false>(sum);
 }
 
 // A difference counts in full from this part of the populations' own differences on, and in proportion below.
@@ -193,8 +183,8 @@ MORVEL_INLINE size_t findHeaviest(const Mixture &mixture, const float *scales, c
         const float t1 = row[mixture.one], t2 = row[mixture.two], t3 = row[mixture.three];
         const float scale = scales[j];
         for (size_t i = 0; i < registers; ++i) {
-            const Real difference = (t1 - t3) * load<bytes>(trial.a + i * lanes)
-                                    + (t2 - t3) * load<bytes>(trial.b + i * lanes) + (t3 - value);
+            const Real difference = (t1 - t3) * load<Real>(trial.a + i * lanes)
+                                    + (t2 - t3) * load<Real>(trial.b + i * lanes) + (t3 - value);
             const Real one = Real{} + 1;
             Real weight = difference * scale;
             weight = weight > one ? one : weight;
@@ -209,7 +199,7 @@ MORVEL_INLINE size_t findHeaviest(const Mixture &mixture, const float *scales, c
         sum1[i] = sum1[i] < sum3[i] ? sum1[i] : sum3[i];
         sum1[i] = sum1[i] > 0 ? sum1[i] : Real{};
     }
-    return findLane<true>(reinterpret_cast<const float *>(sum1));
+    return findLane<true>(sum1);
 }
 
 template <size_t bytes>

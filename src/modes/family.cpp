@@ -153,11 +153,12 @@ static void readPairs(text::LineReader &in)
     // The matrix shows the header line as well, where it is a pair.
     std::string_view heading;
     if (hasHeader && in.next(heading) && showMatrix && !heading.empty()) {
-        const PairFields fields = splitPair(heading, delim);
+        PairFields fields;
+        fields.split(heading, delim);
         const uint32_t first = identifiers.number(fields.first);
         listed.push_back({first, identifiers.number(fields.second), text::readDouble(fields.value)});
     }
-    PairReader reader(in, identifiers, delim, 2);
+    PairReader reader(in, identifiers, delim, {.least = thold, .all = showMatrix}, PairReader::Numbering::Pairs);
     while (const PairReader::Line *line = reader.next()) {
         if (const PairReader::Line *later = reader.peek(8))
             mergedID.fetch(PairSet::hashOf(later->hashes));
@@ -170,16 +171,13 @@ static void readPairs(text::LineReader &in)
         ++rowcounter;
         if (fields.count != 3)
             fatal("error in input file\n");
-        const double value = text::readDouble(fields.value);
-        const bool isJoined = value >= thold;
         order = -1;
-        if (!isJoined && !showMatrix)
+        if (!line->isWanted)
             continue;
-        const uint32_t first = identifiers.number(fields.first, line->hashes[0]);
-        const uint32_t second = identifiers.number(fields.second, line->hashes[1]);
+        const auto [first, second] = line->numbers;
         if (showMatrix)
-            listed.push_back({first, second, value});
-        if (!isJoined)
+            listed.push_back({first, second, line->value});
+        if (!(line->value >= thold))
             continue;
         Joined pair;
         if (fields.first < fields.second) {

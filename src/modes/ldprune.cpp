@@ -225,7 +225,7 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
         if (line.empty())
             continue;
         const int position = text::readInteger(requiredField(line, delimiter, positionColumn, lineNumber));
-        const double pValue = text::readDouble(requiredField(line, delimiter, valueColumn, lineNumber));
+        const double pValue = text::readMostlyDecimal(requiredField(line, delimiter, valueColumn, lineNumber));
         if (position < last) [[unlikely]] {
             firstFall = fallCount++ == 0 ? lineNumber : firstFall;
         }

@@ -215,7 +215,9 @@ static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
             farthest = std::max(farthest, double(L[i]));
         }
     }
-    std::ranges::sort(seeds, [&D](size_t a, size_t b) { return D[a] > D[b] || (D[a] == D[b] && a < b); });
+    std::ranges::sort(seeds, [&scores = chromosome.D](size_t a, size_t b) {
+        return scores[a] > scores[b] || (scores[a] == scores[b] && a < b);
+    });
     return seeds;
 }
 

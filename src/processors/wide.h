@@ -5,15 +5,20 @@
 
 #include <span>
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
+// Two compilations are chosen between before anything else runs, where these sanitizers are not ready yet.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_HWADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MORVEL_SANITIZED
+#endif
+
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(MORVEL_SANITIZED)
 #define MORVEL_WIDE [[gnu::target_clones("default", "arch=x86-64-v3")]]
 #else
 #define MORVEL_WIDE
 #endif
 
 // Where instructions are chosen by hand, a table of the same functions for one kind of processor after the other, from
-// the narrowest, which runs everywhere, to the widest. The sanitizers see the narrowest alone.
-#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
+// the narrowest, which runs everywhere, to the widest. The sanitizers watch all of them.
+#if defined(__x86_64__)
 #define MORVEL_WIDE_KERNELS
 #endif
 

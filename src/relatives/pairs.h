@@ -17,44 +17,81 @@ inline constexpr InputOption pairFileOption = {"-file", Use::Required, "pair tab
 inline constexpr DelimiterOption pairDelimOption
     = {"-delim", "tab", tenDelimiters, "\t", "between the fields; slash is a backslash, bslash a slash", {}, true};
 
-// The first three fields of a pair's line: identifier, identifier, value; those that are missing are empty.
+// The first three fields of a pair's line, which is a LineReader's: identifier, identifier, value. Those that are
+// missing are empty.
 struct PairFields {
-    std::string_view first, second, value;
-    int count;  // of the fields in the line; 4 for any number above 3
-};
-PairFields splitPair(std::string_view line, char delimiter);
+    // Written field by field, where they stay: a copy would wait for the parts to reach memory.
+    void split(std::string_view line, char delimiter);
 
-// The lines of a table with the hashes of their identifiers, some lines ahead of their use: by then what the
-// look-ups need is on its way.
+    std::string_view first, second, value;
+    int count = 0;  // of the fields in the line, 0 of an empty one; 4 for any number above 3
+};
+
+// Which lines of a table are of use, by their value.
+struct Wanted {
+    bool operator()(double value) const { return all || (isNarrow ? float(value) >= float(least) : value >= least); }
+
+    double least = 0;
+    bool isNarrow = false;  // compared in single precision
+    bool all = false;
+};
+
+// The lines of a table with the numbers of their identifiers. A line that is not wanted costs no look-up. What the
+// look-ups of the others need is fetched some lines ahead. An identifier needs none where it repeats that of the line
+// before, or follows what it followed last time, as in tables that go through all pairs.
 class PairReader {
 public:
     struct Line {
-        PairFields fields;   // count is 0 for an empty line
-        uint32_t hashes[2];  // of the first fields
+        PairFields fields;  // count is 0 for an empty line
+        double value;       // of the third field
+        bool isWanted;
+        bool repeatsFirst;  // of the wanted line before
+        // Of the first fields, where the line is wanted; the numbers once next() gave it.
+        uint32_t hashes[2];
+        uint32_t numbers[2];
     };
 
-    // The first `names` fields, 1 or 2, are identifiers.
-    PairReader(text::LineReader &in, const Identifiers &identifiers, char delimiter, int names)
-        : m_in(in), m_identifiers(identifiers), m_delimiter(delimiter), m_names(names)
+    enum class Numbering {
+        Pairs,     // the first two fields are identifiers, numbered where they are new
+        KnownOnly  // the first field is one; it has noNumber where it is new
+    };
+
+    PairReader(text::LineReader &in, Identifiers &identifiers, char delimiter, Wanted wanted, Numbering numbering)
+        : m_in(in)
+        , m_identifiers(identifiers)
+        , m_delimiter(delimiter)
+        , m_wanted(wanted)
+        , m_names(numbering == Numbering::Pairs ? 2 : 1)
     {
     }
 
     // The next line, valid until the next call; null behind the last one.
-    const Line *next() { return m_next < m_count || readAhead() ? &m_lines[m_next++] : nullptr; }
+    const Line *next();
 
-    // The line so many behind the one that next() gives then, where it is read already; otherwise null.
+    // The line so many behind the one that next() gives then, where it is read already and wanted; otherwise null.
     const Line *peek(size_t distance) const
     {
-        return m_next + distance < m_count ? &m_lines[m_next + distance] : nullptr;
+        return m_next + distance < m_count && m_lines[m_next + distance].isWanted ? &m_lines[m_next + distance]
+                                                                                  : nullptr;
     }
 
 private:
     bool readAhead();
+    void lookAhead(Line &line, const Line *before);
+    void remember(const Line &line);
+
+    struct Known {
+        uint32_t hash;
+        uint32_t follower;  // the second identifier that came last behind this one, or noNumber
+    };
 
     text::LineReader &m_in;
-    const Identifiers &m_identifiers;
+    Identifiers &m_identifiers;
     const char m_delimiter;
-    const int m_names;
+    const Wanted m_wanted;
+    const int m_names;                                 // identifiers of a line
+    std::vector<Known> m_known;                        // [number]
+    uint32_t m_first = noNumber, m_second = noNumber;  // of the last wanted line
     Line m_lines[64];
     size_t m_count = 0, m_next = 0;  // in m_lines
 };

@@ -23,23 +23,20 @@ RemovalOptions readRemovalOptions(const RealOption &limitOption)
 
 static void readPairs(const RemovalOptions &options, text::LineReader &in, RemovalTables &tables)
 {
-    const float limit = options.limit;
     long long number = 1;  // of the line
     std::string_view skipped;
     if (options.hasHeader && in.next(skipped))
         ++number;
-    PairReader reader(in, tables.identifiers, options.delim, 2);
+    PairReader reader(in, tables.identifiers, options.delim, {.least = options.limit, .isNarrow = true},
+                      PairReader::Numbering::Pairs);
     for (; const PairReader::Line *line = reader.next(); ++number) {
         const PairFields &fields = line->fields;
         if (fields.count == 0)
             continue;
         if (fields.count < 3)
             fatal("Pair table line %lld has fewer than 3 fields\n", number);
-        const float value = text::readFloat(fields.value);
-        if (limit <= value) {
-            const uint32_t ID1 = tables.identifiers.number(fields.first, line->hashes[0]);
-            tables.pairs.push_back({ID1, tables.identifiers.number(fields.second, line->hashes[1]), value});
-        }
+        if (line->isWanted)
+            tables.pairs.push_back({line->numbers[0], line->numbers[1], float(line->value)});
     }
 }
 
@@ -67,11 +64,11 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
     if (!in.open(*options.pfile))
         fatal("Pfile not found\n");
     double sum = 0;
-    PairReader reader(in, tables.identifiers, options.delim, 1);
+    PairReader reader(in, tables.identifiers, options.delim, {.all = true}, PairReader::Numbering::KnownOnly);
     while (const PairReader::Line *line = reader.next()) {
         if (line->fields.count == 0)
             continue;
-        const uint32_t individual = tables.identifiers.find(line->fields.first, line->hashes[0]);
+        const uint32_t individual = line->numbers[0];
         if (individual == noNumber)
             continue;
         const double weight = text::readDouble(line->fields.second);

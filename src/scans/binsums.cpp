@@ -15,14 +15,14 @@ MORVEL_INLINE void addTile(const double *rows, const uint8_t *members, size_t bi
         for (size_t lane = 0; lane < blockMarkers; lane += registers * lanes) {
             Real sum[registers];
             for (size_t i = 0; i < registers; ++i)
-                sum[i] = *reinterpret_cast<const Real *>(sums + lane + i * lanes);
+                sum[i] = load<Real>(sums + lane + i * lanes);
             for (const uint8_t *member = first; member != end; ++member) {
                 const double *row = rows + *member * blockMarkers + lane;
                 for (size_t i = 0; i < registers; ++i)
-                    sum[i] += *reinterpret_cast<const Real *>(row + i * lanes);
+                    sum[i] += load<Real>(row + i * lanes);
             }
             for (size_t i = 0; i < registers; ++i)
-                *reinterpret_cast<Real *>(sums + lane + i * lanes) = sum[i];
+                store(sums + lane + i * lanes, sum[i]);
         }
     }
 }
@@ -43,17 +43,18 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
     for (size_t lane = 0; lane < blockMarkers; lane += lanes) {
         Real sumY = zero, sumXY = zero;
         for (size_t k = 0; k < bins; ++k) {
-            Real &mean = *reinterpret_cast<Real *>(sums + k * blockMarkers + lane);
+            auto mean = load<Real>(sums + k * blockMarkers + lane);
             // On purpose an empty bin takes part with a mean of 0.
             mean = points.counts[k] > 0 ? mean / double(points.counts[k]) : zero;
+            store(sums + k * blockMarkers + lane, mean);
             sumY += mean;
             sumXY += points.x[k] * mean;
         }
         const Real slope = (n * sumXY - sumX * sumY) / (n * sumXX - sumX * sumX);
-        *reinterpret_cast<Real *>(sumYs + lane) = sumY;
-        *reinterpret_cast<Real *>(slopes + lane) = slope;
+        store(sumYs + lane, sumY);
+        store(slopes + lane, slope);
         const Real absSlope = slope < 0 ? -slope : slope;
-        isFound |= reinterpret_cast<Bits>(~(absSlope < least) | (absSlope > most));
+        isFound |= (Bits)(~(absSlope < least) | (absSlope > most));
     }
     uint64_t found = 0;
     for (size_t i = 0; i < lanes; ++i)
@@ -61,13 +62,13 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
     if (!found)
         return false;
     for (size_t lane = 0; lane < blockMarkers; lane += lanes) {
-        const Real slope = *reinterpret_cast<const Real *>(slopes + lane);
-        const Real sumY = *reinterpret_cast<const Real *>(sumYs + lane);
+        const auto slope = load<Real>(slopes + lane);
+        const auto sumY = load<Real>(sumYs + lane);
         const Real intercept = (sumY - slope * sumX) / n;
         const Real meanY = sumY / n;
         Real SSres = zero, SStot = zero;
         for (size_t k = 0; k < bins; ++k) {
-            const Real mean = *reinterpret_cast<const Real *>(sums + k * blockMarkers + lane);
+            auto mean = load<Real>(sums + k * blockMarkers + lane);
             const Real residual = mean - (intercept + slope * points.x[k]);
             const Real deviation = mean - meanY;
             SSres += residual * residual;
@@ -75,7 +76,8 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
         }
         Real r2 = 1 - SSres / SStot;
         r2 = r2 < 0 ? zero : r2;
-        *reinterpret_cast<Real *>(r2s + lane) = SStot == 0 ? zero : r2;
+        r2 = SStot == 0 ? zero : r2;
+        store(r2s + lane, r2);
     }
     return true;
 }

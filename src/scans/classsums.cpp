@@ -13,14 +13,14 @@ MORVEL_INLINE void addColumns(const double *rows, size_t width, const uint16_t *
     for (size_t k = 0; k < classCount; ++k, sums += width) {
         Real sum[registers];
         for (size_t i = 0; i < registers; ++i)
-            sum[i] = *reinterpret_cast<const Real *>(sums + i * lanes);
+            sum[i] = load<Real>(sums + i * lanes);
         for (const uint16_t *const end = order + counts[k]; order != end; ++order) {
             const double *row = rows + *order * width;
             for (size_t i = 0; i < registers; ++i)
-                sum[i] += *reinterpret_cast<const Real *>(row + i * lanes);
+                sum[i] += load<Real>(row + i * lanes);
         }
         for (size_t i = 0; i < registers; ++i)
-            *reinterpret_cast<Real *>(sums + i * lanes) = sum[i];
+            store(sums + i * lanes, sum[i]);
     }
 }
 
@@ -79,7 +79,7 @@ MORVEL_INLINE void sumBytes(Bits &bits, Real &sum)
     bits = (bits & 0xffffffff) + (bits >> 32);
     // The bits of 2^52 and a number below it are those of their sum.
     bits |= 0x4330000000000000;
-    sum += reinterpret_cast<Real &>(bits) - 0x1p52;
+    sum += (Real)bits - 0x1p52;
 }
 
 template <size_t bytes>
@@ -96,7 +96,7 @@ MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCo
             Bits sum1 = {}, sum2 = {};
             const size_t end = std::min(words, first + wordsPerSum);
             for (size_t word = first; word < end; ++word) {
-                const Bits values = *reinterpret_cast<const Bits *>(present + word * groupLanes + lane);
+                const auto values = load<Bits>(present + word * groupLanes + lane);
                 Bits bits1 = values & class1[word];
                 countBitsOfBytes(bits1);
                 sum1 += bits1;
@@ -107,10 +107,9 @@ MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCo
             sumBytes(sum1, count1);
             sumBytes(sum2, count2);
         }
-        const Real all = *reinterpret_cast<const Real *>(presentCounts + lane);
-        *reinterpret_cast<Real *>(counts + lane) = all - count1 - count2;
-        *reinterpret_cast<Real *>(counts + groupLanes + lane) = count1;
-        *reinterpret_cast<Real *>(counts + 2 * groupLanes + lane) = count2;
+        store<Real>(counts + lane, load<Real>(presentCounts + lane) - count1 - count2);
+        store(counts + groupLanes + lane, count1);
+        store(counts + 2 * groupLanes + lane, count2);
     }
 }
 
@@ -127,8 +126,8 @@ MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *coun
         Real mean[classCount];
         Real sumY = zero, sumXY = zero;
         for (size_t k = 0; k < classCount; ++k) {
-            const Real sum = *reinterpret_cast<const Real *>(sums + k * width + lane);
-            const Real count = *reinterpret_cast<const Real *>(counts + k * groupLanes + lane);
+            const auto sum = load<Real>(sums + k * width + lane);
+            const auto count = load<Real>(counts + k * groupLanes + lane);
             // On purpose an empty class takes part with a mean of 0.
             mean[k] = count > 0 ? sum / count : zero;
             sumY += mean[k];
@@ -147,15 +146,15 @@ MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *coun
         Real r2 = 1 - SSres / SStot;
         r2 = r2 < 0 ? zero : r2;
         r2 = SStot == 0 ? zero : r2;
-        *reinterpret_cast<Real *>(slopes + lane) = slope;
-        *reinterpret_cast<Real *>(r2s + lane) = r2;
+        store(slopes + lane, slope);
+        store(r2s + lane, r2);
 
         const Real absSlope = slope < 0 ? -slope : slope;
-        Real &bestSlope = *reinterpret_cast<Real *>(bests.absSlope + lane);
-        bestSlope = absSlope > bestSlope ? absSlope : bestSlope;
-        Real &bestR2 = *reinterpret_cast<Real *>(bests.r2 + lane);
+        const auto bestSlope = load<Real>(bests.absSlope + lane);
+        store<Real>(bests.absSlope + lane, absSlope > bestSlope ? absSlope : bestSlope);
+        const auto bestR2 = load<Real>(bests.r2 + lane);
         const Real counted = r2 < r2Limit ? r2 : zero;
-        bestR2 = counted > bestR2 ? counted : bestR2;
+        store<Real>(bests.r2 + lane, counted > bestR2 ? counted : bestR2);
     }
 }
 

@@ -19,13 +19,13 @@ MORVEL_INLINE void exponentiate(Number &x)
         = {1.0 / 479001600, 1.0 / 39916800, 1.0 / 3628800, 1.0 / 362880, 1.0 / 40320, 1.0 / 5040, 1.0 / 720,
            1.0 / 120,       1.0 / 24,       1.0 / 6,       1.0 / 2,      1.0,         1.0};
     Number k = x * perPower + whole;
-    const Bits bits = (reinterpret_cast<Bits>(k) + 1023) << 52;
+    const Bits bits = ((Bits)k + 1023) << 52;
     k -= whole;
     const Number r = (x - k * high) - k * low;
     Number sum = r * (1.0 / 6227020800) + factorials[0];
     for (size_t term = 1; term < std::size(factorials); ++term)
         sum = sum * r + factorials[term];
-    x = sum * reinterpret_cast<Number>(bits);
+    x = sum * (Number)bits;
 }
 
 template <size_t bytes, bool isFirth>
@@ -38,8 +38,8 @@ MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double
     for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
         Real sums[5] = {};
         for (size_t i = lane; i < groups.x.size(); i += lanes) {
-            const Real x = *reinterpret_cast<const Real *>(&groups.x[i]);
-            const Real n = *reinterpret_cast<const Real *>(&groups.n[i]);
+            const Real x = load<Real>(&groups.x[i]);
+            const Real n = load<Real>(&groups.n[i]);
             const Real odds = intercept + slope * x;
             Real power = odds < 0 ? odds : -odds;
             power = power > -700 ? power : zero - 700;
@@ -47,7 +47,7 @@ MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double
             const Real likelier = 1 / (1 + power), other = power * likelier;
             const Real probability = odds < 0 ? other : likelier;
             const Real weight = likelier * other;
-            Real rest = *reinterpret_cast<const Real *>(&groups.cases[i]) - n * probability;
+            Real rest = load<Real>(&groups.cases[i]) - n * probability;
             Real information = n * weight;
             if constexpr (isFirth) {
                 const Real leverage = weight * (variance[0] + x * (2 * variance[1] + x * variance[2]));
@@ -61,7 +61,7 @@ MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double
             sums[4] += information * x * x;
         }
         for (size_t sum = 0; sum < 5; ++sum)
-            *reinterpret_cast<Real *>(totals[sum] + lane) = sums[sum];
+            store<Real>(totals[sum] + lane, sums[sum]);
     }
 }
 

@@ -66,9 +66,9 @@ MORVEL_INLINE void sumUp(const LinePoints &points, LaneSums &sums)
         Number high[sumCount] = {}, low[sumCount] = {};
         const Number zero = {}, centre = zero - points.xCentre;
         for (size_t i = lane; i < points.x.size(); i += LaneSums::lanes) {
-            Number x = *reinterpret_cast<const Number *>(&points.x[i]), xRest = zero;
-            const Number y = *reinterpret_cast<const Number *>(&points.y[i]);
-            const Number yRest = *reinterpret_cast<const Number *>(&points.yRests[i]);
+            Number x = load<Number>(&points.x[i]), xRest = zero;
+            const Number y = load<Number>(&points.y[i]);
+            const Number yRest = load<Number>(&points.yRests[i]);
             addTo(x, xRest, centre, zero);
             addTo(high[sumX], low[sumX], x, xRest);
             addTo(high[sumY], low[sumY], y, yRest);
@@ -77,8 +77,8 @@ MORVEL_INLINE void sumUp(const LinePoints &points, LaneSums &sums)
             addProduct(high[sumYY], low[sumYY], y, yRest, y, yRest);
         }
         for (size_t sum = 0; sum < sumCount; ++sum) {
-            *reinterpret_cast<Number *>(&sums.high[sum][lane]) = high[sum];
-            *reinterpret_cast<Number *>(&sums.low[sum][lane]) = low[sum];
+            store<Number>(&sums.high[sum][lane], high[sum]);
+            store<Number>(&sums.low[sum][lane], low[sum]);
         }
     }
 }

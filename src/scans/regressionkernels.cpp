@@ -29,31 +29,31 @@ MORVEL_INLINE void centre(const double *dosages, size_t individuals, const Codin
     for (size_t lane = 0; lane < allLanes; lane += lanes) {
         Real counts = {}, sums = {}, leasts = Real{} + infinity, mosts = Real{} - infinity;
         for (size_t i = lane; i < individuals; i += allLanes) {
-            Real value = *reinterpret_cast<const Real *>(dosages + i);
+            Real value = load<Real>(dosages + i);
             code.apply(value);
-            *reinterpret_cast<Real *>(x + i) = value;
+            store<Real>(x + i, value);
             counts += value == value ? Real{} + 1 : Real{};
             sums += value == value ? value : Real{};
             leasts = value < leasts ? value : leasts;
             mosts = value > mosts ? value : mosts;
         }
-        *reinterpret_cast<Real *>(parts[n] + lane) = counts;
-        *reinterpret_cast<Real *>(parts[sum] + lane) = sums;
-        *reinterpret_cast<Real *>(parts[least] + lane) = leasts;
-        *reinterpret_cast<Real *>(parts[most] + lane) = mosts;
+        store<Real>(parts[n] + lane, counts);
+        store<Real>(parts[sum] + lane, sums);
+        store<Real>(parts[least] + lane, leasts);
+        store<Real>(parts[most] + lane, mosts);
     }
     const double count = addUp(n), mean = count > 0 ? addUp(sum) / count : 0;
     for (size_t lane = 0; lane < allLanes; lane += lanes) {
         Real sums = {}, ofSquares = {};
         for (size_t i = lane; i < individuals; i += allLanes) {
-            Real &value = *reinterpret_cast<Real *>(x + i);
-            value -= mean;
+            auto value = load<Real>(x + i) - mean;
             value = value == value ? value : Real{};
+            store(x + i, value);
             sums += value;
             ofSquares += value * value;
         }
-        *reinterpret_cast<Real *>(parts[rest] + lane) = sums;
-        *reinterpret_cast<Real *>(parts[squares] + lane) = ofSquares;
+        store<Real>(parts[rest] + lane, sums);
+        store<Real>(parts[squares] + lane, ofSquares);
     }
     result = {count,
               mean,
@@ -80,7 +80,7 @@ MORVEL_INLINE void multiply(const double *dosages, const double *values, size_t 
         for (size_t i = 0; i < individuals; ++i) {
             Real x[registers];
             for (size_t r = 0; r < registers; ++r)
-                x[r] = *reinterpret_cast<const Real *>(rows[r] + i * groupMarkers);
+                x[r] = load<Real>(rows[r] + i * groupMarkers);
             for (size_t trait = 0; trait < panelTraits; ++trait) {
                 const double y = values[i * panelTraits + trait];
                 for (size_t r = 0; r < registers; ++r)
@@ -89,7 +89,7 @@ MORVEL_INLINE void multiply(const double *dosages, const double *values, size_t 
         }
         for (size_t trait = 0; trait < panelTraits; ++trait) {
             for (size_t r = 0; r < registers; ++r)
-                *reinterpret_cast<Real *>(products + trait * regressionMarkers + marker + r * lanes) = sums[trait][r];
+                store<Real>(products + trait * regressionMarkers + marker + r * lanes, sums[trait][r]);
         }
     }
 }
@@ -106,14 +106,14 @@ MORVEL_INLINE void sumRows(const double *dosages, size_t individuals, std::span<
         for (const uint32_t i : chosen) {
             const double *row = dosages + marker * individuals + i * groupMarkers;
             for (size_t r = 0; r < registers; ++r) {
-                const Real x = *reinterpret_cast<const Real *>(row + r * lanes);
+                const Real x = load<Real>(row + r * lanes);
                 sum[r] += x;
                 square[r] += x * x;
             }
         }
         for (size_t r = 0; r < registers; ++r) {
-            *reinterpret_cast<Real *>(sums + marker + r * lanes) = sum[r];
-            *reinterpret_cast<Real *>(squares + marker + r * lanes) = square[r];
+            store<Real>(sums + marker + r * lanes, sum[r]);
+            store<Real>(squares + marker + r * lanes, square[r]);
         }
     }
 }
@@ -125,19 +125,19 @@ MORVEL_INLINE void fit(const PairSums &sums, const double *products, const doubl
     using Real = typename Lanes<double, bytes>::Real;
     constexpr size_t lanes = bytes / sizeof(double);
     for (size_t lane = 0; lane < regressionMarkers; lane += lanes) {
-        const Real n = *reinterpret_cast<const Real *>(sums.n + lane);
-        const Real x = *reinterpret_cast<const Real *>(sums.x + lane);
-        const Real y = *reinterpret_cast<const Real *>(sums.y + lane);
-        const Real Sxx = *reinterpret_cast<const Real *>(sums.xx + lane) - x * x / n;
-        const Real Syy = *reinterpret_cast<const Real *>(sums.yy + lane) - y * y / n;
-        const Real Sxy = *reinterpret_cast<const Real *>(products + lane) - x * y / n;
+        const Real n = load<Real>(sums.n + lane);
+        const Real x = load<Real>(sums.x + lane);
+        const Real y = load<Real>(sums.y + lane);
+        const Real Sxx = load<Real>(sums.xx + lane) - x * x / n;
+        const Real Syy = load<Real>(sums.yy + lane) - y * y / n;
+        const Real Sxy = load<Real>(products + lane) - x * y / n;
         const Real unexplained = Sxx * Syy - Sxy * Sxy;
         const Real squaredT = (n - 2) * (Sxy * Sxy) / unexplained;
-        *reinterpret_cast<Real *>(slopes + lane) = Sxy / Sxx;
-        const Real leastXX = doubtfulPart * *reinterpret_cast<const Real *>(wholeXX + lane);
+        store<Real>(slopes + lane, Sxy / Sxx);
+        const Real leastXX = doubtfulPart * load<Real>(wholeXX + lane);
         const auto isSound
             = (n > 2) & (Sxx > leastXX) & (Syy > doubtfulPart * wholeYY) & (unexplained > doubtfulPart * (Sxx * Syy));
-        *reinterpret_cast<Real *>(squaredTs + lane) = isSound ? squaredT : Real{} + nan;
+        store<Real>(squaredTs + lane, isSound ? squaredT : Real{} + nan);
     }
 }
 

@@ -77,32 +77,36 @@ public:
     // `most` only at the end of the line.
     size_t next(size_t most)
     {
-        m_first = m_next;
+        m_marks[0] = m_next - 1;
+        const char **const ends = m_marks + 1;
         size_t count = 0;
         // A whole block at a time while there is room for the most that it can hold.
         while (count + 64 <= most && m_block != m_end)
-            count += takeBlock(m_ends + count);
+            count += takeBlock(ends + count);
         while (count < most && !m_isDone) {
             if (m_separators) {
-                m_ends[count++] = m_base + std::countr_zero(m_separators);
+                ends[count++] = m_base + std::countr_zero(m_separators);
                 m_separators &= m_separators - 1;
             } else if (m_block != m_end) {
                 scanBlock();
             } else {
-                m_ends[count++] = m_end;
+                ends[count++] = m_end;
                 m_isDone = true;
             }
         }
         if (count > 0)
-            m_next = m_ends[count - 1] + 1;
+            m_next = ends[count - 1] + 1;
         return count;
     }
 
     // Field i of the batch is [begin(i), end(i)).
-    const char *begin(size_t i) const { return i == 0 ? m_first : m_ends[i - 1] + 1; }
-    const char *end(size_t i) const { return m_ends[i]; }
+    const char *begin(size_t i) const { return m_marks[i] + 1; }
+    const char *end(size_t i) const { return m_marks[i + 1]; }
     size_t size(size_t i) const { return size_t(end(i) - begin(i)); }
     std::string_view field(size_t i) const { return {begin(i), size(i)}; }
+
+    // Field i of the batch lies between marks i and i + 1.
+    const char *const *marks() const { return m_marks; }
 
     // What follows the fields walked so far; a null view when the last field was among them.
     std::string_view rest() const
@@ -127,14 +131,13 @@ private:
         return count;
     }
 
-    const char *m_first = nullptr;  // of the batch
     const char *m_next;             // first byte of the next field
     const char *m_block;            // not scanned from here on
     const char *m_end;
     const char *m_base = nullptr;  // of the block scanned last
     uint64_t m_separators = 0;     // of that block, bit i for byte i, without those walked
     bool m_isDone = false;
-    const char *m_ends[batchSize + 8];
+    const char *m_marks[batchSize + 9];
 };
 
 // Bit i tells whether byte i of 64 is the one sought.

@@ -1,7 +1,6 @@
 #include "text/inflate.h"
 
 #include <algorithm>
-#include <new>
 
 #include <dlfcn.h>
 #include <zlib.h>
@@ -19,19 +18,23 @@ static unsigned char *bytesOf(const char *text)
     return reinterpret_cast<unsigned char *>(const_cast<char *>(text));
 }
 
+// Takes a function of a library that stays loaded; false where it is missing.
+template <class Function>
+static bool findFunction(void *library, const char *name, Function &function)
+{
+    function = library ? reinterpret_cast<Function>(dlsym(library, name)) : nullptr;
+    return function;
+}
+
 #ifdef MORVEL_ISAL
 
 class IsalInflater : public Inflater {
 public:
     bool load()
     {
-        // Stays loaded. The number is that of the interface of the header.
-        void *library = dlopen("libisal.so.2", RTLD_NOW | RTLD_LOCAL);
-        if (!library)
-            return false;
-        m_init = reinterpret_cast<decltype(m_init)>(dlsym(library, "isal_inflate_init"));
-        m_inflate = reinterpret_cast<decltype(m_inflate)>(dlsym(library, "isal_inflate"));
-        return m_init && m_inflate;
+        // The number is that of the interface in the header.
+        void *library = dlopen("libisal.so.2", RTLD_NOW);
+        return findFunction(library, "isal_inflate_init", m_init) && findFunction(library, "isal_inflate", m_inflate);
     }
 
     void start() override
@@ -57,8 +60,8 @@ public:
     }
 
 private:
-    void (*m_init)(inflate_state *) = nullptr;
-    int (*m_inflate)(inflate_state *) = nullptr;
+    decltype(&isal_inflate_init) m_init;
+    decltype(&isal_inflate) m_inflate;
     inflate_state m_state;
 };
 
@@ -66,14 +69,24 @@ private:
 
 class ZlibInflater : public Inflater {
 public:
-    ZlibInflater()
+    ZlibInflater() = default;
+    ZlibInflater(const ZlibInflater &) = delete;
+    ~ZlibInflater() override
+    {
+        if (m_isLoaded)
+            m_end(&m_stream);
+    }
+
+    bool load()
     {
         constexpr int gzip = 16;
-        if (inflateInit2(&m_stream, MAX_WBITS + gzip) != Z_OK)
-            throw std::bad_alloc();
+        void *library = dlopen("libz.so.1", RTLD_NOW);
+        decltype(&inflateInit2_) init;
+        m_isLoaded = findFunction(library, "inflateInit2_", init) && findFunction(library, "inflate", m_inflate)
+                     && findFunction(library, "inflateReset", m_reset) && findFunction(library, "inflateEnd", m_end)
+                     && init(&m_stream, MAX_WBITS + gzip, ZLIB_VERSION, sizeof m_stream) == Z_OK;
+        return m_isLoaded;
     }
-    ZlibInflater(const ZlibInflater &) = delete;
-    ~ZlibInflater() override { inflateEnd(&m_stream); }
 
     void start() override
     {
@@ -81,7 +94,7 @@ public:
         std::string_view header("\x1f\x8b\x08\0\0\0\0\0\0\0", 10);
         char none;
         size_t size;
-        inflateReset(&m_stream);
+        m_reset(&m_stream);
         run(header, &none, 0, size);
     }
 
@@ -93,7 +106,7 @@ public:
         m_stream.avail_in = given;
         m_stream.next_out = bytesOf(to);
         m_stream.avail_out = asked;
-        const int result = inflate(&m_stream, Z_NO_FLUSH);
+        const int result = m_inflate(&m_stream, Z_NO_FLUSH);
         packed.remove_prefix(given - m_stream.avail_in);
         size = asked - m_stream.avail_out;
         if (result == Z_STREAM_END)
@@ -103,21 +116,33 @@ public:
 
 private:
     z_stream m_stream = {};
+    decltype(&inflate) m_inflate;
+    decltype(&inflateReset) m_reset;
+    decltype(&inflateEnd) m_end;
+    bool m_isLoaded = false;
 };
+
+template <class Loaded>
+static std::unique_ptr<Inflater> makeLoaded()
+{
+    auto inflater = std::make_unique<Loaded>();
+    if (!inflater->load())
+        inflater = nullptr;
+    return inflater;
+}
 
 std::unique_ptr<Inflater> makeIsalInflater()
 {
 #ifdef MORVEL_ISAL
-    auto inflater = std::make_unique<IsalInflater>();
-    if (inflater->load())
-        return inflater;
-#endif
+    return makeLoaded<IsalInflater>();
+#else
     return nullptr;
+#endif
 }
 
 std::unique_ptr<Inflater> makeZlibInflater()
 {
-    return std::make_unique<ZlibInflater>();
+    return makeLoaded<ZlibInflater>();
 }
 
 }  // namespace text

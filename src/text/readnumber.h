@@ -82,6 +82,28 @@ inline double readMostlyShort(std::string_view field)
     return number.invalid ? readDouble(field) : thousandthValues[size_t(thousandthsOf(number.digits))];
 }
 
+// The same value as readDouble() gives, for fields of a LineReader's line that are mostly numbers such as "0.0442": a
+// digit, a point and up to eight digits, which are taken together.
+inline double readMostlyDecimal(std::string_view field)
+{
+    constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+    const size_t decimals = field.size() - 2;
+    if (std::endian::native != std::endian::little || decimals - 1 >= 8 || field[1] != '.')
+        return readDouble(field);
+    uint64_t bytes;
+    std::memcpy(&bytes, field.data() + 2, sizeof bytes);
+    // As eight digits, the first ones 0.
+    uint64_t digits = (bytes ^ 0x3030303030303030) << (64 - 8 * decimals);
+    const unsigned ones = unsigned(static_cast<unsigned char>(field[0])) - '0';
+    if ((((digits + 0x7676767676767676) | digits) & 0x8080808080808080) || ones > 9) [[unlikely]]
+        return readDouble(field);
+    digits = (digits * 10 + (digits >> 8)) & 0x00ff00ff00ff00ff;
+    digits = (digits * 100 + (digits >> 16)) & 0x0000ffff0000ffff;
+    digits = (digits * 10000 + (digits >> 32)) & 0xffffffff;
+    // Both operands are exact, so the one rounding is that of the nearest double.
+    return (double(ones) * powers[decimals] + double(digits)) / powers[decimals];
+}
+
 // A short form as thousandths from 0 to 9999; -1 for every other text.
 inline int readThousandths(const char *field, size_t size)
 {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include <zlib.h>
+#include <libdeflate.h>
 #include <zstd.h>
 
 namespace text {
@@ -63,6 +63,8 @@ public:
     {
         if (!m_inflater)
             m_inflater = makeZlibInflater();
+        if (!m_inflater)
+            m_packed.refuse();
     }
 
     size_t read(char *to, size_t room) override
@@ -91,11 +93,11 @@ private:
 
     std::unique_ptr<Inflater> m_inflater;
     bool m_isInMember = false;
-    bool m_isEmpty = true;         // the member
-    bool m_awaitsEmpty = false;    // blocks of bgzip without an empty one behind them
-    uint64_t m_start = 0;          // of the member
-    uint64_t m_memberSize = 0;     // as a block of bgzip tells it; 0 elsewhere
-    unsigned long m_checksum = 0;  // of the header
+    bool m_isEmpty = true;       // the member
+    bool m_awaitsEmpty = false;  // blocks of bgzip without an empty one behind them
+    uint64_t m_start = 0;        // of the member
+    uint64_t m_memberSize = 0;   // as a block of bgzip tells it; 0 elsewhere
+    uint32_t m_checksum = 0;     // of the header
 };
 
 std::string_view GzipUnpacker::takeHeader(size_t size)
@@ -103,7 +105,7 @@ std::string_view GzipUnpacker::takeHeader(size_t size)
     if (!m_packed.have(size))
         m_packed.refuse();
     const std::string_view taken = m_packed.left.substr(0, size);
-    m_checksum = crc32(m_checksum, reinterpret_cast<const Bytef *>(taken.data()), uInt(size));
+    m_checksum = libdeflate_crc32(m_checksum, taken.data(), size);
     m_packed.left.remove_prefix(size);
     return taken;
 }
@@ -141,12 +143,14 @@ bool GzipUnpacker::startMember()
             m_packed.refuse();
         return false;
     }
+    constexpr char deflate = 8;
     enum Flags { HeaderChecksum = 2, ExtraField = 4, Name = 8, Comment = 16, Reserved = 0xe0 };
     m_start = m_packed.position();
-    m_memberSize = m_checksum = 0;
+    m_memberSize = 0;
+    m_checksum = 0;
     const std::string_view header = takeHeader(10);
     const unsigned flags = byteAt(header, 3);
-    if (!header.starts_with(gzipMark) || header[2] != Z_DEFLATED || (flags & Reserved))
+    if (!header.starts_with(gzipMark) || header[2] != deflate || (flags & Reserved))
         m_packed.refuse();
     if (flags & ExtraField)
         readExtraField();

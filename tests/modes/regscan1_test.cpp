@@ -21,7 +21,7 @@ using Values = std::vector<double>;  // NaN where missing
 static const char hitHeader[] = "Pheno\tChr\tSNPID\tPos\tA1\tA2\tN\tFreq\tSlope\tSE\tR2\tt-value\tp-value\tMethod\n";
 
 // One pair at a time, by the definitions, over sorted-out points in long doubles.
-struct PlainScan {
+struct PlainRegression {
     std::string type = "additive";
     int bins = 3;
     bool hasMeans = false;
@@ -44,7 +44,7 @@ static double plainQuantile(double p)
     return double(low);
 }
 
-Values PlainScan::scores(const Values &values) const
+Values PlainRegression::scores(const Values &values) const
 {
     Values result = values;
     const double n = double(std::count_if(values.begin(), values.end(), [](double v) { return !std::isnan(v); }));
@@ -58,7 +58,7 @@ Values PlainScan::scores(const Values &values) const
     return result;
 }
 
-std::vector<std::pair<Long, Long>> PlainScan::points(const Values &x, const Values &y) const
+std::vector<std::pair<Long, Long>> PlainRegression::points(const Values &x, const Values &y) const
 {
     std::vector<std::pair<Long, Long>> result;
     for (size_t i = 0; type != "bins" && i < x.size(); ++i) {
@@ -87,7 +87,7 @@ std::vector<std::pair<Long, Long>> PlainScan::points(const Values &x, const Valu
     return result;
 }
 
-Values PlainScan::fit(const Values &x, const Values &y) const
+Values PlainRegression::fit(const Values &x, const Values &y) const
 {
     double n = 0, alleles = 0;
     for (size_t i = 0; i < x.size(); ++i) {
@@ -181,7 +181,7 @@ TEST(Regscan1, IsTheRegressionOfEachPair)
         RegressionInput input(seed);
         input.makeMarkers();
         input.makePhenotypes();
-        PlainScan plain;
+        PlainRegression plain;
         plain.type = input.oneOf({"additive", "other", "dominant", "recessive", "rank", "bins", "bins"});
         plain.bins = int(2 + input.below(7));
         plain.hasMeans = input.oneIn(2);
