@@ -4,6 +4,30 @@ add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconver
 # GCC 12 warns of an impossible overlap in std::string's own concatenation.
 add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
+# Where doubles are worked out in more digits than they are kept in, results differ, and long products need 64 bits.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("
+  #include <cfloat>
+  static_assert(sizeof(void *) == 8 && FLT_EVAL_METHOD == 0);
+  int main() {}" MORVEL_ARITHMETIC)
+if(NOT MORVEL_ARITHMETIC)
+  message(FATAL_ERROR "MORVEL needs a 64-bit system whose compiler works out floating-point numbers in their own "
+                      "precision (FLT_EVAL_METHOD 0)")
+endif()
+
+# Two builds give the same bytes, wherever they are made.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=.)
+
+# Debian's flags against errors that become attacks.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+add_compile_options(-fstack-protector-strong -Wformat -Werror=format-security)
+if(NOT MORVEL_SANITIZE AND NOT MORVEL_COVERAGE)
+  add_compile_options($<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+endif()
+add_link_options(-Wl,-z,relro -Wl,-z,now)
+
 if(MORVEL_SANITIZE)
   set(sanitizers ${MORVEL_SANITIZE})
   if(NOT sanitizers MATCHES "address|thread|undefined")

@@ -498,8 +498,8 @@ def mutations(case):
         case.expect(not found and run.status in (0, 1, -6), run, f"seed {seed}")
 
 
-CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines, text_forms,
-          environments, file_names, many_lines, mutations]
+CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines,
+          text_forms, environments, file_names, many_lines, mutations]
 
 
 def prepare_root():
