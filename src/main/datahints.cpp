@@ -14,6 +14,7 @@ using std::string_view;
 
 enum class Kind { Other, DecimalComma, Missing };
 
+namespace {
 // Fields of a file that are no numbers, in the order in which they are read.
 struct BadFields {
     std::string file;
@@ -27,6 +28,7 @@ struct RepeatedHint {
     std::string place, what;
     size_t count;
 };
+}  // namespace
 
 static bool isOn = false;
 static const Mode *mode = nullptr;
@@ -134,9 +136,11 @@ void noteOutput(const std::string &name)
         oddOutputs.push_back(name);
 }
 
+namespace {
 struct Place {
     size_t line = 0, field = 0;  // from 1; a line of 0 is not known
 };
+}  // namespace
 
 // Reads the file again up to there. Fields are parted by the byte that stands before this one.
 static Place placeAt(const std::string &file, size_t offset)

@@ -46,6 +46,7 @@ static constexpr const Option *options[] = {
 static constexpr size_t batchSize = 32;
 static constexpr size_t tileBytes = size_t(24) << 10;
 
+namespace {
 struct PhenotypeTable {
     std::vector<std::string> PhenoID;  // names
     Matrix matrix;
@@ -67,6 +68,7 @@ struct Marker {
     std::vector<double> slopes, r2s;                            // [position]
     LaneBests bests;
 };
+}  // namespace
 
 static void readOptions()
 {
@@ -154,6 +156,7 @@ static void packMembers(Marker &marker)
     }
 }
 
+namespace {
 struct Best {
     double best_statistic = -1;  // which means none
     size_t phenotype = 0;
@@ -197,6 +200,7 @@ private:
     Progress m_progress;
     text::Writer m_hits, m_statistics;
 };
+}  // namespace
 
 static size_t tileRowsOf(const Matrix &matrix)
 {
