@@ -47,10 +47,12 @@ MORVEL_WIDE static void sumBlock(const std::vector<double> &x, const double *par
 // numbers one by one.
 static constexpr size_t groupShifts = 4 * laneCount;
 
+namespace {
 // The products of four rows with their partners at four shifts, such that [0] has those of the first row.
 struct FourRows {
     Reals products[laneCount];
 };
+}  // namespace
 
 // `reversed` are the rows from the last to the first.
 MORVEL_INLINE void multiplyRows(const double *reversed, const double *const *partners, ptrdiff_t offset, FourRows &rows)

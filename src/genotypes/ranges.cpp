@@ -21,9 +21,14 @@ RangeWalker::RangeWalker(std::string_view line, FieldRange range)
 {
 }
 
-MORVEL_WIDE size_t NumberReader::next()
+MORVEL_WIDE static size_t readBatch(RangeWalker &walker, double *values)
 {
-    const size_t fields = m_walker.next();
-    readNumbers<false>(m_walker.marks(), fields, m_values);
+    const size_t fields = walker.next();
+    readNumbers<false>(walker.marks(), fields, values);
     return fields;
+}
+
+size_t NumberReader::next()
+{
+    return readBatch(m_walker, m_values);
 }

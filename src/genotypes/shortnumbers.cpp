@@ -24,11 +24,13 @@ static void readPlain(const char *const *marks, size_t step, size_t pairs, int32
 }
 
 #if defined(MORVEL_WIDE_KERNELS)
+namespace {
 // How two numbers with a blank between them, of 0 to 7 bytes each, come to stand in 8 bytes each, and what turns
 // their digits into values, the points and what is missing into 0, and marks more than 5 bytes in the last one.
 struct alignas(16) Placing {
     uint8_t places[16], differences[16];
 };
+}  // namespace
 
 template <bool areWords>
 static constexpr auto placings = [] {

@@ -7,14 +7,16 @@
 #include <string>
 #include <vector>
 
-static constexpr size_t fullLookBytes = size_t(8) << 20;
-static constexpr size_t markersPerLook = 64;  // after that
+static constexpr size_t fullLookBytes = size_t(2) << 20;
+static constexpr size_t markersPerLook = 256;  // after that
 static constexpr double sumTolerance = 0.02;  // rounding of three numbers to two digits
 
+namespace {
 struct Finding {
     const char *what;
     size_t markers = 0, triplets = 0;
 };
+}  // namespace
 
 static Finding zeros = {"of three zeros, which count as dosage 0 (missing?)"};
 static Finding nans = {"with nan, which spoil the marker"};

@@ -108,9 +108,11 @@ MORVEL_INLINE void scorePairs(const Mixture &mixture, const float *a, const floa
 
 // Sixteen mixtures tried at once while looking for weights. Nothing here decides on a result.
 constexpr size_t trials = 16;
+namespace {
 struct Trials {
     float a[trials], b[trials];
 };
+}  // namespace
 
 // 4 x 4 of them this far apart around a point, inside the triangle.
 template <size_t bytes>

@@ -182,6 +182,7 @@ void scanPair(int population, int base, const PairGrid &grid, std::vector<float>
                                             grid.k.size(), distances.data());
 }
 
+namespace {
 // Lower bounds that rule out triples without scoring a point. Weigh each value's difference by a factor from
 // -1 to 1: what the differences between a mixture and the sample add up to is no more than the mixture's
 // score, and no less than the least of what those between its populations and the sample add up to. So where
@@ -229,6 +230,7 @@ private:
     std::vector<float> m_bounds;     // [block], no score of its points is less
     std::vector<uint32_t> m_open;    // blocks
 };
+}  // namespace
 
 void Cuts::start()
 {

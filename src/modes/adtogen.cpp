@@ -43,6 +43,7 @@ static constexpr size_t tripletSize = 6;
 static constexpr char triplets[][9] = {"1 0 0   ", "0 1 0   ", "0 0 1   ", "? ? ?   "};
 static constexpr size_t noClass = 3;
 
+namespace {
 // The results for a number of thousandths that has a class.
 struct ReadyDosage {
     char triplet[8];
@@ -50,6 +51,7 @@ struct ReadyDosage {
     uint8_t textSize;
     double deviation;  // absolute
 };
+}  // namespace
 
 using ReadyDosages = std::array<ReadyDosage, 2500>;
 

@@ -29,6 +29,7 @@ static int fsize;     // least number of individuals of a family that is reporte
 static bool showMatrix;
 static bool hasHeader;
 
+namespace {
 // A pair that joins: the smaller identifier first.
 struct Joined {
     uint32_t ID1, ID2;
@@ -48,6 +49,7 @@ struct Shown {
     uint32_t line, other;
     static Shown from(const Listed &, uint32_t number, uint32_t individual) { return {number, individual}; }
 };
+}  // namespace
 
 static Identifiers identifiers;
 static std::vector<Joined> joined;
@@ -65,6 +67,7 @@ static void readOptions()
     hasHeader = headerOption.isOn();
 }
 
+namespace {
 // A set of pairs by their numbers.
 class PairSet {
 public:
@@ -139,6 +142,7 @@ private:
     Identifiers m_spelled;
     std::string m_key;
 };
+}  // namespace
 
 static void reportDuplicate(int64_t rowcounter)
 {
@@ -245,11 +249,13 @@ static void writeMatrix(const std::vector<uint32_t> &Family, const std::vector<u
     out.put('\n');
 }
 
+namespace {
 struct FamilyCounts {
     size_t famnum = 0;          // families reported
     size_t totalfamilyind = 0;  // their individuals
     size_t maxfam = 0;          // individuals of the largest one
 };
+}  // namespace
 
 // Grows a family from the first pair that is in none yet, member by member, each bringing in its own pairs'
 // other individuals in the order of the pairs; and so on.

@@ -65,9 +65,11 @@ static void readTest2()
     out.close();
 }
 
+namespace {
 struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
+}  // namespace
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
 
 // Null with the reason in errno.

@@ -67,6 +67,7 @@ static void readOptions()
         addDataHint("\"-rs-loc\" changes nothing without \"-statistics yes\"");
 }
 
+namespace {
 // What the summary tells of a line's dosages. Sums in single precision, in their order.
 class DosageSummary : public DosageSink {
 public:
@@ -103,6 +104,7 @@ private:
     std::vector<float> m_values;
     Figures m_figures;
 };
+}  // namespace
 
 MORVEL_WIDE void DosageSummary::Figures::add(const float *values, size_t valueCount)
 {

@@ -69,6 +69,7 @@ static std::string lettersAt(std::string_view line, int64_t column)
     return letters;
 }
 
+namespace {
 // The three genotypes of a marker in letters, each with a blank behind it.
 struct Genotypes {
     std::string texts[3];  // AA, AB, BB
@@ -83,6 +84,7 @@ struct Genotypes {
         return std::ranges::all_of(texts, [](const std::string &text) { return text.size() <= 8; });
     }
 };
+}  // namespace
 
 // The most probable genotype: 0 AA, 1 AB, 2 BB. On purpose every tie, and what is not a number, gives BB.
 template <typename Number>

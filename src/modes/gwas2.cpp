@@ -36,6 +36,7 @@ static constexpr const Option *options[] = {
 // Phenotypes are worked in chunks, whose sums stay in the second-level cache from tile to tile.
 static constexpr size_t chunkBytes = size_t(128) << 10;
 
+namespace {
 // The lines of the genotype file as dosage lines.
 class DosageLines final : public MarkerLines {
 public:
@@ -56,6 +57,7 @@ private:
     text::Writer m_out;  // to m_text
     TripletConverter m_convertTriplets = tripletConverter(false, false);
 };
+}  // namespace
 
 // What gentoAD writes, up to its next line break: some lines of triplets have none, on purpose.
 bool DosageLines::convertNext(std::string_view &line)
@@ -77,6 +79,7 @@ bool DosageLines::convertNext(std::string_view &line)
     return true;
 }
 
+namespace {
 // Some markers side by side.
 struct Block {
     explicit Block(size_t individuals) : rows(individuals), line(individuals * lineMarkers) {}
@@ -93,6 +96,7 @@ struct Block {
     size_t bytes = 0;       // of their lines
     bool isBroken = false;  // the line behind them does not fit
 };
+}  // namespace
 
 // Puts up to lineMarkers markers in their place in the rows.
 static void placeLines(Block &block, size_t first)
@@ -125,6 +129,7 @@ static void readBlock(DosageLines &lines, Block &block)
         placeLines(block, block.markers / Block::lineMarkers * Block::lineMarkers);
 }
 
+namespace {
 // A phenotype of the table.
 struct Trait {
     std::string name;
@@ -147,6 +152,7 @@ struct Table {
     size_t bytes = 0;      // in memory
     size_t lineBytes = 0;  // in the phenotype file
 };
+}  // namespace
 
 static void addMembers(const std::vector<Bin> &bins, Chunk &chunk)
 {
@@ -193,6 +199,7 @@ static void addTrait(const Phenotype &phenotype, const std::vector<Bin> &bins, T
     }
 }
 
+namespace {
 // The best markers of the phenotypes of a table, and their hits.
 class Decisions {
 public:
@@ -225,6 +232,7 @@ private:
     const double m_leastR2 = m_decision.leastPassingR2(testgroups);
     std::vector<double> m_y;
 };
+}  // namespace
 
 void Decisions::addHit(size_t index, const std::string &marker, const Fit &fit)
 {

@@ -24,7 +24,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "genotype-triplet file"};
@@ -46,6 +45,7 @@ static constexpr const Option *options[] = {
 static constexpr size_t batchSize = 32;
 static constexpr size_t tileBytes = size_t(24) << 10;
 
+namespace {
 struct PhenotypeTable {
     std::vector<std::string> PhenoID;  // names
     Matrix matrix;
@@ -67,6 +67,7 @@ struct Marker {
     std::vector<double> slopes, r2s;                            // [position]
     LaneBests bests;
 };
+}  // namespace
 
 static void readOptions()
 {
@@ -154,6 +155,7 @@ static void packMembers(Marker &marker)
     }
 }
 
+namespace {
 struct Best {
     double best_statistic = -1;  // which means none
     size_t phenotype = 0;
@@ -197,6 +199,7 @@ private:
     Progress m_progress;
     text::Writer m_hits, m_statistics;
 };
+}  // namespace
 
 static size_t tileRowsOf(const Matrix &matrix)
 {
@@ -320,20 +323,22 @@ size_t FastScan::firstError(const Marker &marker) const
 // Tells who is in no class, for a person. The line is read again for it, from a file that can be.
 void FastScan::explainError(const Marker &marker, size_t phenotype) const
 {
+    if (!wantsDataHints())
+        return;
     size_t individual = 0;
     while (marker.classes[individual] != noClass || !m_matrix.isPresent(phenotype, individual))
         ++individual;
-    text::LineReader in;
-    std::string_view line;
-    if (!wantsDataHints() || !std::filesystem::is_regular_file(Genoname) || !in.open(Genoname))
-        return;
-    for (int64_t i = 0; i <= m_MarkerID; ++i)
-        nextMarkerLine(in, line);
-    std::vector<std::string_view> words;
-    text::splitNonEmptyFields(line, Delim, words);
     std::string triplet;
-    for (size_t i = leadingColumns + 3 * individual; i < leadingColumns + 3 * individual + 3 && i < words.size(); ++i)
-        triplet.append(" ").append(words[i]);
+    readAgain(Genoname, [&](text::LineReader &in) {
+        std::string_view line;
+        for (int64_t i = 0; i <= m_MarkerID; ++i)
+            nextMarkerLine(in, line);
+        std::vector<std::string_view> words;
+        text::splitNonEmptyFields(line, Delim, words);
+        const size_t first = leadingColumns + 3 * individual;
+        for (size_t i = first; i < first + 3 && i < words.size(); ++i)
+            triplet.append(" ").append(words[i]);
+    });
     addDataHint("marker " + marker.RSnumber + ", individual " + std::to_string(individual + 1) + ": the dosage of"
                 + triplet + " is no genotype");
 }

@@ -68,6 +68,7 @@ static Block makeBlock(size_t size)
     return block;
 }
 
+namespace {
 // The lines: copies or, of long ones, the memory that they were read into.
 class LineStore {
 public:
@@ -126,6 +127,7 @@ private:
     std::vector<Block> m_blocks;
     size_t m_size = 0;
 };
+}  // namespace
 
 static size_t readPruneColumn(const IntegerOption &option)
 {
@@ -167,6 +169,7 @@ static void readMap(text::LineReader &map)
     }
 }
 
+namespace {
 // Finds the map interval of a position: the first k with P(k-1) <= x <= P(k), or 0 where there is none.
 class IntervalFinder {
 public:
@@ -200,6 +203,7 @@ private:
     const bool m_isSorted = std::ranges::is_sorted(MapPos);
     size_t m_last = 0;
 };
+}  // namespace
 
 // The position between the ends of map interval k. In an interval without length it is not a number.
 static double interpolate(int x, size_t k)

@@ -69,6 +69,7 @@ static void readValues(text::LineReader &in)
     }
 }
 
+namespace {
 // What the correlations of all shifts share.
 struct Sums {
     double N, X = 0, Y = 0, denominator = 0;
@@ -76,6 +77,7 @@ struct Sums {
     // Never falls where the nominator rises, also as rounded.
     double correlation(double nominator) const { return (N * nominator - X * Y) / denominator; }
 };
+}  // namespace
 
 static Sums sumColumns()
 {
@@ -93,6 +95,7 @@ static Sums sumColumns()
     return sums;
 }
 
+namespace {
 // The ranges of the correlations on both sides of 0, and the first shifts with the strongest ones.
 struct Extremes {
     double minPosCorr = 1, maxPosCorr = 0;
@@ -132,6 +135,7 @@ struct Range {
                       != std::string_view(highText, text::writeReal(highText, high));
     }
 };
+}  // namespace
 
 static Range rangeOf(const BoundedSums &nominators, size_t k, const Sums &sums)
 {

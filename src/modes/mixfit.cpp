@@ -175,12 +175,14 @@ static void writeRanking(const std::string &name, std::vector<float> distances, 
     out.put('\n');
 }
 
+namespace {
 // What mixing each population into the best one gains, [population].
 struct Drops {
     std::vector<float> mindiff;      // smallest distance
     std::vector<float> mindiff_loc;  // proportion where it was found
     std::vector<float> rel_drop;     // gain, relative to the distance of the best population alone
 };
+}  // namespace
 
 // Scans the mixtures of each population with the best one, and writes a row of distances for each.
 static Drops scanDrops(size_t best, text::Writer &out)
@@ -247,12 +249,14 @@ static int takeCandidate(Drops &drops)
     return int(chosen);
 }
 
+namespace {
 // Two of three populations, by their proportions: the one with the strictly smallest is left out, and the
 // others keep their order. On purpose the third one replaces the second where no proportion is strictly
 // smallest.
 struct Reduced {
     int A, B;
 };
+}  // namespace
 static Reduced reduce(int one, int two, int three)
 {
     constexpr int empty = -1;
@@ -316,9 +320,11 @@ static void writeFit(const std::string &name, int one, int two, int three, text:
     }
 }
 
+namespace {
 struct Candidates {
     int one, two, three;
 };
+}  // namespace
 
 static Candidates fitNormally(const std::string &name, text::Writer &out)
 {

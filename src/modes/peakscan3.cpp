@@ -151,6 +151,7 @@ MORVEL_WIDE static void derivative(const std::vector<int> &positions, const std:
     }
 }
 
+namespace {
 // The analysis of one chromosome. Its memory serves the next one too.
 struct Chromosome {
     std::vector<int> L;        // base-pair positions
@@ -161,6 +162,7 @@ struct Chromosome {
 
     size_t size() const { return P.size(); }
 };
+}  // namespace
 
 // Everything but the peaks.
 static void score(Chromosome &chromosome)
@@ -221,9 +223,11 @@ static std::vector<size_t> takeLoneSeeds(Chromosome &chromosome)
     return seeds;
 }
 
+namespace {
 struct Range {
     size_t first, last;
 };
+}  // namespace
 
 // The range around a seed. A smoothed value that is not a number neither extends nor stops it.
 static Range growRange(const Chromosome &chromosome, size_t seed)

@@ -98,6 +98,7 @@ static void checkSizes(const NumberTable &first, const NumberTable &pool)
                    + std::to_string(hitnumber) + " for each of " + std::to_string(count));
 }
 
+namespace {
 // A step towards the result, for the log.
 struct Round {
     double measure;  // total distance; of group matching its objective
@@ -110,6 +111,7 @@ struct Selection {
     std::vector<Round> rounds, groupRounds;  // before the first round, and after each
     bool isOptimal = false;
 };
+}  // namespace
 
 static Selection matchIndividuals(const Standardised &data)
 {

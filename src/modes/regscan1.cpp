@@ -42,6 +42,7 @@ static const char *const headings[]
     = {"Pheno\tChr\tSNPID\tPos\tA1\tA2\tN\tFreq\tSlope\tSE\tR2\tt-value\tp-value\tMethod\n",
        "Pheno\tPhenoID\tN\tMean\tSD\tMarkers\tHits\tAbsMaxSlope\tLeastP\tBestSNP\tLambda\n"};
 
+namespace {
 // What to do.
 struct RegressionPlan {
     AnalysisType type;
@@ -49,6 +50,7 @@ struct RegressionPlan {
     Decision decision;
     Significance significance;
 };
+}  // namespace
 
 static RegressionPlan readOptions()
 {
@@ -72,11 +74,13 @@ static void putValue(double value, text::Writer &out)
         out.put(value);
 }
 
+namespace {
 // The number of individuals in a genotype line of so many columns, and whether it has triplets.
 struct GenotypeLayout {
     size_t individuals = 0;
     bool hasTriplets = false;
 };
+}  // namespace
 
 // By the first phenotype: a column for each of its values, or three. Missing values at its end need have none.
 static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
@@ -101,6 +105,7 @@ static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
     return {triplets, true};
 }
 
+namespace {
 // The hits of the phenotypes of one pass.
 class RegressionHits final : public FitSink {
 public:
@@ -145,6 +150,7 @@ private:
     double m_freedom = -1, m_leastSquaredT = 0;  // of the pair before
     std::map<double, double> m_leastSquaredTs;   // by degrees of freedom
 };
+}  // namespace
 
 // Stays clear of what rounding could do to a t squared that is not formed exactly.
 double RegressionHits::leastSquaredT(double freedom)
@@ -237,6 +243,7 @@ static size_t getData(MarkerLines &lines, const GenotypeLayout &layout, MarkerBl
     return bytes;
 }
 
+namespace {
 // What the statistics file says of a phenotype.
 struct TraitRow {
     std::string name;
@@ -252,6 +259,7 @@ struct RegressionPass {
     size_t bytes = 0;      // in memory
     size_t lineBytes = 0;  // in the phenotype file
 };
+}  // namespace
 
 static RegressionTrait makeTrait(const RegressionPlan &plan, const Phenotype &phenotype, const TraitMoments &moments)
 {
@@ -345,6 +353,7 @@ static Coding codingOf(AnalysisType type)
     return type == dominant ? dominantCoding : type == recessive ? recessiveCoding : Coding();
 }
 
+namespace {
 // The files of a run, and the phenotypes of one pass after the other.
 class RegressionScan {
 public:
@@ -367,6 +376,7 @@ private:
     int64_t m_phenoID = 0;
     bool m_hasScanned = false;
 };
+}  // namespace
 
 RegressionScan::RegressionScan(const RegressionPlan &plan, const RegressionMemory &memory)
     : m_plan(plan), m_memory(memory)

@@ -29,6 +29,7 @@ static void readOptions()
     print("Pdefault=%d\n", int(removalOptions.pdefault));
 }
 
+namespace {
 // The pairs and the individuals that are left, each in their order.
 class Lists {
 public:
@@ -116,6 +117,7 @@ private:
     uint32_t m_firstPair = 0, m_firstEntry = 0;  // of those left, once the removed ones are skipped
     std::vector<uint32_t> m_touched;             // individuals that lost pairs in this cycle
 };
+}  // namespace
 
 static void relout5()
 {

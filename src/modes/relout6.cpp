@@ -19,6 +19,7 @@ static void readOptions()
     print("Pdefault=%d\n", int(removalOptions.pdefault));
 }
 
+namespace {
 // The pairs and individuals by whether they are marked as removed.
 class Marks {
 public:
@@ -81,6 +82,7 @@ private:
     std::vector<uint32_t> m_touched;       // individuals that lost pairs in this cycle
     bool m_isFirst = true;
 };
+}  // namespace
 
 static void relout6()
 {

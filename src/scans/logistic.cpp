@@ -98,12 +98,14 @@ std::span<const LogisticKernels> LogisticKernels::all()
     return kernels;
 }
 
+namespace {
 // Where the search is, with dosages less their mean, so that intercept and slope hardly depend on each other.
 struct LogisticEstimate {
     double intercept;
     double slope = 0;
     double error = noValue;
 };
+}  // namespace
 
 static bool invert(const double *information, double *variance)
 {

@@ -3,11 +3,13 @@
 
 #include <cmath>
 
+namespace {
 // Numbers of twice the digits as sums of two doubles. The steps are those of Dekker, A floating-point technique for
 // extending the available precision (1971), and of Knuth's exact sum; Number is a double or some side by side.
 struct ExactReal {
     double high = 0, low = 0;
 };
+}  // namespace
 
 // Adds b to `high`, and to `low` what that rounds away and `rest`.
 template <class Number>

@@ -28,6 +28,7 @@ static double frequencyOf(double sum, size_t n)
     return n > 0 ? sum / double(2 * n) : noValue;
 }
 
+namespace {
 // The sums of all pairs by products of many phenotypes and markers, and once more with all digits for a pair that may
 // be a hit or whose sums leave a doubt.
 class LineAnalysis final : public Analysis {
@@ -51,6 +52,7 @@ private:
     std::vector<std::vector<double>> m_panels;  // [panel][individual][phenotype]
     LinePoints m_points;
 };
+}  // namespace
 
 size_t LineAnalysis::add(RegressionTrait trait)
 {
@@ -141,6 +143,7 @@ void LineAnalysis::scan(const MarkerBlock &block, FitSink &sink)
     }
 }
 
+namespace {
 class LogisticAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
@@ -154,6 +157,7 @@ private:
     DosagePlaces m_places;
     DosageGroups m_groups;
 };
+}  // namespace
 
 void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t marker, FitSink &sink)
 {
@@ -186,6 +190,7 @@ void LogisticAnalysis::scan(const MarkerBlock &block, FitSink &sink)
     }
 }
 
+namespace {
 class BinAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
@@ -203,6 +208,7 @@ private:
     std::vector<Sums> m_sums;  // [bin]
     LinePoints m_points;
 };
+}  // namespace
 
 void BinAnalysis::sumBins(const RegressionTrait &trait, const MarkerBlock &block)
 {

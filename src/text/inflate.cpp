@@ -28,6 +28,7 @@ static bool findFunction(void *library, const char *name, Function &function)
 
 #ifdef MORVEL_ISAL
 
+namespace {
 class IsalInflater : public Inflater {
 public:
     bool load()
@@ -64,9 +65,11 @@ private:
     decltype(&isal_inflate) m_inflate;
     inflate_state m_state;
 };
+}  // namespace
 
 #endif
 
+namespace {
 class ZlibInflater : public Inflater {
 public:
     ZlibInflater() = default;
@@ -121,6 +124,7 @@ private:
     decltype(&inflateEnd) m_end;
     bool m_isLoaded = false;
 };
+}  // namespace
 
 template <class Loaded>
 static std::unique_ptr<Inflater> makeLoaded()

@@ -18,6 +18,7 @@ void Packer::writePacked(const char *bytes, size_t size)
     m_hasFailed = false;
 }
 
+namespace {
 // Blocks as bgzip makes them (SAM/BAM format specification, 4.1): gzip members of up to 64 KiB, each with its size in
 // an extra field, and an empty one at the end.
 class BgzipPacker : public Packer {
@@ -74,6 +75,7 @@ private:
     char m_content[contentSize];
     char m_block[blockSize] = {'\x1f', '\x8b', 8, 4, 0, 0, 0, 0, 0, '\xff', 6, 0, 'B', 'C', 2, 0};
 };
+}  // namespace
 
 void BgzipPacker::writeBlock()
 {
@@ -87,6 +89,7 @@ void BgzipPacker::writeBlock()
     writePacked(m_block, trailer + trailerSize);
 }
 
+namespace {
 class ZstdPacker : public Packer {
 public:
     ZstdPacker(int file, const std::string &name) : Packer(file, name), m_state(ZSTD_createCCtx())
@@ -110,6 +113,7 @@ private:
     const size_t m_blockSize = ZSTD_CStreamOutSize();
     const std::unique_ptr<char[]> m_block = std::make_unique_for_overwrite<char[]>(m_blockSize);
 };
+}  // namespace
 
 void ZstdPacker::pack(std::string_view bytes, ZSTD_EndDirective what)
 {

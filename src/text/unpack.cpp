@@ -55,6 +55,7 @@ void PackedBytes::refuse() const
     std::abort();  // no handler returns
 }
 
+namespace {
 // RFC 1952: members one behind the other. Those of bgzip (SAM/BAM format specification, 4.1) tell their size in a field
 // "BC", and the last of a file is empty, so that a file cut between two of them shows.
 class GzipUnpacker : public Unpacker {
@@ -99,6 +100,7 @@ private:
     uint64_t m_memberSize = 0;   // as a block of bgzip tells it; 0 elsewhere
     uint32_t m_checksum = 0;     // of the header
 };
+}  // namespace
 
 std::string_view GzipUnpacker::takeHeader(size_t size)
 {
@@ -176,6 +178,7 @@ void GzipUnpacker::endMember()
         m_packed.refuse();
 }
 
+namespace {
 // RFC 8878: frames one behind the other, of content or to be skipped.
 class ZstdUnpacker : public Unpacker {
 public:
@@ -213,6 +216,7 @@ private:
     std::unique_ptr<ZSTD_DCtx, Free> m_state;
     bool m_isBetweenFrames = false;
 };
+}  // namespace
 
 static bool isSkippable(std::string_view head)
 {

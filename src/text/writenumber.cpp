@@ -10,12 +10,14 @@
 
 namespace text {
 
+namespace {
 // A positive number to six significant digits, with ties to even: digits, of which there are six, times
 // 10^(decade - 5).
 struct SixDigits {
     uint32_t digits;
     int decade;
 };
+}  // namespace
 
 static constexpr int leastDecade = -13;
 static constexpr double decades[]

@@ -496,6 +496,10 @@ def mutations(case):
         found = re.search(rb"Sanitizer|runtime error", run.errors) and not re.search(
             rb"out-of-memory|allocation-size-too-big|failed to allocate", run.errors)
         case.expect(not found and run.status in (0, 1, -6), run, f"seed {seed}")
+        if options.compare:
+            other = case.run(contents=contents, arguments=words, limit=1 << 20, program=str(options.root / "compare"))
+            same = (run.status, run.out, run.files) == (other.status, other.out, other.files)
+            case.expect(same, other, f"seed {seed}, other build")
 
 
 CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines,
@@ -518,7 +522,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--program", type=Path, required=True)
     parser.add_argument("--failcalls", type=Path, required=True)
-    parser.add_argument("--compare", type=Path, help="another build, without wide vectors")
+    parser.add_argument("--compare", type=Path, help="another build, whose bytes must be the same")
     parser.add_argument("--full", action="store_true")
     parser.add_argument("--slow", action="store_true", help="a build without memory limits and billions of lines")
     parser.add_argument("--fuzz", type=float, default=0, help="seconds of mutations for each mode")

@@ -6,6 +6,7 @@
 #include <QStringTokenizer>
 #include <QTextStream>
 
+namespace {
 class QtFile : public text::DecodedFile {
 public:
     bool open(int file)
@@ -33,6 +34,7 @@ public:
 private:
     QFile m_in;
 };
+}  // namespace
 
 extern "C" [[gnu::visibility("default")]] text::DecodedFile *openDecodedFile(int file)
 {

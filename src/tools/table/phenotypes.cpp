@@ -23,11 +23,13 @@ static constexpr const Option *options[]
     = {&fileOption,  &individualsOption, &outOption,    &idOption,     &columnsOption, &listOption,
        &delimOption, &scanDelimOption,   &quotesOption, &absentOption, &missingOption, &memoryOption};
 
+namespace {
 // Of all phenotypes that are asked for.
 struct Columns {
     std::vector<size_t> places;      // in the table
     std::vector<std::string> names;  // of the phenotypes
 };
+}  // namespace
 
 static Columns findColumns(const std::vector<std::string_view> &header, size_t idPlace, const Table &table)
 {
