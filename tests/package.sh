@@ -12,7 +12,7 @@ if command -v lintian >/dev/null; then
     lintian --fail-on error,warning "$package"
 fi
 dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is no dependency"; exit 1; }
-[ "$(dpkg-deb -f "$package" Recommends)" = gnuplot-nox ] || { echo "gnuplot is not recommended"; exit 1; }
+dpkg-deb -f "$package" Recommends | grep -q gnuplot-nox || { echo "gnuplot is not recommended"; exit 1; }
 dpkg-deb -x "$package" root
 
 # Every link in the installed pages leads to an installed file and, in it, to a heading.
