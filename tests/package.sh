@@ -13,6 +13,11 @@ if command -v lintian >/dev/null; then
 fi
 dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is no dependency"; exit 1; }
 dpkg-deb -x "$package" root
+if command -v hardening-check >/dev/null; then
+    find root/usr/bin root/usr/lib -type f | xargs hardening-check --nocfprotection --nobranchprotection --nofortify >log \
+        || { cat log; exit 1; }
+    hardening-check root/usr/bin/morvel | grep -q 'Fortify Source functions: yes' || { echo "not fortified"; exit 1; }
+fi
 
 root/usr/bin/morvel -M gentoAD -file root/usr/share/doc/morvel/examples/example.gen -out example.ad >log
 root/usr/bin/morvel -M gwas -pfile root/usr/share/doc/morvel/examples/example.pheno -gfile example.ad -out hits >log
