@@ -48,6 +48,7 @@ for architecture in "$@"; do
     printf '#!/bin/sh\nexec qemu-%s-static -L %s %s "$@"\n' "$name" "$root" "$PWD/$folder/morvel" >"$folder/emulated"
     chmod +x "$folder/emulated"
     echo "== $architecture: the test program"
+    export QEMU_LD_PREFIX=$root  # for the companions, which the system starts by itself
     MORVEL_PROGRAM=$PWD/$folder/emulated qemu-"$name"-static -L "$root" "$folder/tests/morvel-tests" --gtest_brief=1 \
         --gtest_filter="${MORVEL_PORTABLE_TESTS:-*}"
     echo "== $architecture: all modes against the native build"

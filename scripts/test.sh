@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 sed -n '2,3s/^# //p' "$0"
 . scripts/packages.sh
 start_log build/test.log
-install_packages $build_packages libgtest-dev libgmock-dev python3 locales dpkg-dev lintian groff-base \
+install_packages $build_packages libgtest-dev libgmock-dev python3 locales dpkg-dev devscripts lintian groff-base \
     tabix zstd
 
 for preset in release debug-sanitize; do
