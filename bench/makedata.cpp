@@ -3,6 +3,7 @@
 //   makedata triplets INDIVIDUALS MARKERS > FILE
 //   makedata phenotypes INDIVIDUALS PHENOTYPES > FILE
 //   makedata pairs INDIVIDUALS PAIRS > FILE
+//   makedata allpairs INDIVIDUALS 0 > FILE
 //   makedata weights INDIVIDUALS LISTED > FILE
 //   makedata results CHROMOSOMES MARKERS > FILE     association results with peaks
 //   makedata map SPACING ENTRIES > FILE             genetic map
@@ -117,6 +118,15 @@ static void makePairs(unsigned individuals, unsigned pairs)
         std::printf("ID%u\tID%u\t0.%04u\n", nameOf(one, individuals), nameOf(other, individuals), 442 + below(4600));
 }
 
+// Every pair of so many individuals, as relatedness programs write them: first identifiers in runs. One in 200 is related.
+static void makeAllPairs(unsigned individuals, unsigned)
+{
+    for (unsigned i = 0; i < individuals; ++i) {
+        for (unsigned k = i + 1; k < individuals; ++k)
+            std::printf("ID%u\tID%u\t0.%04u\n", i + 100000, k + 100000, below(200) == 0 ? 4420 + below(600) : below(400));
+    }
+}
+
 static void makeWeights(unsigned individuals, unsigned listed)
 {
     for (unsigned i = 0; i < listed; ++i)
@@ -205,7 +215,7 @@ int main(int argc, char **argv)
         const char *name;
         void (*make)(unsigned, unsigned);
     } makers[] = {{"triplets", makeTriplets},     {"phenotypes", makePhenotypes},
-                  {"pairs", makePairs},           {"weights", makeWeights},
+                  {"pairs", makePairs}, {"allpairs", makeAllPairs},           {"weights", makeWeights},
                   {"results", makeResults},       {"map", makeMap},
                   {"directions", makeDirections}, {"values", makeValues},
                   {"cases", makeCases},           {"pool", makePool}};

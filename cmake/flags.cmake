@@ -34,7 +34,8 @@ if(MORVEL_SANITIZE)
     set(sanitizers address,undefined)
   endif()
   add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=${sanitizers})
+  # dlopen() is called by the sanitizer there, to which a program's run path of the newer kind does not extend.
+  add_link_options(-fsanitize=${sanitizers} -Wl,--disable-new-dtags)
 endif()
 
 if(MORVEL_COVERAGE)

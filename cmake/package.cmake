@@ -2,7 +2,7 @@
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 install(TARGETS morvel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS morvel-decoder LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/morvel)
+install(TARGETS morvel-decoder LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/morvel/modules)  # any higher, and CPack would call ldconfig
 install(FILES ${CMAKE_BINARY_DIR}/morvel.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${CMAKE_BINARY_DIR}/morvel.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME morvel)
@@ -13,7 +13,17 @@ foreach(companion IN LISTS MORVEL_COMPANIONS)
   install(FILES ${CMAKE_BINARY_DIR}/${program}.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
           RENAME ${program})
 endforeach()
-install(FILES README.md CHANGELOG.md docs/usage.md docs/recipes.md docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
+
+# Where they are installed the pages lie side by side, and some stay in the source: their links are made to fit.
+foreach(page README.md CHANGELOG.md)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page})
+  file(READ ${page} text)
+  string(REGEX REPLACE "\\]\\(docs/(usage|recipes|performance)\\.md" "](\\1.md" text "${text}")
+  string(REGEX REPLACE "\\[[^]]*\\]\\((docs/[a-z]+\\.md|CONTRIBUTING\\.md)\\)" "\\1 of the source" text "${text}")
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/installed/${page} CONTENT "${text}" @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/installed/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR})
+endforeach()
+install(FILES docs/usage.md docs/recipes.md docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES examples/example.gen examples/example.pheno examples/region.gen DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 

@@ -4,13 +4,15 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 sed -n '2s/^# //p' "$0"
 . scripts/packages.sh
+start_log build/demo.log
 install_packages $build_packages
 
-cmake -S . -B build
-cmake --build build --parallel "$(nproc)" --target morvel
+echo "Building build/morvel"
+logged cmake -S . -B build
+logged cmake --build build --parallel "$(nproc)" --target morvel
 mkdir -p out
-build/morvel -M gentoAD -file examples/example.gen -out out/example.ad
-build/morvel -M gwas -pfile examples/example.pheno -gfile out/example.ad -out out/example.hits
+logged build/morvel -M gentoAD -file examples/example.gen -out out/example.ad
+logged build/morvel -M gwas -pfile examples/example.pheno -gfile out/example.ad -out out/example.hits
 
 echo "Hits (out/example.hits):"
 head -n 10 out/example.hits

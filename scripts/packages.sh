@@ -1,4 +1,23 @@
-# To be sourced.
+# To be sourced: quiet steps, and the Debian packages that they need.
+
+# The log of the script, in the folder of the build; the first call of a script names it.
+start_log() {
+    log=$1
+    mkdir -p "$(dirname "$log")"
+    : >"$log"
+}
+
+# Runs a command with all that it says in the log. Where it fails, shows the end of that, names the log and ends the
+# script with its status.
+logged() {
+    local status=0
+    "$@" >>"$log" 2>&1 || status=$?
+    [ $status -eq 0 ] && return
+    tail -n 20 "$log"
+    echo "Failed with status $status: $*"
+    echo "All of it is in $log"
+    exit $status
+}
 
 # What the build needs. ISA-L exists for two kinds of processor only; elsewhere the build does without.
 build_packages="g++ cmake make qt6-base-dev libboost-dev zlib1g-dev libdeflate-dev libzstd-dev"
@@ -18,7 +37,7 @@ install_packages() {
         command -v sudo >/dev/null || { echo "Please install them as root, or install sudo" >&2; exit 1; }
         as_root=(sudo)
     fi
-    "${as_root[@]}" apt-get update -q
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    logged "${as_root[@]}" apt-get update -q
+    logged "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends "${missing[@]}"
 }

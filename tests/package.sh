@@ -14,10 +14,21 @@ fi
 dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is no dependency"; exit 1; }
 dpkg-deb -x "$package" root
 if command -v hardening-check >/dev/null; then
-    find root/usr/bin root/usr/lib -type f | xargs hardening-check --nocfprotection --nobranchprotection --nofortify >log \
+    find root/usr/bin root/usr/lib -type f | xargs hardening-check --nocfprotection --nofortify >log \
         || { cat log; exit 1; }
     hardening-check root/usr/bin/morvel | grep -q 'Fortify Source functions: yes' || { echo "not fortified"; exit 1; }
 fi
+
+# Every link in the installed pages leads to an installed file and, in it, to a heading.
+for page in root/usr/share/doc/morvel/*.md; do
+    { grep -oE '\]\([^)]+\)' "$page" || true; } | sed '/](http/d; s/^](//; s/)$//' | while read -r link; do
+        file=${link%%#*} heading=${link#"${link%%#*}"}
+        target=${page%/*}/${file:-${page##*/}}
+        [ -f "$target" ] || { echo "$page: $link leads nowhere"; exit 1; }
+        [ -z "$heading" ] || sed -n 's/^#* //p' "$target" | tr 'A-Z' 'a-z' | sed 's/[^a-z0-9 -]//g; s/ /-/g; s/^/#/' \
+            | grep -x -- "$heading" >heading || { echo "$page: $link has no such heading"; exit 1; }
+    done
+done
 
 root/usr/bin/morvel -M gentoAD -file root/usr/share/doc/morvel/examples/example.gen -out example.ad >log
 root/usr/bin/morvel -M gwas -pfile root/usr/share/doc/morvel/examples/example.pheno -gfile example.ad -out hits >log

@@ -4,12 +4,13 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 . scripts/packages.sh
-install_packages clang cmake make qt6-base-dev libgtest-dev libgmock-dev
+start_log build-clang/test.log
+install_packages $build_packages clang libgtest-dev libgmock-dev
 
 # build FOLDER TARGET OPTION...
 build() {
-    cmake -S . -B "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "${@:3}" >/dev/null
-    cmake --build "$1" --parallel "$(nproc)" --target "$2"
+    logged cmake -S . -B "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "${@:3}"
+    logged cmake --build "$1" --parallel "$(nproc)" --target "$2"
 }
 
 build build-clang all -DMORVEL_TESTS=ON -DCMAKE_CXX_COMPILER=clang++
@@ -17,8 +18,11 @@ ctest --test-dir build-clang --parallel "$(nproc)" --output-on-failure --no-test
     -R '^(Shell|Failure|Options|Line|Field|Read|Write|Decimal|BinSums|ClassSums|Regression|Logistic|Search|MixFit)'
 
 # The linker tells of names with two meanings, and says so as a warning.
-build build-lto morvel -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON 2>&1 | tee build-lto/log
-! grep warning build-lto/log
+start_log build-lto/build.log
+build build-lto morvel -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON
+if grep 'warning:' build-lto/build.log; then
+    exit 1
+fi
 
 build build-thread morvel -DMORVEL_SANITIZE=thread -DCMAKE_BUILD_TYPE=RelWithDebInfo
 for mode in "gwas3" "gwas2 -format triplet"; do

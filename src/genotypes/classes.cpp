@@ -1,11 +1,13 @@
 #include "genotypes/classes.h"
 #include "genotypes/markers.h"
+#include "genotypes/shortnumbers.h"
+#include "processors/wide.h"
 #include "text/bytes.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
 
-#include <bit>
-#include <cstring>
+#include <algorithm>
+#include <array>
 
 // The whole part of the dosage plus a half, in single precision. On purpose truncation makes 0 of all from above -1.
 static uint8_t classOf(float hetero, float homo)
@@ -26,49 +28,49 @@ static bool takeWord(const char *&at, const char *end, std::string_view &word)
     return at != first;
 }
 
-// Reads a short number and passes over the blank behind it, which must lie before the end: thousandths, or -1.
-static int takeThousandths(const char *&at, const char *end)
-{
-    uint64_t bytes;
-    std::memcpy(&bytes, at, sizeof bytes);
-    const uint64_t others = bytes ^ 0x2020202020202020;
-    const uint64_t blanks = (others - 0x0101010101010101) & ~others & 0x8080808080808080;
-    const size_t size = size_t(std::countr_zero(blanks)) / 8;
-    const char *const first = at;
-    at += size + 1;
-    return size > 0 && at <= end ? text::readThousandths(first, size) : -1;
-}
-
 // Reads the triplet of the next individual; false where the line ends before.
 static bool takeClass(const char *&at, const char *end, uint8_t &group)
 {
-    if constexpr (std::endian::native == std::endian::little) {
-        // A certain genotype such as "0 1 0 ", told by the bits in which it differs from "0 0 0 ", has its class in
-        // two of its bits. Four of five genotypes, at a quarter of the cost of reading numbers.
-        uint64_t bytes;
-        std::memcpy(&bytes, at, sizeof bytes);
-        const uint64_t bits = (bytes << 16) ^ (uint64_t(0x203020302030) << 16);
-        if ((bits & ~(uint64_t(0x000100010001) << 16)) == 0 && end - at >= 6) [[likely]] {
-            at += 6;
-            group = uint8_t((bits >> 32 & 1) + (bits >> 47 & 2));
-            return true;
-        }
-        // Short numbers with a blank behind each.
-        const char *next = at;
-        const int none = takeThousandths(next, end);
-        const int hetero = none < 0 ? -1 : takeThousandths(next, end);
-        const int homo = hetero < 0 ? -1 : takeThousandths(next, end);
-        if (homo >= 0) [[likely]] {
-            at = next;
-            group = classOf(float(hetero / 1000.0), float(homo / 1000.0));
-            return true;
-        }
-    }
     std::string_view none, hetero, homo;
     if (!takeWord(at, end, none) || !takeWord(at, end, hetero) || !takeWord(at, end, homo))
         return false;
     group = classOf(text::readFloat(hetero), text::readFloat(homo));
     return true;
+}
+
+// The classes by the thousandths of the dosage; oddClass halfway between two, where the rounding of both numbers to
+// single precision decides.
+static constexpr uint8_t oddClass = 0xff;
+static constexpr auto shortClasses = [] {
+    std::array<uint8_t, 3001> classes{};
+    for (size_t i = 0; i < classes.size(); ++i)
+        classes[i] = i % 1000 == 500 ? oddClass : uint8_t(std::min<size_t>((i + 500) / 1000, noClass));
+    return classes;
+}();
+
+// Reads triplets of short numbers with single separators between them, up to the first other one; returns how many.
+MORVEL_WIDE static size_t readShortWords(const char *&at, const char *end, std::span<uint8_t> classes)
+{
+    text::FieldWalker<text::Separator::WhiteSpace> walker({at, size_t(end - at)});
+    size_t individual = 0;
+    while (const size_t triplets = walker.next(std::min(walker.batchSize, 3 * (classes.size() - individual))) / 3) {
+        const char *const *const marks = walker.marks();
+        int32_t numbers[walker.batchSize / 3][2];
+        kernelsInUse<ShortNumberKernels>->readWords(marks + 1, 3, triplets, numbers);
+        for (size_t i = 0; i < triplets; ++i, ++individual) {
+            const int32_t hetero = numbers[i][0], homo = numbers[i][1];
+            const bool isShort = (hetero | homo) >= 0 && marks[3 * i + 1] - marks[3 * i] > 1;
+            const size_t thousandths = size_t(hetero + 2 * homo);
+            if (!isShort || thousandths >= shortClasses.size()) [[unlikely]]
+                return individual;
+            uint8_t group = shortClasses[thousandths];
+            if (group == oddClass) [[unlikely]]
+                group = classOf(float(hetero / 1000.0), float(homo / 1000.0));
+            classes[individual] = group;
+            at = std::min(marks[3 * i + 3] + 1, end);
+        }
+    }
+    return individual;
 }
 
 ClassReader::ClassReader(std::string_view delimiter, std::string_view firstLine)
@@ -90,7 +92,7 @@ bool ClassReader::readWords(std::string_view line, std::string_view &name, std::
     }
     if (at != end)
         ++at;  // the blank
-    for (uint8_t &group : classes) {
+    for (uint8_t &group : classes.subspan(readShortWords(at, end, classes))) {
         if (!takeClass(at, end, group))
             return false;
     }

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-static constexpr size_t fullLookBytes = size_t(8) << 20;
-static constexpr size_t markersPerLook = 64;  // after that
+static constexpr size_t fullLookBytes = size_t(2) << 20;
+static constexpr size_t markersPerLook = 256;  // after that
 static constexpr double sumTolerance = 0.02;  // rounding of three numbers to two digits
 
 namespace {

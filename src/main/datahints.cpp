@@ -1,13 +1,16 @@
 #include "main/datahints.h"
 #include "main/nearest.h"
 #include "text/files.h"
+#include "text/foreign.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 using std::string_view;
@@ -37,12 +40,6 @@ static std::vector<std::string (*)()> lateHints;
 static std::vector<BadFields> badFields;
 static std::vector<std::string> oddOutputs;
 static std::string unopened;  // the first file that could not be opened, and why
-
-static bool isReadAgain(const std::string &name)
-{
-    struct stat file;
-    return stat(name.c_str(), &file) == 0 && S_ISREG(file.st_mode);
-}
 
 static bool hasDecimalComma(string_view field)
 {
@@ -142,26 +139,48 @@ struct Place {
 };
 }  // namespace
 
-// Reads the file again up to there. Fields are parted by the byte that stands before this one.
+[[noreturn]] static void throwFailure(const char *, const std::string &name)
+{
+    throw std::runtime_error(name);
+}
+
+void readAgain(const std::string &file, const std::function<void(text::LineReader &)> &look)
+{
+    struct stat status;
+    if (stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return;
+    const auto onFailure = std::exchange(text::onFailure, throwFailure);
+    const auto onForeign = std::exchange(text::onForeign, nullptr);
+    try {
+        text::LineReader in;
+        if (in.open(file))
+            look(in);
+    } catch (const std::exception &) {
+        // The hint goes without what was looked for.
+    }
+    text::onFailure = onFailure;
+    text::onForeign = onForeign;
+}
+
+// Fields are parted by the byte that stands before this one.
 static Place placeAt(const std::string &file, size_t offset)
 {
     Place place;
-    text::LineReader in;
-    if (!isReadAgain(file) || !in.open(file))
-        return place;
-    in.keepReturns();
-    size_t lineStart = 0;
-    for (string_view line; in.next(line); lineStart += line.size() + 1) {
-        ++place.line;
+    readAgain(file, [&](text::LineReader &in) {
+        in.keepReturns();
+        size_t lineStart = 0;
+        size_t number = 1;
+        string_view line;
+        for (; in.next(line) && offset > lineStart + line.size(); ++number)
+            lineStart += line.size() + 1;
         if (offset > lineStart + line.size())
-            continue;
+            return;
         const string_view before = line.substr(0, offset - lineStart);
-        place.field = 1;
-        for (size_t i = 0; i + 1 <= before.size(); ++i)
+        place = {number, 1};
+        for (size_t i = 0; i < before.size(); ++i)
             place.field += before[i] == before.back() && (before[i] != ' ' || i == 0 || before[i - 1] != ' ');
-        return place;
-    }
-    return {};
+    });
+    return place;
 }
 
 // What may be done about the first line of the file, if it is a header.

@@ -4,7 +4,9 @@
 #pragma once
 
 #include "main/modes.h"
+#include "text/lines.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +25,9 @@ void addDataHint(std::string (*textAtTheEnd)());
 
 // An output that will be made, under a name that may be an option's.
 void noteOutput(const std::string &name);
+
+// Reads a regular file again for a hint. A failure ends that, and nothing else.
+void readAgain(const std::string &file, const std::function<void(text::LineReader &)> &look);
 
 // To be called at the end of a run.
 void showDataHints(int status);

@@ -24,7 +24,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 static constexpr InputOption genotypeFileOption = {"-gfile", Use::Required, "genotype-triplet file"};
@@ -324,20 +323,22 @@ size_t FastScan::firstError(const Marker &marker) const
 // Tells who is in no class, for a person. The line is read again for it, from a file that can be.
 void FastScan::explainError(const Marker &marker, size_t phenotype) const
 {
+    if (!wantsDataHints())
+        return;
     size_t individual = 0;
     while (marker.classes[individual] != noClass || !m_matrix.isPresent(phenotype, individual))
         ++individual;
-    text::LineReader in;
-    std::string_view line;
-    if (!wantsDataHints() || !std::filesystem::is_regular_file(Genoname) || !in.open(Genoname))
-        return;
-    for (int64_t i = 0; i <= m_MarkerID; ++i)
-        nextMarkerLine(in, line);
-    std::vector<std::string_view> words;
-    text::splitNonEmptyFields(line, Delim, words);
     std::string triplet;
-    for (size_t i = leadingColumns + 3 * individual; i < leadingColumns + 3 * individual + 3 && i < words.size(); ++i)
-        triplet.append(" ").append(words[i]);
+    readAgain(Genoname, [&](text::LineReader &in) {
+        std::string_view line;
+        for (int64_t i = 0; i <= m_MarkerID; ++i)
+            nextMarkerLine(in, line);
+        std::vector<std::string_view> words;
+        text::splitNonEmptyFields(line, Delim, words);
+        const size_t first = leadingColumns + 3 * individual;
+        for (size_t i = first; i < first + 3 && i < words.size(); ++i)
+            triplet.append(" ").append(words[i]);
+    });
     addDataHint("marker " + marker.RSnumber + ", individual " + std::to_string(individual + 1) + ": the dosage of"
                 + triplet + " is no genotype");
 }

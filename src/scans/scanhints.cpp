@@ -4,11 +4,9 @@
 #include "main/nearest.h"
 #include "main/settings.h"
 #include "scans/phenotype.h"
-#include "text/lines.h"
 
 #include <algorithm>
 #include <cmath>
-#include <sys/stat.h>
 
 static bool isNameOfIdentifiers(std::string name)
 {
@@ -74,13 +72,11 @@ void lookAtBins(const std::string &name, const std::vector<double> &values, cons
 
 static size_t countLines(const std::string &name)
 {
-    struct stat file;
-    text::LineReader in;
-    if (stat(name.c_str(), &file) != 0 || !S_ISREG(file.st_mode) || !in.open(name))
-        return 0;
     size_t count = 0;
-    for (std::string_view line; in.nextNonEmpty(line);)
-        ++count;
+    readAgain(name, [&](text::LineReader &in) {
+        for (std::string_view line; in.nextNonEmpty(line);)
+            ++count;
+    });
     return count;
 }
 

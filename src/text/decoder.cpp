@@ -7,7 +7,7 @@ namespace text {
 
 std::unique_ptr<DecodedFile> openDecoded(int file)
 {
-    static constexpr char module[] = "libmorvel-decoder.so";  // found by the program's run path
+    static constexpr char module[] = "morvel-decoder.so";  // found by the program's run path
     void *const library = dlopen(module, RTLD_NOW);
     void *const function = library ? dlsym(library, "openDecodedFile") : nullptr;
     if (!function)

@@ -69,7 +69,7 @@ public:
     static constexpr size_t batchSize = 768;  // divisible by 3: whole genotype triplets
 
     explicit FieldWalker(std::string_view line)
-        : m_next(line.data()), m_block(line.data()), m_end(line.data() + line.size())
+        : m_next(line.data() ? line.data() : nothing + 1), m_block(m_next), m_end(m_next + line.size())
     {
     }
 
@@ -111,10 +111,12 @@ public:
     // What follows the fields walked so far; a null view when the last field was among them.
     std::string_view rest() const
     {
-        return m_isDone ? std::string_view() : std::string_view(m_next, size_t(m_end - m_next));
+        return m_isDone || m_end == nothing + 1 ? std::string_view() : std::string_view(m_next, size_t(m_end - m_next));
     }
 
 private:
+    static constexpr char nothing[2] = {};  // stands for a null view: the mark before its field is inside
+
     void scanBlock();
 
     // Adds the ends in what is left of the current block, and goes on to the next one.
@@ -131,8 +133,8 @@ private:
         return count;
     }
 
-    const char *m_next;             // first byte of the next field
-    const char *m_block;            // not scanned from here on
+    const char *m_next;   // first byte of the next field
+    const char *m_block;  // not scanned from here on
     const char *m_end;
     const char *m_base = nullptr;  // of the block scanned last
     uint64_t m_separators = 0;     // of that block, bit i for byte i, without those walked

@@ -502,8 +502,8 @@ def mutations(case):
             case.expect(same, other, f"seed {seed}, other build")
 
 
-CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines, text_forms,
-          environments, file_names, many_lines, mutations]
+CHECKS = [full_devices, failing_calls, same_files, missing_files, changing_files, pipes, compressed, long_lines,
+          text_forms, environments, file_names, many_lines, mutations]
 
 
 def prepare_root():

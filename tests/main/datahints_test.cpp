@@ -94,7 +94,8 @@ static std::vector<Case> cases()
         // Triplets.
         gentoAd("1 rs1 5 A G 0 0 0 0 1 0 0 0 0\n1 rs2 5 A G 1 0 0 1 0 0 0 0 0\n",
                 "triplets of three zeros, which count as dosage 0 (missing?): 3 in 2 of 2 markers looked at\n"),
-        gentoAd("1 rs1 5 A G 0 NaN 0 0 1 0\n", "triplets with nan, which spoil the marker: 1 in 1 of 1 markers looked at\n"),
+        gentoAd("1 rs1 5 A G 0 NaN 0 0 1 0\n",
+                "triplets with nan, which spoil the marker: 1 in 1 of 1 markers looked at\n"),
         gentoAd("1 rs1 5 A G 0.5 0.3 0.3 0 1 0\n", "triplets with a sum other than 1 (another number of leading "
                                                    "columns?): 1 in 1 of 1 markers looked at\n"),
         gwas3("h 1 2\n", "1 rs1 5 A G 0 1 0 1 0 0\n1 rs2 5 A G 0 1 0 0 0 1.25\n",
@@ -184,6 +185,24 @@ TEST(DataHints, CountAFieldOnceWhereTheFileIsReadAgainAndReadPipes)
                                                 "such fields\n");
     folder.write("z", "");
     EXPECT_TRUE(hintsOn("z", "gzip -c g > z;").starts_with("morvel: hint: \"z\", line 1, field 7: \"x\" is"));
+}
+
+TEST(DataHints, StayOutOfARunWhereWhatTheyReadAgainIsDamaged)
+{
+    const Folder folder;
+    std::string phenotypes = "h 1 2 3\n";
+    for (int i = 0; i < 30000; ++i)
+        phenotypes += "w" + std::to_string(i * 7919 % 30011) + " 1 2 3 4\n";
+    folder.write("plain", phenotypes);
+    folder.write("g", dosages);
+    const auto run = [&](const std::string &variable) {
+        return folder.run({"-M", "gwas", "-pfile", "p", "-gfile", "g", "-out", "o"},
+                          "gzip -1 -c plain | head -c 100000 > p; " + variable);
+    };
+    const Result quiet = run("MORVEL_HINTS=0"), hinting = run("MORVEL_HINTS=1");
+    EXPECT_NE(quiet.messages.find("different number of individuals"), std::string::npos) << quiet.messages;
+    EXPECT_EQ(hinting.messages, quiet.messages);
+    EXPECT_NE(hinting.errors.find("the phenotype line has 3 values"), std::string::npos) << hinting.errors;
 }
 
 TEST(Usage, IsShownOnStandardErrorToWhoNamesNoMode)

@@ -81,7 +81,8 @@ static const std::string content = randomLines(9);
 TEST(Compressed, IsReadToItsRightEndOrRefused)
 {
     const Folder folder;
-    const std::string gz = member(content), bgz = written(folder, "a.gz", content), zst = written(folder, "a.zst", content);
+    const std::string gz = member(content), bgz = written(folder, "a.gz", content);
+    const std::string zst = written(folder, "a.zst", content);
     const std::string cut = written(folder, "b.gz", content, false), cutZst = written(folder, "b.zst", content, false);
     const std::string skipped("\x5f\x2a\x4d\x18\3\0\0\0abc", 11), zeros(300000, '\0');
     const struct {

@@ -140,6 +140,7 @@ TEST(ReadThousandths, AgreesWithReadRealOrDeclines)
             for (size_t rest = n; field.size() < size; rest /= bytes.size())
                 field += bytes[rest % bytes.size()];
             const std::string behind = field + std::string(8, bytes[n % bytes.size()]);
+            ASSERT_EQ(text::readMostlyDecimal({behind.data(), size}), text::readReal(field).value) << field;
             const int thousandths = text::readThousandths(behind.data(), size);
             if (thousandths < 0)
                 continue;
