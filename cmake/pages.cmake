@@ -10,8 +10,8 @@ endforeach()
 function(make_page program template output)
   add_custom_command(
     OUTPUT ${output}
-    COMMAND morvel-pages ${program} ${CMAKE_CURRENT_SOURCE_DIR}/src/tools/${template} ${output}
-    DEPENDS morvel-pages src/tools/${template}
+    COMMAND morvel-pages ${program} ${CMAKE_CURRENT_SOURCE_DIR}/src/${template} ${output}
+    DEPENDS morvel-pages src/${template}
     VERBATIM)
 endfunction()
 
@@ -30,10 +30,11 @@ function(make_pages program manual completion)
   compress(${program}.1.gz ${CMAKE_CURRENT_BINARY_DIR}/${program}.1)
 endfunction()
 
-make_pages(morvel pages/morvel.1.in pages/morvel.bash.in)
+make_pages(morvel tools/pages/morvel.1.in tools/pages/morvel.bash.in)
 set(pages morvel.1.gz morvel.bash)
 foreach(companion IN LISTS MORVEL_COMPANIONS)
-  make_pages(morvel-${companion} ${companion}/morvel-${companion}.1.in pages/companion.bash.in)
+  string(REPLACE src/ "" folder ${MORVEL_FOLDER_${companion}})
+  make_pages(morvel-${companion} ${folder}/morvel-${companion}.1.in tools/pages/companion.bash.in)
   list(APPEND pages morvel-${companion}.1.gz morvel-${companion}.bash)
 endforeach()
 compress(changelog.gz ${CMAKE_CURRENT_SOURCE_DIR}/packaging/changelog)

@@ -12,6 +12,7 @@ if command -v lintian >/dev/null; then
     lintian --fail-on error,warning "$package"
 fi
 dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is no dependency"; exit 1; }
+dpkg-deb -f "$package" Recommends | grep -q gnuplot-nox || { echo "gnuplot is not recommended"; exit 1; }
 dpkg-deb -x "$package" root
 if command -v hardening-check >/dev/null; then
     # Libraries call nothing that could be fortified.

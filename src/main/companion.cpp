@@ -19,13 +19,16 @@ static bool asksForHelp(string_view word)
 static std::string callsOf(const Companion &companion)
 {
     const std::string name = companion.name;
-    std::string text = name + ": " + companion.help + "\n\n    " + name + " VERB -option value ...\n\n";
+    std::string word = companion.word;
+    std::ranges::transform(word, word.begin(), [](char letter) { return char(letter - 32); });
+    std::string text = name + ": " + companion.help + "\n\n    " + name + " " + word + " -option value ...\n\n";
     for (const Mode *verb : companion.verbs) {
         std::string spelling = verb->name();
         spelling.resize(std::max(spelling.size() + 1, size_t(12)), ' ');
         text += "    " + spelling + verb->help + "\n";
     }
-    return text + "\n" + name + " VERB --help shows a verb's options, man " + name + " all of them.\n";
+    return text + "\n" + name + " " + word + " --help shows a " + companion.word + "'s options, man " + name
+           + " all of them.\n";
 }
 
 static std::string optionsOf(const Companion &companion, const Mode &verb)
@@ -61,7 +64,7 @@ static const Mode &findVerb(const Companion &companion, string_view name)
         if (names.back() == name)
             return *verb;
     }
-    fatal("There is no verb %s%s\n", quoted(name).c_str(), suggestion(name, names).c_str());
+    fatal("There is no %s %s%s\n", companion.word, quoted(name).c_str(), suggestion(name, names).c_str());
 }
 
 static const Option *findOptionOf(const Mode &verb, string_view name)

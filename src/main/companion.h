@@ -8,6 +8,7 @@ struct Companion {
     const char *name;                    // of the program
     const char *help;                    // a line
     std::span<const Mode *const> verbs;  // in the order in which they are documented
+    const char *word = "verb";           // what they are called
 };
 
 // A whole run: NAME VERB -option value ... Ends with status 0, or with a message on standard error and status 1.

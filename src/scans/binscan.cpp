@@ -15,9 +15,7 @@ static BinDefinition readOptions(const InputOption &genotypeFileOption)
     return bins;
 }
 
-// The table by the number of bins. On purpose it is the next one where there is none for the exact degrees of
-// freedom, and there is none at all for more than 11 bins.
-static TTable chooseTable()
+TTable binTable()
 {
     if (testgroups == 3)
         return df1();
@@ -42,7 +40,7 @@ BinScan prepareBinScan(const InputOption &genotypeFileOption)
                       "least R2; 3, 4 and 5 bins have p and t");
     if (testgroups < 3 || testgroups > 5)
         statistic = 0;  // on purpose: R2 decides, also where there is a t table
-    return {std::move(bins), decisionBy(chooseTable())};
+    return {std::move(bins), decisionBy(binTable())};
 }
 
 BinScanFiles::BinScanFiles(const char *mode, bool rereadsGenotypes)

@@ -20,6 +20,10 @@ struct BinScan {
     Decision decision;
 };
 
+// The table by the number of bins, testgroups. On purpose it is the next one where there is none for the exact degrees
+// of freedom, and there is none at all for more than 11 bins.
+TTable binTable();
+
 // Reads the options of a scan over bins, and prints the console lines on them.
 BinScan prepareBinScan(const InputOption &genotypeFileOption);
 

@@ -6,6 +6,7 @@
 // A line @MODES@ becomes the modes in the words of the manual page, a line @CASES@ those of the completion, within a
 // line @NAMES@ becomes all spellings, and @PROGRAM@ the program's name.
 #include "main/modes.h"
+#include "plot/verbs.h"
 #include "tools/table/verbs.h"
 
 #include <fstream>
@@ -15,7 +16,7 @@
 
 typedef std::span<const Mode *const> Modes;
 
-static constexpr const Companion *companions[] = {&table::companion};
+static constexpr const Companion *companions[] = {&table::companion, &plot::companion};
 
 // The modes of the program, or the verbs of a companion; none of any other name.
 static Modes modesOf(const std::string &program)
