@@ -45,7 +45,7 @@ for architecture in "$@"; do
         -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR="/usr/lib/$(gcc -print-multiarch)/cmake"
     cmake --build "$folder" --parallel "$(nproc)"
     # As a program of its own: the tests and checks start it by its name.
-    printf '#!/bin/sh\nexec qemu-%s-static -L %s %s "$@"\n' "$name" "$root" "$PWD/$folder/morvel" >"$folder/emulated"
+    printf '#!/bin/sh\nexec qemu-%s-static -0 "$0" -L %s %s "$@"\n' "$name" "$root" "$PWD/$folder/morvel" >"$folder/emulated"
     chmod +x "$folder/emulated"
     echo "== $architecture: the test program"
     export QEMU_LD_PREFIX=$root  # for the companions, which the system starts by itself

@@ -15,9 +15,9 @@ dpkg-deb -f "$package" Depends | grep -q 'libqt6core6.* (>= 6' || { echo "Qt is 
 dpkg-deb -f "$package" Recommends | grep -q gnuplot-nox || { echo "gnuplot is not recommended"; exit 1; }
 dpkg-deb -x "$package" root
 if command -v hardening-check >/dev/null; then
-    find root/usr/bin root/usr/lib -type f | xargs hardening-check --nocfprotection --nofortify >log \
-        || { cat log; exit 1; }
-    hardening-check root/usr/bin/morvel | grep -q 'Fortify Source functions: yes' || { echo "not fortified"; exit 1; }
+    # Libraries call nothing that could be fortified.
+    { hardening-check --nocfprotection root/usr/bin/* &&
+        find root/usr/lib -name '*.so' -exec hardening-check --nocfprotection --nofortify {} +; } >log || { cat log; exit 1; }
 fi
 
 # Every link in the installed pages leads to an installed file and, in it, to a heading.

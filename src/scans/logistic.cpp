@@ -211,5 +211,7 @@ double logisticR2(const DosageGroups &groups, const LogisticFit &fit)
     }
     const long double controls = n - cases;
     const long double null = cases * std::log(cases / n) + controls * std::log(controls / n);
-    return double(1 - likelihood / null);
+    // Roundings, whose digits differ between processors, are no fit.
+    const long double r2 = 1 - likelihood / null;
+    return std::fabs(r2) < 1e-15L ? 0 : double(r2);
 }

@@ -162,6 +162,16 @@ TEST(Logistic, AgreesWithPlainStepsInLongDoubles)
     EXPECT_GT(firths, 20);
 }
 
+TEST(Logistic, PrintsNoRoundingsAsR2WhereSharesAreEqual)
+{
+    for (int cases = 1; cases < 30; ++cases) {
+        DosageGroups groups;
+        for (const int times : {1, 2, 5})
+            groups.add(times, 30 * times, cases * times);
+        EXPECT_EQ(logisticR2(groups, fitLogistic(groups)), 0) << cases;
+    }
+}
+
 // The slope is the log of the odds ratio of a table of 2 x 2, and its squared error the sum of the inverse counts
 // (Woolf 1955).
 TEST(Logistic, IsTheOddsRatioOfATable)
