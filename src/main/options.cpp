@@ -56,8 +56,7 @@ std::string Option::shownDefault() const
         return absentText;
     if (kind == Value::Integer)
         return std::to_string(int(*absentNumber));
-    char text[text::maxRealSize];
-    return {text, text::writeReal(text, *absentNumber)};
+    return text::realText(*absentNumber);
 }
 
 int IntegerOption::read() const

@@ -155,9 +155,8 @@ static void adToGen()
     convertLines(in, out, stats);
     out.close();
     stats.close();
-    char text[text::maxRealSize];
     print("Genotypes that deviate: %lld\n", static_cast<long long>(devtimes));
-    print("Total absolute deviation: %.*s\n", int(text::writeReal(text, cumdeviation) - text), text);
+    print("Total absolute deviation: %s\n", text::realText(cumdeviation).c_str());
 }
 
 constinit const Mode adToGenMode = {

@@ -5,6 +5,7 @@
 #include "genotypes/dosages.h"
 #include "genotypes/markerlines.h"
 #include "genotypes/triplethints.h"
+#include "main/memory.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -20,7 +21,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <unistd.h>
 
 static constexpr InputOption genotypeFileOption
     = {"-gfile", Use::Required, "dosage file, or genotype-triplet file with -format triplet"};
@@ -362,8 +362,7 @@ void gwas2Within(const ScanMemory &memory)
 
 static void gwas2()
 {
-    const size_t physical = size_t(sysconf(_SC_PHYS_PAGES)) * size_t(sysconf(_SC_PAGESIZE));
-    gwas2Within({physical / 2, size_t(256) << 20});
+    gwas2Within({halfOfMemory(), size_t(256) << 20});
 }
 
 constinit const Mode gwas2Mode

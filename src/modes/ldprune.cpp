@@ -27,8 +27,6 @@ static constexpr InputOption fileOption
 static constexpr InputOption mapOption = {"-map", Use::Required, "genetic map, sorted by position", emptyIsAbsent};
 static constexpr OutputOption outOption
     = {"-out", "input name", "kept lines; dropped ones go to it + .removed", emptyIsAbsent};
-static constexpr DelimiterOption delimOption
-    = {"-delim", "tab", fiveDelimiters, "\t", "between the fields; any other word is a tab"};
 static constexpr TextOption logOption = {"-log", "", "accepted, not used", "", {.use = Use::NotUsed}};
 static constexpr RealOption thresholdOption
     = {"-threshold", 0, "distance in centimorgans below which neighbours are pruned; 0 prunes none"};
@@ -37,7 +35,7 @@ static constexpr IntegerOption poscolumnOption
     = {"-poscolumn", std::nullopt, "column of the position, from 1", required};
 static constexpr SwitchOption headerOption = {"-dataheader", "yes: pass over the first line"};
 static constexpr const Option *options[]
-    = {&fileOption,      &mapOption,     &outOption,       &delimOption, &logOption,
+    = {&fileOption,      &mapOption,     &outOption,       &wordDelimOption, &logOption,
        &thresholdOption, &pcolumnOption, &poscolumnOption, &headerOption};
 
 static std::string filename;
@@ -150,7 +148,7 @@ static void readOptions(text::Writer &removed)
     refuseSameFiles({filename, mapname}, {outname, removedname});
     if (!removed.open(removedname))
         quit();
-    Delim = delimOption.read();
+    Delim = wordDelimOption.read();
     threshold = thresholdOption.read();
     pcolumn = readPruneColumn(pcolumnOption);
     poscolumn = readPruneColumn(poscolumnOption);

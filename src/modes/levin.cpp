@@ -15,11 +15,9 @@
 
 static constexpr InputOption fileOption = {"-file", Use::Required, "table"};
 static constexpr OutputOption outOption = {"-out", "input name", "output file"};
-static constexpr DelimiterOption delimOption
-    = {"-delim", "tab", fiveDelimiters, "\t", "between the fields; any other word is a tab"};
 static constexpr SwitchOption headerOption = {"-header", "yes or Yes: the first line is a header", "yes Yes no"};
 static constexpr TextOption columnsOption = {"-columns", "1,2", "the two columns, from 1"};
-static constexpr const Option *options[] = {&fileOption, &outOption, &delimOption, &headerOption, &columnsOption};
+static constexpr const Option *options[] = {&fileOption, &outOption, &wordDelimOption, &headerOption, &columnsOption};
 
 static std::string Filename;
 static std::string Outname;
@@ -46,7 +44,7 @@ static void readOptions()
 {
     Filename = fileOption.require();
     Outname = outOption.readAnnounced(Filename);
-    Delim = delimOption.read();
+    Delim = wordDelimOption.read();
     headeryes = headerOption.isOn();
     readColumns();
 }
@@ -213,17 +211,11 @@ static Extremes correlateShifts(text::Writer &out)
     return extremes;
 }
 
-static std::string textOf(double value)
-{
-    char text[text::maxRealSize];
-    return {text, text::writeReal(text, value)};
-}
-
 static void printExtremes(const Extremes &extremes)
 {
-    const std::string strongest = textOf(extremes.maxPosCorr), weakest = textOf(extremes.minNegCorr);
-    print("Positive correlation range = %s ... %s\n", textOf(extremes.minPosCorr).c_str(), strongest.c_str());
-    print("Negative correlation range = %s ... %s\n", textOf(extremes.maxNegCorr).c_str(), weakest.c_str());
+    const std::string strongest = text::realText(extremes.maxPosCorr), weakest = text::realText(extremes.minNegCorr);
+    print("Positive correlation range = %s ... %s\n", text::realText(extremes.minPosCorr).c_str(), strongest.c_str());
+    print("Negative correlation range = %s ... %s\n", text::realText(extremes.maxNegCorr).c_str(), weakest.c_str());
     print("Best positive correlation = %s is at iteration %zu\n", strongest.c_str(), extremes.bestPosCorrLoc + 1);
     print("Best negative correlation = %s is at iteration %zu\n", weakest.c_str(), extremes.bestNegCorrLoc + 1);
 }

@@ -96,9 +96,7 @@ static void reportClip2()
         print("Clip2 not applied\n");
         return;
     }
-    char text[text::maxRealSize];
-    const char *end = text::writeReal(text, clip2Option.read());
-    print("Clip2 = %.*s\n", int(end - text), text);
+    print("Clip2 = %s\n", text::realText(clip2Option.read()).c_str());
 }
 
 static void readOptions()

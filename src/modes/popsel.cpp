@@ -253,12 +253,6 @@ static void writeUnmatched(const NumberTable &first, const Standardised &data, c
     }
 }
 
-static std::string textOf(double value)
-{
-    char text[text::maxRealSize];
-    return {text, text::writeReal(text, value)};
-}
-
 // Everything that the run made known, section by section, with an empty line between.
 static void writeLog(const NumberTable &first, const NumberTable &pool, const Points &points, const Points &poolPoints,
                      const Standardised &data, const Selection &selection, text::Writer &log)
@@ -292,9 +286,9 @@ static void printResult(const Selection &selection)
     const Round &last = selection.rounds.back();
     print("Matched individuals: %zu of %zu, with %zu of the pool\n", matchedCount(selection), selection.matches.size(),
           last.matchCount);
-    print("Total distance: %s%s\n", textOf(last.measure).c_str(), selection.isOptimal ? " (optimal)" : "");
+    print("Total distance: %s%s\n", text::realText(last.measure).c_str(), selection.isOptimal ? " (optimal)" : "");
     if (groupmatch)
-        print("Group objective: %s\n", textOf(selection.groupRounds.back().measure).c_str());
+        print("Group objective: %s\n", text::realText(selection.groupRounds.back().measure).c_str());
 }
 
 static void popSel()

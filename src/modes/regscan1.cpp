@@ -5,6 +5,7 @@
 #include "genotypes/gaps.h"
 #include "genotypes/markerlines.h"
 #include "main/console.h"
+#include "main/memory.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -21,7 +22,6 @@
 #include <limits>
 #include <map>
 #include <memory>
-#include <unistd.h>
 
 static constexpr InputOption genotypeFileOption
     = {"-gfile", Use::Required, "dosage file or genotype-triplet file, told apart by their numbers of columns"};
@@ -474,8 +474,7 @@ void regscan1Within(const RegressionMemory &memory)
 
 static void regscan1()
 {
-    const size_t physical = size_t(sysconf(_SC_PHYS_PAGES)) * size_t(sysconf(_SC_PAGESIZE));
-    regscan1Within({physical / 2, size_t(256) << 20});
+    regscan1Within({halfOfMemory(), size_t(256) << 20});
 }
 
 constinit const Mode regscan1Mode

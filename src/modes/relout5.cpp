@@ -23,8 +23,7 @@ static void readOptions()
     removalOptions = readRemovalOptions(limitOption);
     removalOptions.limit = std::max(removalOptions.limit, 0.0f);
     pidsize = std::max(pidsizeOption.read(), 1);
-    char text[text::maxRealSize];
-    print("limit= %.*s pidsize=%d\n", int(text::writeReal(text, removalOptions.limit) - text), text, pidsize);
+    print("limit= %s pidsize=%d\n", text::realText(removalOptions.limit).c_str(), pidsize);
     print("Mode=%d\n", removalOptions.mode);
     print("Pdefault=%d\n", int(removalOptions.pdefault));
 }

@@ -272,13 +272,9 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
             add(mean, 0, means);
         figure.cloud(means, blue);
     }
-    const auto shown = [](double value) {
-        char text[text::maxRealSize];
-        return value >= 0 ? std::string(text, text::writeReal(text, value)) : std::string("NA");
-    };
-    char slope[text::maxRealSize];
-    const std::string values = "slope " + std::string(slope, text::writeReal(slope, effect.slope)) + ", R² "
-                               + shown(effect.r2) + ", p " + shown(effect.p);
+    const auto shown = [](double value) { return value >= 0 ? text::realText(value) : std::string("NA"); };
+    const std::string values
+        = "slope " + text::realText(effect.slope) + ", R² " + shown(effect.r2) + ", p " + shown(effect.p);
     figure.text((box.left + box.right) / 2.0, size.top + 6, values, plainText, Align::Centre);
     figure.endPanel();
     figure.heading = "Effect of " + shownText(marker);

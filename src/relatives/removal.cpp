@@ -89,8 +89,7 @@ static void reportImputed(std::string_view name, std::string_view weight)
 static void enterOthers(double weight, bool isReported, RemovalTables &tables)
 {
     chainEntries(tables);
-    char text[text::maxRealSize];
-    const std::string_view weightText(text, size_t(text::writeReal(text, weight) - text));
+    const std::string weightText = text::realText(weight);
     for (uint32_t i = 0; i < tables.identifiers.size(); ++i) {
         if (tables.individuals[i].firstEntry != noNumber)
             continue;

@@ -10,6 +10,8 @@
 
 inline constexpr DelimiterOption tableDelimOption = {
     "-delim", "tab", tenDelimiters, asItStands, "between the fields: one of the words, or any other text as it stands"};
+inline constexpr DelimiterOption wordDelimOption
+    = {"-delim", "tab", fiveDelimiters, "\t", "between the fields; any other word is a tab"};
 inline constexpr SwitchOption tableHeaderOption = {"-header", "yes: the first line is a header"};
 
 // A 1-based column given by an option; one that is absent or below 1 ends the run with "Incorrect NAME", its name

@@ -19,7 +19,7 @@ void Packer::writePacked(const char *bytes, size_t size)
 }
 
 namespace {
-// Blocks as bgzip makes them (SAM/BAM format specification, 4.1): gzip members of up to 64 KiB, each with its size in
+// Blocks as bgzip makes them (SAM/BAM format, 4.1): gzip members of up to 64 KiB, each with its size in
 // an extra field, and an empty one at the end.
 class BgzipPacker : public Packer {
 public:
@@ -50,7 +50,7 @@ public:
     void finish() override
     {
         flush();
-        // Byte by byte as the specification has it: tools that seek look for it.
+        // Byte by byte as the format has it: tools that seek look for it.
         static constexpr char empty[] = "\x1f\x8b\x08\x04\0\0\0\0\0\xff\6\0BC\2\0\x1b\0\3\0\0\0\0\0\0\0\0";
         writePacked(empty, sizeof empty);
     }

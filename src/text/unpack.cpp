@@ -56,7 +56,7 @@ void PackedBytes::refuse() const
 }
 
 namespace {
-// RFC 1952: members one behind the other. Those of bgzip (SAM/BAM format specification, 4.1) tell their size in a field
+// RFC 1952: members one behind the other. Those of bgzip (SAM/BAM format, 4.1) tell their size in a field
 // "BC", and the last of a file is empty, so that a file cut between two of them shows.
 class GzipUnpacker : public Unpacker {
 public:

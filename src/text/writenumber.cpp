@@ -179,6 +179,12 @@ char *writeFixed3(char *out, float value)
     return out + 4;
 }
 
+std::string realText(double value)
+{
+    char text[maxRealSize];
+    return {text, writeReal(text, value)};
+}
+
 char *writeInteger(char *out, int64_t value)
 {
     return std::to_chars(out, out + maxIntegerSize, value).ptr;

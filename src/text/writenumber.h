@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace text {
 
@@ -13,6 +14,7 @@ inline constexpr size_t maxIntegerSize = 20;  // "-9223372036854775808"
 // Six significant digits, the shorter of fixed and exponent form: the characters of printf's "%.6g", but
 // "nan" has no sign and both zeros are "0". Writes at most maxRealSize bytes, no end mark; returns the end.
 char *writeReal(char *out, double value);
+std::string realText(double value);
 
 // Three decimals: the characters of printf's "%.3f", but "nan" has no sign. Writes at most maxFixedSize
 // bytes, no end mark; returns the end.

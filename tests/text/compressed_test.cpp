@@ -191,7 +191,7 @@ TEST(Inflater, DoesTheSameByEitherLibrary)
 TEST(Writer, CompressesSoThatTheUsualReadersTakeIt)
 {
     const Folder folder;
-    // The empty block of the SAM/BAM format specification, 4.1.2.
+    // The empty block of the SAM/BAM format, 4.1.2.
     const std::string end("\x1f\x8b\x08\x04\0\0\0\0\0\xff\6\0BC\2\0\x1b\0\3\0\0\0\0\0\0\0\0\0", 28);
     std::string noise;
     std::mt19937_64 generator(5);

@@ -1,5 +1,6 @@
 #include "tools/table/input.h"
 #include "main/console.h"
+#include "main/memory.h"
 #include "main/nearest.h"
 #include "tables/identifiers.h"
 #include "text/delimiters.h"
@@ -20,7 +21,7 @@ size_t allowedMemory()
 {
     if (memoryOption.given())
         return size_t(memoryOption.read()) << 20;
-    return size_t(sysconf(_SC_PHYS_PAGES)) * size_t(sysconf(_SC_PAGESIZE)) / 2;
+    return halfOfMemory();
 }
 
 std::string readOutName()
