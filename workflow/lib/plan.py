@@ -1,0 +1,194 @@
+"""The steps of a study, how many jobs each is cut into, and what they take: from costs per unit (costs.yaml)."""
+import math
+import os
+
+import yaml
+
+from study import reader, words
+
+SPLIT_BY = {"gwas": "phenotypes", "gwas2": "phenotypes"}  # all others by lines of the genotypes
+
+
+class Step:
+    """A run of the program over everything, cut into parts whose results are put together again."""
+
+    def __init__(self, name, command, made, needs, inputs=None):
+        self.name = name
+        self.command = command  # morvel's words, without -out
+        self.made = made  # the result; side files are `sides`
+        self.needs = needs  # files that must be there first
+        self.inputs = inputs  # a list of files whose content is split as one, or None
+        self.sides = []
+        self.parts = 1
+        self.seconds = self.memory = self.disk = 0.0
+        self.ending = ".gz" if made.endswith(".gz") else ""
+
+    def folder(self, parts):
+        return f"{parts}/{self.name}.{self.parts}"
+
+    def records(self, parts):
+        return [f"{self.folder(parts)}/{part}{self.ending}.part" for part in range(1, self.parts + 1)]
+
+
+class Plan:
+    def __init__(self, config, facts, costs):
+        self.config, self.facts = config, facts
+        with open(costs) as file:
+            self.costs = yaml.safe_load(file)
+        self.costs.update(facts["costs"])
+        self.out = config["out"]
+        self.prefix = f"{self.out}/{config['name']}"
+        self.parts = f"{self.out}/parts"
+        self.list = f"{self.parts}/genotypes"
+        self.steps = {}
+        self.plainJobs = []  # (what, jobs, seconds of all, memory, disk)
+        self.values = facts["markers"] * facts["individuals"]
+        self.addDosages()
+        for name, scan in config["scans"].items():
+            self.addScan(name, scan["mode"], {k: v for k, v in scan.items() if k != "mode"})
+        if facts["traits"]:
+            self.addPeaks()
+        pictures = len(config["scans"]) + len(facts["traits"]) * (4 if "maps" in config.get("peaks", {}) else 3)
+        self.plainJobs.append(("pictures", pictures + ("report" in config), *self.rows("pictures", pictures), 200, 0))
+
+    def seconds(self, kind, **units):
+        """Of so many units of a kind of work."""
+        cost = self.costs[kind]
+        return sum(cost.get(unit, 0) * count for unit, count in units.items()) * 1e-9
+
+    def rows(self, kind, times=1):
+        return [times * self.seconds(kind, row=self.facts["markers"])]
+
+    def cut(self, step, whole, each, limit):
+        """Parts of about `minutes` each: `each` seconds are spent in every part, `whole` are shared among them."""
+        wanted = self.config["minutes"] * 60
+        # What every part repeats may be half of it, no more.
+        share = max(wanted - each, each, 1e-9)
+        step.parts = int(max(1, min(limit, math.ceil(whole / share))))
+        step.seconds = whole + each * step.parts
+
+    # Plain gzip and Zstandard cannot be entered in the middle; files of one kind can be put together as they are.
+    def packs(self):
+        return [f for f in self.facts["files"] if f["kind"] in ("gzip", "zstd")]
+
+    def genotypes(self):
+        """The genotype files as the steps read them."""
+        return [f"{self.parts}/genotypes.{i}.gz" if file in self.packs() else file["name"]
+                for i, file in enumerate(self.facts["files"], 1)]
+
+    def addDosages(self):
+        config, facts, costs = self.config, self.facts, self.costs["bytes"]
+        self.dosages = f"{self.out}/dosages/{config['name']}.ad.gz"
+        packed = self.values * costs["packed"]
+        if self.packs():
+            size = sum(f["bytes"] for f in self.packs())
+            self.plainJobs.append(("repack", len(self.packs()), size * 30e-9, 20, size / 5))
+        if config["content"] == "dosages":
+            if len(facts["files"]) == 1:
+                self.dosages = self.genotypes()[0]
+            else:
+                self.plainJobs.append(("dosages", 1, self.values * 5e-9, 20, packed))
+        else:
+            options = ["-statistics", "yes"] if config["statistics"] else []
+            step = self.addStep("dosages", "gentoAD", ["-file", "/dev/stdin", *options], self.dosages, "genotypes")
+            step.sides = [".stats"] if config["statistics"] else []
+            self.cut(step, self.seconds("gentoAD", value=self.values), 0, facts["markers"])
+            step.disk = packed
+        for mode in config["conversions"]:
+            made = f"{self.prefix}.{mode}" + (".gz" if mode == "gentoletters" else "")
+            source = ("dosages", self.dosages) if mode == "avgAD" else ("genotypes", "/dev/stdin")
+            step = self.addStep(mode, mode, ["-file", source[1]], made, source[0])
+            self.cut(step, self.seconds(mode, value=self.values), 0, facts["markers"])
+            step.disk = self.values * 0.5 if mode == "gentoletters" else facts["markers"] * 40
+
+    def addStep(self, name, mode, command, made, source):
+        inputs = self.list if source == "genotypes" else None
+        needs = self.genotypes() if inputs else [self.dosages]
+        step = Step(name, words("morvel", "-M", mode, *command), made, needs, inputs)
+        step.memory = 30 + 20e-6 * self.facts["individuals"]
+        self.steps[name] = step
+        return step
+
+    def scanCommand(self, mode, options, phenotypes):
+        settings = [word for key, value in options.items() for word in (f"-{key}", value)]
+        return ["-pfile", phenotypes, "-delim", self.config["delimiter"], "-missing", self.config["missing"], *settings]
+
+    def addScan(self, name, mode, options):
+        facts, config = self.facts, self.config
+        source = "genotypes" if mode == "gwas3" else "dosages"
+        command = [*self.scanCommand(mode, options, config["phenotypes"]), "-gfile",
+                   "/dev/stdin" if source == "genotypes" else self.dosages]
+        step = self.addStep(name, mode, command, f"{self.prefix}.{name}", source)
+        step.sides = [".stats"]
+        self.cutScan(step, mode, mode, facts["phenotypes"])
+        step.needs = step.needs + [config["phenotypes"]]
+        step.disk = (facts["phenotypes"] if mode != "gwas3" else facts["markers"]) * 100
+
+    def cutScan(self, step, mode, kind, phenotypes):
+        facts = self.facts
+        pairs = facts["markers"] * phenotypes
+        reading = self.seconds(kind, value=self.values)
+        work = self.seconds(kind, pair=pairs, cell=pairs * facts["individuals"])
+        if mode == "gwas":  # reads everything again for each phenotype
+            self.cut(step, reading * phenotypes + work, 0, phenotypes)
+        elif mode == "gwas2":
+            self.cut(step, work, reading, phenotypes)
+        else:
+            self.cut(step, reading + work, self.seconds(kind, phenotype=phenotypes), facts["markers"])
+        held = phenotypes / step.parts if mode in SPLIT_BY else phenotypes
+        each = {"gwas": 0, "gwas2": 1, "gwas3": 8, "regscan1": 12}[mode] * facts["individuals"]
+        step.memory += held * (each + (25000 if mode == "regscan1" else 0)) / 1e6
+
+    def addPeaks(self):
+        facts, config, peaks = self.facts, self.config, self.config["peaks"]
+        traits = len(facts["traits"])
+        everybody = traits == facts["phenotypes"]
+        self.chosen = config["phenotypes"] if everybody else f"{self.parts}/chosen.pheno"
+        options = {"type": peaks["type"], "statistic": "p", "statlimit": 1}
+        command = [*self.scanCommand("regscan1", options, self.chosen), "-gfile", self.dosages]
+        step = self.addStep("pvalues", "regscan1", command, f"{self.prefix}.pvalues.gz", "dosages")
+        step.sides = [".stats"]
+        step.needs = step.needs + [self.chosen]
+        self.cutScan(step, "regscan1", "pvalues", traits)
+        step.disk = facts["markers"] * traits * self.costs["bytes"]["pvalue"]
+        rows = facts["markers"] * traits
+        self.plainJobs.append(("tables", 1 + traits, self.seconds("tables", row=rows), 20, rows * 30))
+        chromosomes = len(facts["files"])
+        self.longest = longest = max(f["markers"] for f in facts["files"])
+        if "maps" in peaks:
+            self.plainJobs.append(("thin", traits * chromosomes, self.seconds("ldprune", row=rows),
+                                   20 + longest * 70e-6, rows * 40))
+        self.peakParts = int(max(1, min(chromosomes, math.ceil(
+            self.seconds("peakscan3", row=facts["markers"]) / (config["minutes"] * 60)))))
+        self.plainJobs.append(("peaks", traits * self.peakParts, self.seconds("peakscan3", row=rows),
+                               20 + longest * 100e-6, rows * 50))
+
+    def mapOf(self, number):
+        return self.config["peaks"]["maps"].replace("{chromosome}", self.facts["files"][number - 1]["label"])
+
+    def thinCommand(self, number):
+        return words("morvel", "-M", "ldprune", "-map", self.mapOf(number), "-threshold",
+                     self.config["peaks"]["threshold"], "-pcolumn", 4, "-poscolumn", 3, "-delim", "space")
+
+    def resources(self, step):
+        """Megabytes, and minutes with room for a slow processor and a busy disk."""
+        return math.ceil(1.5 * step.memory + 50), math.ceil(3 * step.seconds / step.parts / 60 + 5)
+
+    def done(self):
+        return sum(os.path.exists(step.made) for step in self.steps.values())
+
+    def text(self):
+        """The table of what to expect."""
+        lines = [f"{self.facts['individuals']} individuals, about {self.facts['markers']} markers in "
+                 f"{len(self.facts['files'])} files, {self.facts['phenotypes']} phenotypes",
+                 f"{'step':<16}{'jobs':>8}{'core hours':>12}{'MB a job':>10}{'GB on disk':>12}"]
+        rows = [(s.name, s.parts + 1, s.seconds, s.memory, s.disk) for s in self.steps.values()] + self.plainJobs
+        rows = [(name, jobs, seconds + jobs * self.costs["start"], memory, disk)
+                for name, jobs, seconds, memory, disk in rows if jobs]
+        # Parts and the result lie side by side until they are put together.
+        rows.append(("all", sum(r[1] for r in rows), sum(r[2] for r in rows), max(r[3] for r in rows),
+                     sum(r[4] for r in rows) + max(s.disk for s in self.steps.values()) if self.steps else 0))
+        for name, jobs, seconds, memory, disk in rows:
+            lines.append(f"{name:<16}{jobs:>8}{seconds / 3600:>12.3g}{memory:>10.0f}{disk / 1e9:>12.3g}")
+        lines.append(f"{self.done()} of {len(self.steps)} large steps are done")
+        return "\n".join(lines)
