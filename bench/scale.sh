@@ -56,17 +56,27 @@ for markers in 2000 4000 8000; do
     row "regscan1, .gz (value)" "$size" $values morvel -M regscan1 -pfile p1 -gfile packed.gz -out made -statlimit 1e-9
     echo "bytes a dosage: $(stat -c %s dosages packed.gz | awk -v n=$values '{ printf "%.2f ", $1 / n }')"
 done
-# With 100 phenotypes; (value) above tells what of it is reading.
-for people in 500 2000 8000; do
+# With 100 phenotypes: an entry is a value of the phenotype file. Of the pairs' times, reading (value and entry) is a part.
+for people in 500 8000 100000; do
     markers=$((8000000 / people))
     [ -s g.$people ] || makedata triplets $people $markers >g.$people
     [ -s p.$people ] || makedata phenotypes $people 100 >p.$people
     morvel -M gentoAD -file g.$people -out dosages >/dev/null
+    head -n 1 dosages >dosage1
+    head -n 1 g.$people >triplet1
+    size="$people x 100 phenotypes" entries=$((100 * people))
+    row "gwas2 (entry)" "$size" $entries morvel -M gwas2 -pfile p.$people -gfile dosage1 -out made -statlimit 1e-9
+    row "gwas3 (entry)" "$size" $entries morvel -M gwas3 -pfile p.$people -gfile triplet1 -out made -statlimit 1e-9
+    row "regscan1 (entry)" "$size" $entries morvel -M regscan1 -pfile p.$people -gfile dosage1 -out made -statlimit 1e-9
     size="$people individuals, $markers x 100" pairs=$((100 * markers))
     row "gwas2 (pair)" "$size" $pairs morvel -M gwas2 -pfile p.$people -gfile dosages -out made -statlimit 1e-9
     row "gwas3 (pair)" "$size" $pairs morvel -M gwas3 -pfile p.$people -gfile g.$people -out made -statlimit 1e-9
     row "regscan1 (pair)" "$size" $pairs morvel -M regscan1 -pfile p.$people -gfile dosages -out made -statlimit 1e-9
     head -n $((markers / 10)) dosages >tenth
+    head -n $((markers / 10)) g.$people >tenth.gen
+    all="-slope 0 -statistic r2 -statlimit 0"
+    row "gwas2, all (pair)" "$size / 10" $((pairs / 10)) morvel -M gwas2 -pfile p.$people -gfile tenth -out made $all
+    row "gwas3, all (pair)" "$size / 10" $((pairs / 10)) morvel -M gwas3 -pfile p.$people -gfile tenth.gen -out made $all
     row "regscan1, all (pair)" "$size / 10" $((pairs / 10)) \
         morvel -M regscan1 -pfile p.$people -gfile tenth -out made.gz -statlimit 1
     echo "bytes a row of p-values: $(($(stat -c %s made.gz) / pairs * 10))"

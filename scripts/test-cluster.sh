@@ -12,7 +12,7 @@ fi
 start_log build/cluster.log
 install_packages $build_packages snakemake tabix gnuplot-nox fonts-dejavu-core slurmctld slurmd slurm-client munge python3
 logged cmake -S . -B build
-logged cmake --build build --parallel "$(nproc)"
+logged cmake --build build --parallel "$(nproc)" --target morvel morvel-plot morvel-gather
 source=$PWD PATH=$PWD/build:$PATH:/usr/sbin
 . tests/workflow/study.sh
 work=$(mktemp -d)

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/../.."
 start_log build/workflow.log
 install_packages $build_packages snakemake tabix gnuplot-nox fonts-dejavu-core
 logged cmake -S . -B build
-logged cmake --build build --parallel "$(nproc)"
+logged cmake --build build --parallel "$(nproc)" --target morvel morvel-plot morvel-gather
 source=$PWD PATH=$PWD/build:$PATH
 . tests/workflow/study.sh
 work=$(mktemp -d)

@@ -1,10 +1,15 @@
-"""The steps of a study, how many jobs each is cut into, and what they take: from costs per unit (costs.yaml)."""
+"""The steps of a study, how many jobs each is cut into, and what they take: from costs per unit (costs.yaml).
+
+As a program it tells what a study of some size would take, without its files:
+  python3 workflow/lib/plan.py STUDY.yaml INDIVIDUALS MARKERS PHENOTYPES
+"""
 import math
 import os
+import sys
 
 import yaml
 
-from study import reader, words
+from study import readConfig, words
 
 SPLIT_BY = {"gwas": "phenotypes", "gwas2": "phenotypes"}  # all others by lines of the genotypes
 
@@ -20,7 +25,7 @@ class Step:
         self.inputs = inputs  # a list of files whose content is split as one, or None
         self.sides = []
         self.parts = 1
-        self.seconds = self.memory = self.disk = 0.0
+        self.seconds = self.memory = self.disk = self.read = 0.0  # of all parts; megabytes of one; bytes
         self.ending = ".gz" if made.endswith(".gz") else ""
 
     def folder(self, parts):
@@ -41,7 +46,7 @@ class Plan:
         self.parts = f"{self.out}/parts"
         self.list = f"{self.parts}/genotypes"
         self.steps = {}
-        self.plainJobs = []  # (what, jobs, seconds of all, memory, disk)
+        self.plainJobs = []  # (what, jobs, seconds of all, megabytes of one, bytes on the disk, bytes read)
         self.values = facts["markers"] * facts["individuals"]
         self.addDosages()
         for name, scan in config["scans"].items():
@@ -49,15 +54,14 @@ class Plan:
         if facts["traits"]:
             self.addPeaks()
         pictures = len(config["scans"]) + len(facts["traits"]) * (4 if "maps" in config.get("peaks", {}) else 3)
-        self.plainJobs.append(("pictures", pictures + ("report" in config), *self.rows("pictures", pictures), 200, 0))
+        self.picture = self.seconds("pictures", row=facts["markers"])
+        self.plainJobs.append(("pictures", pictures + ("report" in config), pictures * self.picture, 200, 0,
+                               facts["markers"] * len(facts["traits"]) * 120))
 
     def seconds(self, kind, **units):
         """Of so many units of a kind of work."""
         cost = self.costs[kind]
         return sum(cost.get(unit, 0) * count for unit, count in units.items()) * 1e-9
-
-    def rows(self, kind, times=1):
-        return [times * self.seconds(kind, row=self.facts["markers"])]
 
     def cut(self, step, whole, each, limit):
         """Parts of about `minutes` each: `each` seconds are spent in every part, `whole` are shared among them."""
@@ -82,12 +86,12 @@ class Plan:
         packed = self.values * costs["packed"]
         if self.packs():
             size = sum(f["bytes"] for f in self.packs())
-            self.plainJobs.append(("repack", len(self.packs()), size * 30e-9, 20, size / 5))
+            self.plainJobs.append(("repack", len(self.packs()), size * 30e-9, 20, size / 5, sum(f["size"] for f in self.packs())))
         if config["content"] == "dosages":
             if len(facts["files"]) == 1:
                 self.dosages = self.genotypes()[0]
             else:
-                self.plainJobs.append(("dosages", 1, self.values * 5e-9, 20, packed))
+                self.plainJobs.append(("dosages", 1, self.values * 5e-9, 20, packed, packed))
         else:
             options = ["-statistics", "yes"] if config["statistics"] else []
             step = self.addStep("dosages", "gentoAD", ["-file", "/dev/stdin", *options], self.dosages, "genotypes")
@@ -106,6 +110,7 @@ class Plan:
         needs = self.genotypes() if inputs else [self.dosages]
         step = Step(name, words("morvel", "-M", mode, *command), made, needs, inputs)
         step.memory = 30 + 20e-6 * self.facts["individuals"]
+        step.read = sum(f["size"] for f in self.facts["files"]) if inputs else self.values * self.costs["bytes"]["packed"]
         self.steps[name] = step
         return step
 
@@ -120,22 +125,28 @@ class Plan:
                    "/dev/stdin" if source == "genotypes" else self.dosages]
         step = self.addStep(name, mode, command, f"{self.prefix}.{name}", source)
         step.sides = [".stats"]
-        self.cutScan(step, mode, mode, facts["phenotypes"])
+        # What passes a limit of p by chance; by other limits nobody can tell.
+        share = float(options.get("statlimit", 0.05)) if options.get("statistic", "p") == "p" else 0
+        hits = facts["markers"] * facts["phenotypes"] * min(share, 1)
+        self.cutScan(step, mode, mode, facts["phenotypes"], hits)
         step.needs = step.needs + [config["phenotypes"]]
-        step.disk = (facts["phenotypes"] if mode != "gwas3" else facts["markers"]) * 100
+        step.disk = hits * self.costs["bytes"]["hit"] + (facts["phenotypes"] if mode != "gwas3" else facts["markers"]) * 100
 
-    def cutScan(self, step, mode, kind, phenotypes):
+    def cutScan(self, step, mode, kind, phenotypes, hits=0):
         facts = self.facts
-        pairs = facts["markers"] * phenotypes
+        pairs, entries = facts["markers"] * phenotypes, facts["individuals"] * phenotypes
         reading = self.seconds(kind, value=self.values)
-        work = self.seconds(kind, pair=pairs, cell=pairs * facts["individuals"])
+        entering = self.seconds(kind, entry=entries, phenotype=phenotypes)
+        work = self.seconds(kind, pair=pairs, cell=pairs * facts["individuals"], hit=hits)
         if mode == "gwas":  # reads everything again for each phenotype
-            self.cut(step, reading * phenotypes + work, 0, phenotypes)
+            self.cut(step, reading * phenotypes + entering + work, 0, phenotypes)
         elif mode == "gwas2":
-            self.cut(step, work, reading, phenotypes)
+            self.cut(step, entering + work, reading, phenotypes)
         else:
-            self.cut(step, reading + work, self.seconds(kind, phenotype=phenotypes), facts["markers"])
+            self.cut(step, reading + work, entering, facts["markers"])
         held = phenotypes / step.parts if mode in SPLIT_BY else phenotypes
+        step.read *= {"gwas": phenotypes, "gwas2": step.parts}.get(mode, 1)  # which read all genotypes in every part
+        step.read += facts["phenotypeBytes"] * (1 if mode in SPLIT_BY else step.parts)
         each = {"gwas": 0, "gwas2": 1, "gwas3": 8, "regscan1": 12}[mode] * facts["individuals"]
         step.memory += held * (each + (25000 if mode == "regscan1" else 0)) / 1e6
 
@@ -152,16 +163,16 @@ class Plan:
         self.cutScan(step, "regscan1", "pvalues", traits)
         step.disk = facts["markers"] * traits * self.costs["bytes"]["pvalue"]
         rows = facts["markers"] * traits
-        self.plainJobs.append(("tables", 1 + traits, self.seconds("tables", row=rows), 20, rows * 30))
+        self.plainJobs.append(("tables", 1 + traits, self.seconds("tables", row=rows), 20, rows * 30, rows * 64))
         chromosomes = len(facts["files"])
         self.longest = longest = max(f["markers"] for f in facts["files"])
         if "maps" in peaks:
             self.plainJobs.append(("thin", traits * chromosomes, self.seconds("ldprune", row=rows),
-                                   20 + longest * 70e-6, rows * 40))
+                                   20 + longest * 70e-6, rows * 40, rows * 30))
         self.peakParts = int(max(1, min(chromosomes, math.ceil(
             self.seconds("peakscan3", row=facts["markers"]) / (config["minutes"] * 60)))))
         self.plainJobs.append(("peaks", traits * self.peakParts, self.seconds("peakscan3", row=rows),
-                               20 + longest * 100e-6, rows * 50))
+                               20 + longest * 100e-6, rows * 50, rows * 30))
 
     def mapOf(self, number):
         return self.config["peaks"]["maps"].replace("{chromosome}", self.facts["files"][number - 1]["label"])
@@ -181,14 +192,32 @@ class Plan:
         """The table of what to expect."""
         lines = [f"{self.facts['individuals']} individuals, about {self.facts['markers']} markers in "
                  f"{len(self.facts['files'])} files, {self.facts['phenotypes']} phenotypes",
-                 f"{'step':<16}{'jobs':>8}{'core hours':>12}{'MB a job':>10}{'GB on disk':>12}"]
-        rows = [(s.name, s.parts + 1, s.seconds, s.memory, s.disk) for s in self.steps.values()] + self.plainJobs
-        rows = [(name, jobs, seconds + jobs * self.costs["start"], memory, disk)
-                for name, jobs, seconds, memory, disk in rows if jobs]
+                 f"{'step':<16}{'jobs':>8}{'core hours':>12}{'MB a job':>10}{'GB on disk':>12}{'GB read':>10}"]
+        rows = [(s.name, s.parts + 1, s.seconds, s.memory, s.disk, s.read) for s in self.steps.values()]
+        rows = [(name, jobs, seconds + jobs * self.costs["start"], *rest)
+                for name, jobs, seconds, *rest in rows + self.plainJobs if jobs]
+        name, jobs, seconds, memory, disk, read = zip(*rows)
         # Parts and the result lie side by side until they are put together.
-        rows.append(("all", sum(r[1] for r in rows), sum(r[2] for r in rows), max(r[3] for r in rows),
-                     sum(r[4] for r in rows) + max(s.disk for s in self.steps.values()) if self.steps else 0))
-        for name, jobs, seconds, memory, disk in rows:
-            lines.append(f"{name:<16}{jobs:>8}{seconds / 3600:>12.3g}{memory:>10.0f}{disk / 1e9:>12.3g}")
+        most = max([step.disk for step in self.steps.values()], default=0)
+        rows.append(("all", sum(jobs), sum(seconds), max(memory), sum(disk) + most, sum(read)))
+        for name, jobs, seconds, memory, disk, read in rows:
+            lines.append(f"{name:<16}{jobs:>8}{seconds / 3600:>12.3g}{memory:>10.0f}{disk / 1e9:>12.3g}{read / 1e9:>10.3g}")
         lines.append(f"{self.done()} of {len(self.steps)} large steps are done")
         return "\n".join(lines)
+
+
+def main(name, individuals, markers, phenotypes, chromosomes=22):
+    folder = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    with open(name) as file:
+        config = readConfig(yaml.safe_load(file), f"{folder}/schema.yaml")
+    # Triplets take some 8 bytes a genotype as text, and some 2.1 when compressed.
+    chromosome = {"name": "", "kind": "bgzip", "label": "", "markers": markers // chromosomes, "individuals": individuals,
+                  "bytes": markers * individuals * 8 // chromosomes, "size": markers * individuals * 2.1 / chromosomes}
+    chosen = config.get("peaks", {}).get("phenotypes", range(phenotypes)) if "peaks" in config else []
+    print(Plan(config, {"costs": {}, "files": [chromosome] * chromosomes, "individuals": individuals, "markers": markers,
+                        "phenotypes": phenotypes, "phenotypeBytes": individuals * phenotypes * 7,
+                        "traits": list(chosen)}, f"{folder}/costs.yaml").text())
+
+
+if __name__ == "__main__":
+    main(sys.argv[1], *map(int, sys.argv[2:]))

@@ -152,7 +152,7 @@ def sampleGenotypes(name, content):
                     "look at 'content', and for a header line")
     size = max(int(os.path.getsize(name) * len(text) / max(taken, 1)), 1)
     return {"name": name, "kind": kind, "label": lines[0].split()[0].decode("utf-8", "replace"),
-            "individuals": values // each, "bytes": size,
+            "individuals": values // each, "bytes": size, "size": os.path.getsize(name),
             "markers": max(1, round(size * text[:len(text)].count(b"\n") / len(text)) if b"\n" in text else 1)}
 
 
@@ -268,7 +268,7 @@ def load(config, schemaFile):
             openable(config["peaks"]["maps"].replace("{chromosome}", file["label"]), "the genetic map")
     checkNames(config, traits)
     return {"costs": readCosts(config), "files": files, "individuals": files[0]["individuals"], "markers": sum(f["markers"] for f in files),
-            "phenotypes": len(phenotypes["names"]), "phenotypeKind": phenotypes["kind"], "traits": traits}
+            "phenotypes": len(phenotypes["names"]), "phenotypeBytes": phenotypes["bytes"], "phenotypeKind": phenotypes["kind"], "traits": traits}
 
 
 def words(*parts):

@@ -26,10 +26,11 @@ rule picture:
     params:
         columns=lambda wildcards: COLUMNS.get(wildcards.kind, ""),
     group:
-        "pictures"
+        "trait"
     resources:
         mem_mb=300,
-        runtime=int(PLAN.rows("pictures", 3)[0] / 60 + 5),
+        runtime=int(3 * PLAN.picture / 60 + 2),
+        small=1,
     shell:
         "{JOB} {log} -- morvel-plot {wildcards.kind} -file {input} {params.columns} -title {wildcards.trait} -out {output}"
 
@@ -47,6 +48,6 @@ rule report:
         title=words(config.get("report", "")),
     resources:
         mem_mb=1000,
-        runtime=int(PLAN.rows("pictures", 10)[0] / 60 + 10),
+        runtime=int(10 * PLAN.picture / 60 + 10),
     shell:
         "{JOB} {log} -- morvel-plot report -file {params.prefix} -out {output} -title {params.title}"
