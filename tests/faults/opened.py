@@ -18,6 +18,7 @@ CALL = re.compile(r'(\d+) +(\w+)\((?:AT_FDCWD, )?"?([^",)]*)"?(.*)')
 OWN = re.compile(r"/etc/ld\.so\.(cache|preload)|/etc/localtime|/dev/null|/sys/devices/system/cpu/(possible|online)|"
                  r"/.*/(lib[^/]*|morvel-decoder)\.so[.\d]*")
 KILLS = 5
+WAITING = ".new."
 
 
 class Row:
@@ -45,8 +46,10 @@ def rows():
         companion, verb = command.split("-")
         files = {name.decode(): content for name, content in (part.split(b"\n", 1) for part in parts)}
         out = [words[i + 1] for i, word in enumerate(words) if word == "-out"]
-        scripts = [name + ".gp" for name in out if "-script" in words]
-        yield Row(seed.name, [f"morvel-{companion}", verb, *words], files, {*out, *scripts})
+        sides = [name + ".gp" for name in out if "-script" in words]
+        if companion == "gather":
+            sides = [name + ".stats" for name in out]
+        yield Row(seed.name, [f"morvel-{companion}", verb, *words], files, {*out, *sides})
     table = b"id\tx\ty\n" + "".join(f"id{i}\t{i}\t{'x' * 90}\n" for i in range(20000)).encode()  # more than is held
     names = "".join(f"id{i}\n" for i in range(19999, -1, -1)).encode()
     for words in ("transpose -file in -out out -memory 1", "reorder -file in -individuals list -out out -memory 1"):
@@ -84,7 +87,11 @@ def strangers(row, run):
         unnamed = name == run.temporary and "O_TMPFILE" in rest
         reading = name in row.files and "O_RDONLY" in rest and "O_CREAT" not in rest
         writing = name in row.outputs and ("O_WRONLY" in rest or call == "unlink")
-        # A picture gets its name when it is whole; a report looks at all files of a beginning.
+        # A picture gets its name when it is whole; a report looks at all files of a beginning; what morvel-gather joins
+        # waits under another name, which is all that it leaves when it is killed.
+        if name.startswith(WAITING) and row.words[0] == "morvel-gather":
+            name = name.removeprefix(WAITING)
+            writing = name in row.outputs
         unnamed |= name == "." and row.words[0] == "morvel-plot" and bool(re.search("O_TMPFILE|O_DIRECTORY", rest))
         named = re.fullmatch(r', AT_FDCWD, "(.*)", AT_SYMLINK_FOLLOW\) = 0', rest) if call == "linkat" else None
         writing |= named is not None and named[1] in row.outputs
@@ -135,13 +142,14 @@ def killed(row):
     when = [(transfers, count * k // (KILLS + 1)) for k in range(1, KILLS)] + [("linkat,rename", 1)]
     for calls, k in when:
         run = Traced(row, "-e", "trace=" + calls, "-e", f"inject={calls}:signal=KILL:when={k}")
-        if run.left_behind or run.left - {*row.files, *row.outputs}:
+        waiting = {WAITING + name for name in row.outputs if row.words[0] == "morvel-gather"}
+        if run.left_behind or run.left - {*row.files, *row.outputs} - waiting:
             yield f"killed at {calls}, call {k}: leaves {run.left_behind} {run.left}"
 
 
 def main():
     plain = list(rows())
-    everything = plain + [row.packed() for row in plain]
+    everything = plain + [row.packed() for row in plain if row.words[0] != "morvel-gather"]  # knows its inputs' sizes
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         found = list(pool.map(lambda row: list(failures(row)), everything))
     for row, failed in zip(everything, found):

@@ -2,8 +2,10 @@
 //
 //     fuzz-dictionary FOLDER      makes gwas3.dict, table-select.dict ...
 #include "plot/verbs.h"
+#include "tools/gather/verbs.h"
 #include "tools/table/verbs.h"
 
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <set>
@@ -36,8 +38,11 @@ int main(int argc, char **argv)
     const std::string folder = argv[1] + std::string("/");
     for (const Mode *mode : allModes())
         writeWords(folder + mode->name() + ".dict", *mode);
-    for (const auto &[name, companion] : {std::pair("table", &table::companion), {"plot", &plot::companion}}) {
-        for (const Mode *verb : companion->verbs)
-            writeWords(folder + name + "-" + verb->name() + ".dict", *verb);
+    for (const Companion *companion : {&table::companion, &plot::companion, &gather::companion}) {
+        const std::string name = companion->name + std::strlen("morvel-");
+        for (const Mode *verb : companion->verbs) {
+            if (verb != &gather::runVerb)  // starts other programs
+                writeWords(folder + name + "-" + verb->name() + ".dict", *verb);
+        }
     }
 }

@@ -20,6 +20,7 @@
 #include "scans/regressionkernels.h"
 #include "text/decoder.h"
 #include "text/writer.h"
+#include "tools/gather/verbs.h"
 #include "tools/table/verbs.h"
 
 #include <algorithm>
@@ -211,6 +212,8 @@ static void run(Input &input)
         runCompanion(table::companion, count, words.data());
     else if (name == "plot")
         runCompanion(plot::companion, count, words.data());
+    else if (name == "gather")
+        runCompanion(gather::companion, count, words.data());
 }
 
 // A folder that is empty but for a gnuplot that draws nothing.
