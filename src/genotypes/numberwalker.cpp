@@ -56,23 +56,24 @@ static uint64_t endsAmong(const char *block, const char *end)
 template <text::Separator separator>
 void NumberWalker<separator>::takeWindow()
 {
-    const char *block = m_next;
+    const char *block = m_next, *begin = m_next;
     uint64_t ends;
     while ((ends = endsAmong<separator>(block, m_end)) == 0)
         block += 64;
-    for (; ends; ends &= ends - 1)
-        take(block + std::countr_zero(ends));
-}
-
-template <text::Separator separator>
-inline void NumberWalker<separator>::take(const char *end)
-{
-    const char *const begin = std::exchange(m_next, end + 1);
-    if (separator == text::Separator::WhiteSpace && begin == end)
-        return;
-    const int thousandths = text::readThousandths(begin, size_t(end - begin));
-    m_numbers[m_count] = thousandths < 0 ? notShort : int16_t(thousandths);
-    m_fields[m_count++] = {begin, end};
+    size_t count = m_count;
+    for (; ends; ends &= ends - 1) {
+        const char *const end = block + std::countr_zero(ends);
+        const text::ShortNumber number = text::readShortNumber(begin, size_t(end - begin));
+        m_numbers[count] = int16_t(text::thousandthsOf(number.digits));
+        if (number.invalid) [[unlikely]] {
+            m_numbers[count] = notShort;
+            m_fields[count] = {begin, end};
+        }
+        count += separator == text::Separator::Blank || begin != end;
+        begin = end + 1;
+    }
+    m_count = count;
+    m_next = begin;
 }
 
 MORVEL_WIDE static void divide(const int16_t *numbers, size_t count, double *values)

@@ -46,7 +46,6 @@ private:
 
     void keepRest();
     void takeWindow();
-    void take(const char *end);
 
     const char *m_next;  // first byte of the next field; behind m_end where there is none
     const char *m_end;
