@@ -76,19 +76,25 @@ static float raised(float dosage)
     return isHardCall ? dosage + 0.5f : dosage;
 }
 
-MORVEL_WIDE static void formShortDosages(const int16_t *triplets, size_t count, float *values)
+// Returns whether one of them has a number that is not short.
+MORVEL_WIDE static bool formShortDosages(const int16_t *triplets, size_t count, float *values)
 {
-    for (size_t i = 0; i < count; ++i)
+    int all = 0;
+    for (size_t i = 0; i < count; ++i) {
         values[i] = shortDosage(triplets + 3 * i);
+        all |= triplets[3 * i + 1] | triplets[3 * i + 2];
+    }
+    return all < 0;
 }
 
 template <bool isHardCall>
 void formDosages(const FieldNumbers &numbers, size_t count, float *values)
 {
-    formShortDosages(numbers.numbers(), count, values);
-    for (size_t i = 0; i < count; ++i) {
-        if (isLong(numbers.numbers() + 3 * i)) [[unlikely]]
-            values[i] = readDosage(numbers, i);
+    if (formShortDosages(numbers.numbers(), count, values)) [[unlikely]] {
+        for (size_t i = 0; i < count; ++i) {
+            if (isLong(numbers.numbers() + 3 * i))
+                values[i] = readDosage(numbers, i);
+        }
     }
     for (size_t i = 0; i < count; ++i)
         values[i] = raised<isHardCall>(values[i]);

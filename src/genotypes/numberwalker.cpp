@@ -76,18 +76,24 @@ void NumberWalker<separator>::takeWindow()
     m_next = begin;
 }
 
-MORVEL_WIDE static void divide(const int16_t *numbers, size_t count, double *values)
+// Returns whether one of them is not short.
+MORVEL_WIDE static bool formShortValues(const int16_t *numbers, size_t count, double *values)
 {
-    for (size_t i = 0; i < count; ++i)
+    int16_t all = 0;
+    for (size_t i = 0; i < count; ++i) {
         values[i] = double(numbers[i]) / 1000;  // as text::thousandthValues has it
+        all |= numbers[i];
+    }
+    return all < 0;
 }
 
 template <text::Separator separator>
 void NumberWalker<separator>::formValues(size_t count, double *values) const
 {
-    divide(m_numbers, count, values);
+    if (!formShortValues(m_numbers, count, values)) [[likely]]
+        return;
     for (size_t i = 0; i < count; ++i) {
-        if (m_numbers[i] < 0) [[unlikely]]
+        if (m_numbers[i] < 0)
             values[i] = value(i);
     }
 }

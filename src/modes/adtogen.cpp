@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 
 static constexpr OutputOption tripletOutOption
@@ -50,7 +51,7 @@ struct ReadyDeviations {
     static constexpr uint16_t count = 2500;
 
     std::array<ReadyDeviation, count + 1> texts = {};  // the last one is empty
-    std::array<double, count> sizes;                   // absolute
+    std::array<double, count + 1> sizes = {};          // absolute
 
     ReadyDeviations();
 };
@@ -91,19 +92,19 @@ static char *writeTriplets(const uint8_t *classes, size_t count, char *end)
     return end;
 }
 
-// A dosage whose deviation is not ready: finds its class and writes its deviation.
-static char *convertOdd(double value, uint8_t &group, char *end, double &deviation)
+// A dosage whose deviation is not ready: finds its class, and writes and returns its deviation.
+static double convertOdd(double value, uint8_t &group, char *&end)
 {
     const double digvalue = std::trunc(value + 0.5);
+    const double deviation = value - digvalue;
     const bool hasClass = digvalue >= 0 && digvalue <= 2;
     group = uint8_t(hasClass ? size_t(digvalue) : noClass);
-    deviation = std::abs(value - digvalue);
     if (hasClass)
-        end = text::writeReal(end, value - digvalue);
+        end = text::writeReal(end, deviation);
     else
         *end++ = '?';
     *end++ = ' ';
-    return end;
+    return std::abs(deviation);
 }
 
 // In a loop of its own, without calls, the sum stays in a register.
@@ -124,15 +125,14 @@ static char *writeDeviations(const FieldNumbers &dosages, size_t count, const Re
     double *next = deviations;
     for (size_t i = 0; i < count; ++i) {
         const size_t place = places.deviations[i];
-        if (place < ReadyDeviations::count) [[likely]] {
-            const ReadyDeviation &deviation = ready.texts[place];
-            std::memcpy(end, &deviation, 8);
-            end += deviation.textSize;
-            *next = ready.sizes[place];
-        } else {
-            end = convertOdd(dosages.value(i), places.classes[i], end, *next);
-        }
-        next += *next != 0;
+        const ReadyDeviation &text = ready.texts[place];
+        std::memcpy(end, &text, 8);
+        end += text.textSize;
+        double deviation = ready.sizes[place];
+        if (text.textSize == 0) [[unlikely]]
+            deviation = convertOdd(dosages.value(i), places.classes[i], end);
+        *next = deviation;
+        next += std::bit_cast<uint64_t>(deviation) != 0;  // as a number it would be compared by a branch
     }
     addDeviations(deviations, next);
     return end;
