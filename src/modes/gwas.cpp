@@ -1,5 +1,6 @@
 // Association scan: for every phenotype the individuals are cut into bins by their value, and every marker's mean
 // dosages of the bins are regressed over the bins. A row per hit, and a row of statistics per phenotype.
+#include "genotypes/markerhints.h"
 #include "genotypes/markers.h"
 #include "main/progress.h"
 #include "main/settings.h"
@@ -33,14 +34,16 @@ MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vec
 
 // One pass over the dosage file for one phenotype.
 static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, const Decision &decision,
-                           size_t columns, BinScanFiles &files, Progress &progress)
+                           size_t individuals, BinScanFiles &files, Progress &progress)
 {
     const std::vector<double> x = binPositions(bins);
-    std::vector<double> y(bins.size()), dosages(columns - leadingColumns);
+    std::vector<double> y(bins.size()), dosages(individuals);
+    const MarkerLook look = {MarkerLook::Content::Dosages, true, "0", leadingColumns, 2};
     Summary summary;
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
-        if (readDosages(line, marker, dosages) != columns)
+        lookAtMarker(line, look);
+        if (readDosages(line, marker, dosages) != leadingColumns + individuals)
             refuseMarker();
         averageBins(bins, dosages, y);
         const Fit fit = fitLine(x, y, decision.leastSlope, decision.table);
@@ -77,7 +80,7 @@ static void universal(const BinScan &scan)
         if (hasBins(phenotype.p2List)) {
             const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
             lookAtBins(phenotype.name, phenotype.values, bins);
-            summary = scanMarkers(phenotype.name, bins, scan.decision, columns, files, progress);
+            summary = scanMarkers(phenotype.name, bins, scan.decision, individuals, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());
         }

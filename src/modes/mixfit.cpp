@@ -2,7 +2,10 @@
 // populations, each given by as many values. Out: a report of a few lines per sample, and at the end the
 // summed proportions of every population.
 #include "main/console.h"
+#include "main/datahints.h"
+#include "main/nearest.h"
 #include "main/progress.h"
+#include "main/repeats.h"
 #include "mixture/search.h"
 #include "modes/modes.h"
 #include "text/exactnumbers.h"
@@ -88,6 +91,8 @@ static bool readReference(std::string_view line, size_t population)
     std::string_view field;
     fields.next(field);
     refIDList.emplace_back(field);
+    static RepeatedNames names("population", "is among the populations again");
+    names.look(field);
     for (int j = 0; j < cols; ++j) {
         if (!fields.next(field))
             return false;
@@ -109,6 +114,9 @@ static void readReferences(text::LineReader &in)
     int population = 0;
     for (; isRight && in.nextNonEmpty(line); ++population)
         isRight = population < rows && readReference(line, size_t(population));
+    if (!isRight && population <= rows)
+        addDataHint(quoted(refname) + ": population number " + std::to_string(population) + " has not "
+                    + std::to_string(refpops) + " values; is -delim right?");
     if (!isRight || population != rows)
         fatal("Reference file must hold %d lines of %d values\n", refpops, refpops);
 }
@@ -133,6 +141,8 @@ static bool readSample(std::string_view line, std::string &name)
     std::string_view field;
     fields.next(field);
     name = field;
+    static RepeatedNames names("sample", "is among the samples again");
+    names.look(field);
     testValues.clear();
     for (int j = 0; j < refpops; ++j) {
         if (!fields.next(field))

@@ -3,9 +3,12 @@
 // for all phenotypes that memory holds.
 #include "modes/regscan1.h"
 #include "genotypes/gaps.h"
+#include "genotypes/markerhints.h"
 #include "genotypes/markerlines.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/memory.h"
+#include "main/nearest.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -14,6 +17,7 @@
 #include "scans/options.h"
 #include "scans/pvalues.h"
 #include "scans/regressionscan.h"
+#include "scans/scanhints.h"
 #include "text/fields.h"
 
 #include <algorithm>
@@ -56,6 +60,16 @@ struct RegressionPlan {
 };
 }  // namespace
 
+static void lookForBinOptions()
+{
+    const Option *const ofBins[]
+        = {&methodOption, &binTypeOption, &automaticBinsOption, &binFileOption, &manualBinsOption, &binPlacesOption};
+    for (const Option *option : ofBins) {
+        if (wantsDataHints() && option->given())
+            addDataHint(quoted(option->name) + " changes nothing without \"-type bins\"");
+    }
+}
+
 static RegressionPlan readOptions()
 {
     readScanOptions(genotypeFileOption, slopeOption);
@@ -66,6 +80,8 @@ static RegressionPlan readOptions()
         definition = readBinOptions(refuseSameScanFiles);
         xmethod = binPlacesOption.read();
         reportBins();
+    } else {
+        lookForBinOptions();
     }
     return {type, std::move(definition), decisionBy({}), Significance(type == bins), talliesOption.given()};
 }
@@ -77,6 +93,12 @@ struct GenotypeLayout {
     bool hasTriplets = false;
 };
 }  // namespace
+
+[[noreturn]] static void refuseNumbers(size_t values, size_t columns)
+{
+    explainIndividuals(values, columns, false);
+    refusePhenotype();
+}
 
 // By the first phenotype: a column for each of its values, or three. Missing values at its end need have none.
 static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
@@ -90,14 +112,14 @@ static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
         least = isMissingField(field) ? least : most;
     }
     if (columns <= leadingColumns)
-        refusePhenotype();
+        refuseNumbers(most, columns);
     const size_t dosages = columns - leadingColumns, triplets = dosages / 3;
     if (dosages != most && dosages == 3 * most)
         return {most, true};
     if (least <= dosages && dosages <= most)
         return {dosages, false};
     if (dosages % 3 != 0 || triplets < least || triplets > most)
-        refusePhenotype();
+        refuseNumbers(most, columns);
     return {triplets, true};
 }
 
@@ -220,10 +242,13 @@ static size_t getData(MarkerLines &lines, const GenotypeLayout &layout, MarkerBl
 {
     const auto read = layout.hasTriplets ? readGappyTriplets : readGappyDosages;
     const size_t columns = leadingColumns + layout.individuals * (layout.hasTriplets ? 3 : 1);
+    const MarkerLook look = {layout.hasTriplets ? MarkerLook::Content::Triplets : MarkerLook::Content::Dosages, true,
+                             nullptr, leadingColumns, 2};
     size_t bytes = 0;
     std::string_view line;
     std::array<std::string_view, leadingColumns> leading;
     for (block.markers = 0; block.markers < MarkerBlock::capacity && lines.next(line); ++block.markers) {
+        lookAtMarker(line, look);
         if (read(line, na_value, leading, {block.dosages(block.markers), layout.individuals}) != columns) {
             isBroken = true;
             break;
@@ -274,6 +299,7 @@ static RegressionTrait makeTrait(const RegressionPlan &plan, const Phenotype &ph
     if (plan.type != bins)
         return trait;
     const std::vector<Bin> filled = fillBins(findBins(plan.bins, phenotype.p2List), phenotype.values);
+    lookAtBins(phenotype.name, phenotype.values, filled, false);
     for (const Bin &bin : filled)
         trait.bins.emplace_back(bin.individuals.begin(), bin.individuals.end());
     if (xmethod == 0)
