@@ -3,4 +3,4 @@ set -euo pipefail
 numbers="${*:3}"
 $1 -- "$2" | awk -v wanted="$numbers" '
     BEGIN { split(wanted, number, " "); next_ = 1 }
-    NF && ++line == number[next_] { print; ++next_ }'
+    /[^ \t\r]/ && ++line == number[next_] { print; ++next_ }'

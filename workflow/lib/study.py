@@ -60,6 +60,7 @@ def readConfig(config, schemaFile):
     if errors:  # of several the unknown key: it tells why another one is missing
         raise Wrong(explain(min(errors, key=lambda e: (e.validator != "additionalProperties", *map(str, e.path)))))
     fillDefaults(config, schema)
+    config["out"] = os.path.normpath(config["out"])
     for name, scan in config["scans"].items():
         known = SCAN_OPTIONS[scan["mode"]]
         for option in scan:

@@ -15,7 +15,7 @@ gzip -dc -- "$values" | awk -F '\t' -v names="$names" '
         ARGC = 1
     }
     NR == 1 || $13 == "NA" { next }
-    $1 != last || $2 != chromosome {
+    $1 "" != last "" || $2 "" != chromosome "" {
         if (out) close(out)
         if (!($2 in number)) { print "no genotype file begins with chromosome " $2 " of marker " $3; exit 1 }
         last = $1; chromosome = $2; out = names trait[$1] "." number[$2] ".new"

@@ -2,7 +2,7 @@
 # submit.sh NAME MEGABYTES MINUTES SCRIPT: hands a job to Slurm and prints its number. Settings of the cluster, such as
 # account and partition, come from SBATCH_ACCOUNT, SBATCH_PARTITION and so on.
 set -euo pipefail
-jobs=.snakemake/slurm
+jobs=$MORVEL_STUDY/parts/slurm
 mkdir -p "$jobs"
 # What a run before this one has submitted, and was killed, must not make its outputs again later.
 for list in "$jobs"/run.*; do
