@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the workflow on a real Slurm of three nodes in this machine, with its own keys, settings and sockets, on loopback
-# addresses: a node and a job are killed in the middle, then Snakemake itself; every byte must be that of one run. Status
-# 77: skipped, which only happens without root.
+# addresses: a node and a job are killed in the middle, then Snakemake itself; every byte must be that of one run.
+# Status 77: skipped, which only happens without root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [ "$(id -u)" -ne 0 ]; then
@@ -10,7 +10,8 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 . scripts/packages.sh
 start_log build/cluster.log
-install_packages $build_packages snakemake tabix gnuplot-nox fonts-dejavu-core slurmctld slurmd slurm-client munge python3
+install_packages $build_packages snakemake tabix gnuplot-nox fonts-dejavu-core \
+    slurmctld slurmd slurm-client munge python3
 logged cmake -S . -B build
 logged cmake --build build --parallel "$(nproc)" --target morvel morvel-plot morvel-gather
 source=$PWD PATH=$PWD/build:$PATH:/usr/sbin
@@ -108,9 +109,15 @@ kill_node() {
     for process in $(processes "SLURMD_NODENAME=$1"); do kill -9 "$process" 2>/dev/null || true; done
 }
 
-running_on() {
-    squeue -h -t R -w "$1" -o %i | grep -q .
-}
+# The program as it is, but that the first run of it on two of the nodes takes its time, to be killed meanwhile.
+mkdir bin
+cat >bin/morvel <<B
+#!/usr/bin/env bash
+case "\$SLURMD_NODENAME" in n1 | n2) mkdir "$work/first.\$SLURMD_NODENAME" 2>/dev/null && echo "\$SLURM_JOB_ID" \
+    >"$work/job.\$SLURMD_NODENAME" && sleep 60 ;; esac
+exec "$source/build/morvel" "\$@"
+B
+chmod +x bin/morvel
 
 start_slurm
 export CI=true # Snakemake looks after its jobs every second
@@ -124,15 +131,15 @@ write_study made "chr1.gen, chr2.gen.gz, chr3.gen.gz" traits trait3 "costs: cost
 one_run one-example examples/example.pheno height "" examples/example.gen
 one_run one traits trait3 maps chr1.gen chr2.gen.gz chr3.gen.gz
 
+PATH=$work/bin:$PATH
 run_study made.yaml "${slurm[@]}" &
 run=$!
-in_time running_on n2
+in_time test -s job.n2
+echo "node n2 killed with $(squeue -h -j "$(cat job.n2)" -o %j) on it"
 kill_node n2
-echo "node n2 killed with $(squeue -h -t R -w n2 -o %j | tr '\n' ' ')on it"
-in_time running_on n1
-job=$(squeue -h -t R -w n1 -o %i | head -n 1)
-echo "job $job, $(squeue -h -j "$job" -o %j), killed on n1"
-for process in $(processes "SLURM_JOB_ID=$job"); do kill -9 "$process" 2>/dev/null || true; done
+in_time test -s job.n1
+echo "job $(cat job.n1), $(squeue -h -j "$(cat job.n1)" -o %j), killed on n1"
+for process in $(processes "SLURM_JOB_ID=$(cat job.n1)"); do kill -9 "$process" 2>/dev/null || true; done
 in_time grep -qE '^(2[5-9]|[3-9].) of ' made.yaml.log
 kill -9 "$(cat main)"
 wait $run || true

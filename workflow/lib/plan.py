@@ -136,8 +136,9 @@ class Plan:
         facts = self.facts
         pairs, entries = facts["markers"] * phenotypes, facts["individuals"] * phenotypes
         reading = self.seconds(kind, value=self.values)
-        entering = self.seconds(kind, entry=entries, phenotype=phenotypes)
-        work = self.seconds(kind, pair=pairs, cell=pairs * facts["individuals"], hit=hits)
+        entering = self.seconds(kind, entry=entries)
+        work = self.seconds(kind, pair=pairs, cell=pairs * facts["individuals"], hit=hits,
+                            hitcell=hits * facts["individuals"])
         if mode == "gwas":  # reads everything again for each phenotype
             self.cut(step, reading * phenotypes + entering + work, 0, phenotypes)
         elif mode == "gwas2":
