@@ -27,7 +27,8 @@ made = f"{output}.{socket.gethostname()}.{os.getpid()}" if output else None
 status = 127
 try:
     with open(made, "wb") if made else open(os.devnull, "wb") as file:
-        status = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=file if made else text, stderr=text).returncode
+        status = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=file if made else text,
+                                stderr=text).returncode
         os.fsync(file.fileno()) if made and status == 0 else None
     if made and status == 0:
         os.replace(made, output)
@@ -43,7 +44,8 @@ used = resource.getrusage(resource.RUSAGE_CHILDREN)
 if status:
     text.seek(0)
     said = text.read().decode("utf-8", "replace").splitlines()
-    print(f"{' '.join(command[:12])}\nended with status {status}; {log} ends in", *said[-8:], sep="\n  ", file=sys.stderr)
+    print(f"{' '.join(command[:12])}\nended with status {status}; {log} ends in", *said[-8:], sep="\n  ",
+          file=sys.stderr)
 text.write(f"\njob: status {status} wall {time.time() - begin:.2f} processor {used.ru_utime + used.ru_stime:.2f} "
            f"memory {used.ru_maxrss // 1024} host {os.environ.get('SLURMD_NODENAME', socket.gethostname())}\n".encode())
 sys.exit(1 if status else 0)

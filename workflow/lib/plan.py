@@ -48,6 +48,8 @@ class Plan:
         self.steps = {}
         self.plainJobs = []  # (what, jobs, seconds of all, megabytes of one, bytes on the disk, bytes read)
         self.values = facts["markers"] * facts["individuals"]
+        self.repacked = self.findRepacked()
+        self.phenotypes = self.repacked.get(config["phenotypes"], config["phenotypes"])
         self.addDosages()
         for name, scan in config["scans"].items():
             self.addScan(name, scan["mode"], {k: v for k, v in scan.items() if k != "mode"})
@@ -71,22 +73,26 @@ class Plan:
         step.parts = int(max(1, min(limit, math.ceil(whole / share))))
         step.seconds = whole + each * step.parts
 
-    # Plain gzip and Zstandard cannot be entered in the middle; files of one kind can be put together as they are.
-    def packs(self):
-        return [f for f in self.facts["files"] if f["kind"] in ("gzip", "zstd")]
+    def findRepacked(self):
+        """What is read in place of plain gzip and Zstandard files, which cannot be entered in the middle."""
+        made = {file["name"]: f"{self.parts}/genotypes.{number}.gz"
+                for number, file in enumerate(self.facts["files"], 1) if file["kind"] in ("gzip", "zstd")}
+        if self.facts["phenotypeKind"] in ("gzip", "zstd"):
+            made[self.config["phenotypes"]] = f"{self.parts}/phenotypes.gz"
+        return made
 
     def genotypes(self):
         """The genotype files as the steps read them."""
-        return [f"{self.parts}/genotypes.{i}.gz" if file in self.packs() else file["name"]
-                for i, file in enumerate(self.facts["files"], 1)]
+        return [self.repacked.get(file["name"], file["name"]) for file in self.facts["files"]]
 
     def addDosages(self):
         config, facts, costs = self.config, self.facts, self.costs["bytes"]
         self.dosages = f"{self.out}/dosages/{config['name']}.ad.gz"
         packed = self.values * costs["packed"]
-        if self.packs():
-            size = sum(f["bytes"] for f in self.packs())
-            self.plainJobs.append(("repack", len(self.packs()), size * 30e-9, 20, size / 5, sum(f["size"] for f in self.packs())))
+        if self.repacked:
+            files = [file for file in facts["files"] if file["name"] in self.repacked]
+            size, content = sum(file["size"] for file in files), sum(file["bytes"] for file in files)
+            self.plainJobs.append(("repack", len(self.repacked), content * 30e-9, 20, content / 5, size))
         if config["content"] == "dosages":
             if len(facts["files"]) == 1:
                 self.dosages = self.genotypes()[0]
@@ -110,7 +116,8 @@ class Plan:
         needs = self.genotypes() if inputs else [self.dosages]
         step = Step(name, words("morvel", "-M", mode, *command), made, needs, inputs)
         step.memory = 30 + 20e-6 * self.facts["individuals"]
-        step.read = sum(f["size"] for f in self.facts["files"]) if inputs else self.values * self.costs["bytes"]["packed"]
+        files, packed = self.facts["files"], self.costs["bytes"]["packed"]
+        step.read = sum(file["size"] for file in files) if inputs else self.values * packed
         self.steps[name] = step
         return step
 
@@ -121,7 +128,7 @@ class Plan:
     def addScan(self, name, mode, options):
         facts, config = self.facts, self.config
         source = "genotypes" if mode == "gwas3" else "dosages"
-        command = [*self.scanCommand(mode, options, config["phenotypes"]), "-gfile",
+        command = [*self.scanCommand(mode, options, self.phenotypes), "-gfile",
                    "/dev/stdin" if source == "genotypes" else self.dosages]
         step = self.addStep(name, mode, command, f"{self.prefix}.{name}", source)
         step.sides = [".stats"]
@@ -129,8 +136,9 @@ class Plan:
         share = float(options.get("statlimit", 0.05)) if options.get("statistic", "p") == "p" else 0
         hits = facts["markers"] * facts["phenotypes"] * min(share, 1)
         self.cutScan(step, mode, mode, facts["phenotypes"], hits)
-        step.needs = step.needs + [config["phenotypes"]]
-        step.disk = hits * self.costs["bytes"]["hit"] + (facts["phenotypes"] if mode != "gwas3" else facts["markers"]) * 100
+        step.needs = step.needs + [self.phenotypes]
+        rows = facts["markers"] if mode == "gwas3" else facts["phenotypes"]  # of statistics
+        step.disk = hits * self.costs["bytes"]["hit"] + rows * 100
 
     def cutScan(self, step, mode, kind, phenotypes, hits=0):
         facts = self.facts
@@ -155,7 +163,7 @@ class Plan:
         facts, config, peaks = self.facts, self.config, self.config["peaks"]
         traits = len(facts["traits"])
         everybody = traits == facts["phenotypes"]
-        self.chosen = config["phenotypes"] if everybody else f"{self.parts}/chosen.pheno"
+        self.chosen = self.phenotypes if everybody else f"{self.parts}/chosen.pheno"
         options = {"type": peaks["type"], "statistic": "p", "statlimit": 1}
         command = [*self.scanCommand("regscan1", options, self.chosen), "-gfile", self.dosages]
         step = self.addStep("pvalues", "regscan1", command, f"{self.prefix}.pvalues.gz", "dosages")
@@ -202,7 +210,8 @@ class Plan:
         most = max([step.disk for step in self.steps.values()], default=0)
         rows.append(("all", sum(jobs), sum(seconds), max(memory), sum(disk) + most, sum(read)))
         for name, jobs, seconds, memory, disk, read in rows:
-            lines.append(f"{name:<16}{jobs:>8}{seconds / 3600:>12.3g}{memory:>10.0f}{disk / 1e9:>12.3g}{read / 1e9:>10.3g}")
+            lines.append(f"{name:<16}{jobs:>8}{seconds / 3600:>12.3g}{memory:>10.0f}{disk / 1e9:>12.3g}"
+                         f"{read / 1e9:>10.3g}")
         lines.append(f"{self.done()} of {len(self.steps)} large steps are done")
         return "\n".join(lines)
 
@@ -212,12 +221,13 @@ def main(name, individuals, markers, phenotypes, chromosomes=22):
     with open(name) as file:
         config = readConfig(yaml.safe_load(file), f"{folder}/schema.yaml")
     # Triplets take some 8 bytes a genotype as text, and some 2.1 when compressed.
-    chromosome = {"name": "", "kind": "bgzip", "label": "", "markers": markers // chromosomes, "individuals": individuals,
+    chromosome = {"name": "", "kind": "bgzip", "label": "", "markers": markers // chromosomes,
                   "bytes": markers * individuals * 8 // chromosomes, "size": markers * individuals * 2.1 / chromosomes}
     chosen = config.get("peaks", {}).get("phenotypes", range(phenotypes)) if "peaks" in config else []
-    print(Plan(config, {"costs": {}, "files": [chromosome] * chromosomes, "individuals": individuals, "markers": markers,
-                        "phenotypes": phenotypes, "phenotypeBytes": individuals * phenotypes * 7,
-                        "traits": list(chosen)}, f"{folder}/costs.yaml").text())
+    facts = {"costs": {}, "files": [chromosome] * chromosomes, "individuals": individuals, "markers": markers,
+             "phenotypes": phenotypes, "phenotypeBytes": individuals * phenotypes * 7, "phenotypeKind": "plain",
+             "traits": list(chosen)}
+    print(Plan(config, facts, f"{folder}/costs.yaml").text())
 
 
 if __name__ == "__main__":

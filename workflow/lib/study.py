@@ -35,7 +35,8 @@ def explain(error):
         known = list(error.schema["properties"])
         unknown = next(str(key) for key in error.instance if key not in known)
         near = difflib.get_close_matches(unknown, known, 1)
-        return f"{at}unknown key '{unknown}'; " + (f"did you mean '{near[0]}'?" if near else "known: " + ", ".join(known))
+        advice = f"did you mean '{near[0]}'?" if near else "known: " + ", ".join(known)
+        return f"{at}unknown key '{unknown}'; {advice}"
     if error.validator == "required":
         missing = next(key for key in error.validator_value if key not in error.instance)
         return f"{at}'{missing}' is missing: " + error.schema["properties"][missing]["description"]
@@ -231,16 +232,18 @@ def readCosts(config):
     openable(config["costs"], "the file of costs")
     with open(config["costs"]) as file:
         costs = yaml.safe_load(file)
-    if not isinstance(costs, dict) or not all(
-            isinstance(cost, dict) and all(isinstance(c, (int, float)) for c in cost.values()) for cost in costs.values()):
+    kinds = list(costs.values()) if isinstance(costs, dict) else [None]
+    if not all(isinstance(kind, dict) and all(isinstance(cost, (int, float)) for cost in kind.values()) for kind in kinds):
         raise Wrong(f"'{config['costs']}' must have lines such as 'gentoAD: {{value: 20}}'")
     return costs
 
 
 def checkPrograms(config):
-    folder = config["programs"]
+    path = os.environ.get("PATH", "")
+    if config["programs"]:
+        path = os.path.abspath(config["programs"]) + ":" + path
     for program in PROGRAMS:
-        if not shutil.which(program, path=os.path.abspath(folder) + ":" + os.environ.get("PATH", "") if folder else None):
+        if not shutil.which(program, path=path):
             raise Wrong(f"the program {program} is neither in 'programs' nor in PATH")
 
 
@@ -268,8 +271,9 @@ def load(config, schemaFile):
         for file in files:
             openable(config["peaks"]["maps"].replace("{chromosome}", file["label"]), "the genetic map")
     checkNames(config, traits)
-    return {"costs": readCosts(config), "files": files, "individuals": files[0]["individuals"], "markers": sum(f["markers"] for f in files),
-            "phenotypes": len(phenotypes["names"]), "phenotypeBytes": phenotypes["bytes"], "phenotypeKind": phenotypes["kind"], "traits": traits}
+    return {"costs": readCosts(config), "files": files, "individuals": files[0]["individuals"],
+            "markers": sum(file["markers"] for file in files), "phenotypes": len(phenotypes["names"]),
+            "phenotypeBytes": phenotypes["bytes"], "phenotypeKind": phenotypes["kind"], "traits": traits}
 
 
 def words(*parts):

@@ -8,24 +8,26 @@ def partWords(step, part):
     return words("morvel-gather", "run", "-part", number, "-of", step.parts, *inputs)
 
 
-for index, file in enumerate(FACTS["files"], 1):
-    if file in PLAN.packs():
+KINDS_OF_FILES = {file["name"]: file["kind"] for file in FACTS["files"]}
+KINDS_OF_FILES[config["phenotypes"]] = FACTS["phenotypeKind"]
 
-        rule:
-            name:
-                f"repack_{index}"
-            input:
-                fixed([file["name"]]),
-            output:
-                f"{PARTS}/genotypes.{index}.gz",
-            log:
-                f"{OUT}/logs/repack/{index}.log",
-            params:
-                command=words("bash", f"{LIB}/repack.sh", study.reader(file["kind"]), file["name"]),
-            resources:
-                runtime=int(file["bytes"] * 2e-9 + 10),
-            shell:
-                "{JOB} {log} -o {output} -- {params.command}"
+for index, (packed, made) in enumerate(PLAN.repacked.items(), 1):
+
+    rule:
+        name:
+            f"repack_{index}"
+        input:
+            fixed([packed]),
+        output:
+            made,
+        log:
+            f"{OUT}/logs/repack/{index}.log",
+        params:
+            command=words("bash", f"{LIB}/repack.sh", study.reader(KINDS_OF_FILES[packed]), packed),
+        resources:
+            runtime=int(os.path.getsize(packed) * 2e-8 + 10),
+        shell:
+            "{JOB} {log} -o {output} -- {params.command}"
 
 
 if config["content"] == "dosages" and len(FACTS["files"]) > 1:

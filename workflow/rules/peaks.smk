@@ -16,7 +16,7 @@ SUMMARIES = [f"{PREFIX}.{trait}.{made}" for trait in TRAITS for made in ["result
 SHORT = int(3 * PLAN.seconds("tables", row=FACTS["markers"]) / 60 + 1)
 
 if TRAITS:
-    if PLAN.chosen != config["phenotypes"]:
+    if PLAN.chosen != PLAN.phenotypes:
 
         rule chosen:
             input:

@@ -32,7 +32,8 @@ rule picture:
         runtime=int(3 * PLAN.picture / 60 + 2),
         small=1,
     shell:
-        "{JOB} {log} -- morvel-plot {wildcards.kind} -file {input} {params.columns} -title {wildcards.trait} -out {output}"
+        "{JOB} {log} -- morvel-plot {wildcards.kind} -file {input} {params.columns}"
+        " -title {wildcards.trait} -out {output}"
 
 
 rule report:
