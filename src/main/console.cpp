@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <unistd.h>
 
 static const char *companion = nullptr;  // whose messages go to standard error; null: the program. Set by startConsole
@@ -42,6 +43,14 @@ static bool isEnding = false;            // a second failure while the first one
     fatal("'%s' is %s, not a text table: see \"Files of other kinds\" in the guide\n", name.c_str(), kind);
 }
 
+// Ends the run where memory is wanted. No exception: compilers take a function that is compiled for several kinds of
+// processor for one that throws none. Unwinding would also give incomplete outputs an end mark.
+[[noreturn]] static void endWithoutMemory()
+{
+    std::set_new_handler([] { std::_Exit(1); });  // the end needs hardly any
+    fatal("Out of memory\n");
+}
+
 void startConsole(const char *companionName)
 {
     companion = companionName;
@@ -61,6 +70,7 @@ void startConsole(const char *companionName)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     text::onFailure = failTransfer;
+    std::set_new_handler(endWithoutMemory);
     if (!companion)  // a companion may read lists out of other programs' files
         text::onForeign = failForeign;
 }

@@ -12,8 +12,8 @@
 #include "text/writer.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <unistd.h>
 
@@ -130,12 +130,12 @@ static void readTest4()
         std::fputs("File error", stderr);
         quit();
     }
-    const std::unique_ptr<char[]> block(new (std::nothrow) char[readBytes]);
+    const text::LineReader::Memory block(static_cast<char *>(std::malloc(readBytes)));
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
     }
-    const std::unique_ptr<char[]> work(new (std::nothrow) char[workSize]);
+    const text::LineReader::Memory work(static_cast<char *>(std::malloc(workSize)));
     if (!work) {
         std::fputs("Memory error2", stderr);
         quit();
@@ -152,7 +152,7 @@ static void readTest4()
         if (bytes == 0)
             break;
         for (size_t i = 0; i < bytes; ++i) {
-            const char byte = block[i];
+            const char byte = block.get()[i];
             if (byte == ' ' || byte == '\n') {
                 wordCount = byte == '\n' ? 0 : wordCount + 1;
                 word.clear();

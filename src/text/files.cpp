@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -14,6 +15,13 @@ namespace text {
 namespace fs = std::filesystem;
 
 FailureHandler onFailure = [](const char *, const std::string &) { std::abort(); };
+
+void failMemory()
+{
+    if (const std::new_handler handler = std::get_new_handler())
+        handler();
+    throw std::bad_alloc();
+}
 
 void (*onUnopened)(const std::string &name, int error) = nullptr;
 

@@ -1,4 +1,4 @@
-// What readers and writers share: file identity, and how a failed transfer is reported.
+// What readers and writers share: file identity, and how a failed transfer or a lack of memory is reported.
 #pragma once
 
 #include <cstdio>
@@ -12,6 +12,10 @@ namespace text {
 // never prints and never ends the process. Must not return.
 using FailureHandler = void (*)(const char *action, const std::string &name);
 extern FailureHandler onFailure;
+
+// Where memory cannot be had: the handler that operator new calls as well, which must not return to here, or
+// std::bad_alloc.
+[[noreturn]] void failMemory();
 
 // Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
 extern void (*onUnopened)(const std::string &name, int error);
