@@ -94,7 +94,7 @@ static char *writeTriplets(const uint8_t *classes, size_t count, char *end)
 }
 
 // A dosage whose deviation is not ready: finds its class, and writes and returns its deviation.
-static double convertOdd(double value, uint8_t &group, char *&end)
+[[gnu::always_inline]] static inline double convertOdd(double value, uint8_t &group, char *&end)
 {
     const double digvalue = std::trunc(value + 0.5);
     const double deviation = value - digvalue;
@@ -119,8 +119,8 @@ static void addDeviations(const double *deviations, const double *end)
 }
 
 // Writes the deviation of every dosage, or "?" where it has no class, each with a blank behind.
-static char *writeDeviations(const FieldNumbers &dosages, size_t count, const ReadyDeviations &ready, Places &places,
-                             char *end)
+MORVEL_WIDE static char *writeDeviations(const FieldNumbers &dosages, size_t count, const ReadyDeviations &ready,
+                                         Places &places, char *end)
 {
     double deviations[FieldNumbers::batchSize];  // absolute, those that are not 0
     double *next = deviations;
