@@ -57,7 +57,8 @@ struct ReadyDeviations {
     ReadyDeviations();
 };
 
-// Where dosages stand among the ready deviations, and their classes.
+// Where dosages stand among the ready deviations, and their classes. Those that are not ready stand behind them, and
+// their classes are found later.
 struct Places {
     uint16_t deviations[FieldNumbers::batchSize];
     uint8_t classes[FieldNumbers::batchSize];
@@ -146,9 +147,10 @@ static void convertDosages(std::string_view line, const ReadyDeviations &ready, 
     Places places;
     while (const size_t count = dosages.next()) {
         findPlaces(dosages.numbers(), count, places);
+        char *const outEnd = out.reserve(count * tripletSize + 2);
         char *const statsEnd = stats.reserve(count * (text::maxRealSize + 1));
         stats.commit(writeDeviations(dosages, count, ready, places, statsEnd));
-        out.commit(writeTriplets(places.classes, count, out.reserve(count * tripletSize + 2)));
+        out.commit(writeTriplets(places.classes, count, outEnd));
     }
 }
 
