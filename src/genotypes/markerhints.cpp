@@ -3,6 +3,7 @@
 #include "main/nearest.h"
 #include "main/repeats.h"
 #include "text/bytes.h"
+#include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 
@@ -16,9 +17,9 @@
 using std::string_view;
 using Content = MarkerLook::Content;
 
-static constexpr size_t fullLookBytes = size_t(2) << 20;
-static constexpr size_t markersPerLook = 64;  // after that
-static constexpr double sumTolerance = 0.02;  // rounding of three numbers to two digits
+static constexpr size_t fullLookBytes = size_t(1) << 19;
+static constexpr size_t markersPerLook = 128;  // after that
+static constexpr double sumTolerance = 0.02;   // rounding of three numbers to two digits
 
 namespace {
 // Something found in the genotypes of some individuals.
@@ -51,7 +52,9 @@ enum Kind { Zeros, Nans, OtherSums, Negatives, Empties };
 
 static const char *zerosCountAs = "";
 static size_t markers = 0, looks = 0, bytes = 0;
-static size_t lastOffset = 0;
+static bool hasEnded = false;  // what comes is read again
+static std::string firstName;
+static size_t firstOffset = 0;
 static LineFacts firstLine;
 static std::optional<text::LineReader::Origin> header;  // a first line that looks like one
 static bool isHeaderOpen = false;                       // the second line will tell
@@ -74,7 +77,7 @@ void Finding::add(string_view word, size_t individual, string_view line)
 std::string Finding::text() const
 {
     const auto concerned = std::count(individuals.begin(), individuals.end(), true);
-    std::string text = describePlace(*first) + ": " + what;
+    std::string text = (first ? describePlace(*first) + ": " : "") + what;
     if (this == &findings[Zeros])
         text += std::string(" ") + zerosCountAs + " (missing?)";
     text += ": " + std::to_string(count) + ", of " + std::to_string(concerned)
@@ -106,14 +109,13 @@ static std::string textOfTriplets()
 }
 
 // Takes the next field off the rest of a line; false behind the last one.
-static bool takeField(string_view &rest, const MarkerLook &look, string_view &field)
+static bool takeField(string_view &rest, bool areWords, string_view &field)
 {
-    const auto isSeparator
-        = [&look](char c) { return c == ' ' || (look.areWords && (text::isWhiteSpace(c) || c == look.delimiter)); };
+    const auto isSeparator = [areWords](char c) { return areWords ? text::isWhiteSpace(c) : c == ' '; };
     const char *at = rest.data(), *const end = at + rest.size();
-    while (look.areWords && at != end && isSeparator(*at))
+    while (areWords && at != end && isSeparator(*at))
         ++at;
-    if (!at || (look.areWords && at == end))
+    if (!at || (areWords && at == end))
         return false;
     const char *const first = at;
     while (at != end && !isSeparator(*at))
@@ -158,27 +160,35 @@ static void lookAtDosage(string_view field, double value, size_t individual, str
 }
 
 // Looks at the fields behind the leading columns, which `genotypes` begins with.
+template <text::Separator separator>
 static LineFacts lookAtGenotypes(string_view genotypes, string_view line, const MarkerLook &look)
 {
+    using Walker = text::FieldWalker<separator>;
+    const bool isDosages = look.content == Content::Dosages;
     LineFacts facts;
     string_view fields[3];
     text::Real parts[3];
-    for (size_t part = 0; takeField(genotypes, look, fields[part]);) {
-        const bool isLast = !genotypes.data();
-        parts[part] = numberOf(fields[part]);
-        facts.endsEmpty = isLast && fields[part].empty();
-        facts.large += parts[part].value > 2;
-        const bool isDosages = look.content == Content::Dosages;
-        const size_t individual = isDosages ? facts.count : facts.count / 3;
-        // One blank too many behind triplets is passed over.
-        if (fields[part].empty() && (isDosages || !isLast || part > 0))
-            findings[Empties].add(fields[part], individual, line);
-        if (isDosages)
-            lookAtDosage(fields[part], parts[part].value, individual, line, look);
-        ++facts.count;
-        part = part < 2 ? part + 1 : 0;
-        if (part == 0)
-            lookAtTriplet(fields, parts, individual, line, look, facts);
+    size_t part = 0;
+    Walker walker(genotypes);
+    while (const size_t count = walker.next(Walker::batchSize)) {
+        for (size_t i = 0; i < count; ++i) {
+            const string_view field = fields[part] = walker.field(i);
+            if (field.empty() && separator == text::Separator::WhiteSpace)
+                continue;
+            const text::Real number = parts[part] = numberOf(field);
+            facts.large += number.value > 2;
+            const size_t individual = isDosages ? facts.count : facts.count / 3;
+            facts.endsEmpty = field.empty() && walker.end(i) == line.data() + line.size();
+            // One blank too many behind triplets is passed over.
+            if (field.empty() && (isDosages || !facts.endsEmpty || part > 0))
+                findings[Empties].add(field, individual, line);
+            if (isDosages)
+                lookAtDosage(field, number.value, individual, line, look);
+            ++facts.count;
+            part = part < 2 ? part + 1 : 0;
+            if (part == 0)
+                lookAtTriplet(fields, parts, individual, line, look, facts);
+        }
     }
     facts.areTriplets &= facts.count % 3 == 0 && facts.count > 3;
     return facts;
@@ -218,9 +228,11 @@ static void lookAtValues(string_view line, const MarkerLook &look)
 {
     string_view rest = line, field;
     for (int64_t i = 0; i < look.leadingColumns; ++i)
-        takeField(rest, look, field);
+        takeField(rest, look.areWords, field);
     const auto onNoNumber = std::exchange(text::onNoNumber, nullptr);  // its reader tells that
-    const LineFacts facts = lookAtGenotypes(rest, line, look);
+    const auto lookAtFields
+        = look.areWords ? lookAtGenotypes<text::Separator::WhiteSpace> : lookAtGenotypes<text::Separator::Blank>;
+    const LineFacts facts = rest.data() ? lookAtFields(rest, line, look) : LineFacts();
     text::onNoNumber = onNoNumber;
     areAllTriplets &= facts.areTriplets;
     if (looks++ == 0) {
@@ -232,38 +244,53 @@ static void lookAtValues(string_view line, const MarkerLook &look)
         header.reset();
     isHeaderOpen = false;
     if (facts.count != firstLine.count)
-        addDataHint(quoted(text::LineReader::originOf(line.data())->file) + ", marker number "
-                        + std::to_string(markers),
-                    "has not as many fields as the first marker");
+        addDataHint("marker number " + std::to_string(markers), "has not as many fields as the first marker");
 }
 
 static string_view nameOf(string_view line, const MarkerLook &look)
 {
     string_view name;
     for (int64_t i = 0; i < look.nameColumn; ++i) {
-        if (!takeField(line, look, name))
+        if (!takeField(line, look.areWords, name))
             return {};
     }
     return name;
 }
 
+// True where the first marker comes a second time: the file is read again.
+static bool isReadAgain(string_view line, string_view name)
+{
+    const auto origin = text::LineReader::originOf(line.data());
+    if (markers == 0) {
+        firstName = name;
+        firstOffset = origin ? origin->offset : 0;
+        return false;
+    }
+    return !origin || origin->offset <= firstOffset;
+}
+
+static void startLooking(const MarkerLook &look)
+{
+    zerosCountAs = look.zerosCountAs;
+    areAllTriplets = look.content == Content::Dosages;
+    for (const auto late : {textOfHeader, textOfTriplets, textOf<Zeros>, textOf<Nans>, textOf<OtherSums>,
+                            textOf<Negatives>, textOf<Empties>})
+        addDataHint(late);
+}
+
 void lookAtMarker(string_view line, const MarkerLook &look)
 {
-    if (!wantsDataHints())
+    if (!wantsDataHints() || hasEnded)
         return;
-    const auto origin = text::LineReader::originOf(line.data());
-    if (!origin || (markers > 0 && origin->offset <= lastOffset))
+    const string_view name = nameOf(line, look);
+    if (markers == 0 || name == firstName)
+        hasEnded = look.nameColumn > 0 && isReadAgain(line, name);
+    if (hasEnded)
         return;
-    lastOffset = origin->offset;
-    if (++markers == 1) {
-        zerosCountAs = look.zerosCountAs;
-        areAllTriplets = look.content == Content::Dosages;
-        for (const auto late : {textOfHeader, textOfTriplets, textOf<Zeros>, textOf<Nans>, textOf<OtherSums>,
-                                textOf<Negatives>, textOf<Empties>})
-            addDataHint(late);
-    }
+    if (markers++ == 0)
+        startLooking(look);
     if (look.nameColumn > 0)
-        names.look(nameOf(line, look));
+        names.look(name);
     if (bytes <= fullLookBytes || markers % markersPerLook == 0)
         lookAtValues(line, look);
     bytes += line.size();

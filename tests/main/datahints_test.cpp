@@ -199,7 +199,7 @@ static std::vector<Case> cases()
                 "three for each individual\n", {"0 1\n", "0 1 0\n"}),
         convert("avgAD", "1\trs1\t5\tA\tG\t0\n", "\"g\", first marker: no fields behind the 5 leading columns; fields are "
                 "parted by single blanks, here by tabs?\n", {"\t", " "}),
-        convert("avgAD", dosages + "1 rs3 7 A G 1\n", "\"g\", marker number 3: has not as many fields as the first marker\n",
+        convert("avgAD", dosages + "1 rs3 7 A G 1\n", "marker number 3: has not as many fields as the first marker\n",
                 {"7 A G 1", "7 A G 1 1 1 1"}),
         scan("gwas3", "h 1 2\n", "1 rs1 5 A G 0 1 0 1 0 0\n1 rs2 5 A G 0 1 0 0 0 1.25\n",
              "marker rs2, individual 2: the dosage of 0 0 1.25 is no genotype\n", {"1.25", "1"}),
