@@ -32,12 +32,15 @@ static constexpr InputOption genotypeFileOption
 static constexpr RealOption slopeOption = {"-slope", 0.0, "least absolute slope of a hit"};
 static constexpr WordOption typeOption = {"-type", "additive", "additive dominant recessive rank logistic bins",
                                           "what is regressed on what; also any other word for additive"};
+static constexpr OutputOption talliesOption
+    = {"-tallies", "", "file for what morvel-gather needs to join the statistics of parts of the markers"};
 static constexpr const Option *options[] = {
     &phenotypeFileOption, &genotypeFileOption, &methodOption,
     &binTypeOption,       &manualBinsOption,   &automaticBinsOption,
     &hitFileOption,       &missingOption,      &phenotypeDelimiterOption,
     &slopeOption,         &statisticOption,    &statisticLimitOption,
     &typeOption,          &binFileOption,      &binPlacesOption,
+    &talliesOption,
 };
 
 enum AnalysisType { additive, dominant, recessive, byRank, logistic, bins };
@@ -53,6 +56,7 @@ struct RegressionPlan {
     BinDefinition bins;
     Decision decision;
     Significance significance;
+    std::optional<std::string> tallies;  // file name
 };
 }  // namespace
 
@@ -79,15 +83,7 @@ static RegressionPlan readOptions()
     } else {
         lookForBinOptions();
     }
-    return {type, std::move(definition), decisionBy({}), Significance(type == bins)};
-}
-
-static void putValue(double value, text::Writer &out)
-{
-    if (std::isnan(value))
-        out.put("NA");
-    else
-        out.put(value);
+    return {type, std::move(definition), decisionBy({}), Significance(type == bins), talliesOption.given()};
 }
 
 namespace {
@@ -324,6 +320,8 @@ static void addPhenotype(const RegressionPlan &plan, Phenotype &phenotype, Regre
         if (isScanned) {
             pass.scanned.push_back(phenotype.name);
             pass.bytes += pass.analysis->add(std::move(trait));
+            if (plan.tallies)
+                pass.analysis->summary(pass.scanned.size() - 1).prepareToWrite();
         }
     }
     pass.bytes += sizeof(TraitRow) + 2 * phenotype.name.size();
@@ -347,17 +345,14 @@ static void writeStatistics(const TraitRow &row, int64_t PhenoID, const TraitSum
         return;
     }
     out.put('\t');
-    out.put(summary->markers());
-    out.put('\t');
-    out.put(summary->counts.hits);
-    for (const double value : {summary->mostSlope(), summary->leastP(significance)}) {
-        out.put('\t');
-        putValue(value, out);
-    }
-    out.put('\t');
-    out.put(summary->bestMarker());
-    out.put('\t');
-    putValue(summary->lambda(), out);
+    writeFindings(*summary, significance, out);
+    out.put('\n');
+}
+
+static void writeTallies(int64_t PhenoID, const TraitSummary &summary, text::Writer &out)
+{
+    out.put(PhenoID);
+    summary.write(out);
     out.put('\n');
 }
 
@@ -394,7 +389,7 @@ private:
     const RegressionPlan &m_plan;
     const RegressionMemory m_memory;
     text::LineReader m_phenotypes, m_genotypes;
-    text::Writer m_hits, m_statistics;
+    text::Writer m_hits, m_statistics, m_tallies;
     PlainMarkerLines m_lines{m_genotypes};
     GenotypeLayout m_layout;
     Progress m_progress{Genoname, Phenoname};
@@ -409,8 +404,10 @@ RegressionScan::RegressionScan(const RegressionPlan &plan, const RegressionMemor
 {
     print("\nrunning regscan1() ...\n\n");
     refuseSameScanFiles({});
+    if (plan.tallies)
+        refuseSameFiles({Phenoname, Genoname, binFileOption.given().value_or("")}, {Outname, Statsname, *plan.tallies});
     if (!m_phenotypes.open(Phenoname) || !m_genotypes.open(Genoname) || !m_hits.open(Outname)
-        || !m_statistics.open(Statsname))
+        || !m_statistics.open(Statsname) || (plan.tallies && !m_tallies.open(*plan.tallies)))
         quit();
     m_hits.put(headings[0]);
     m_statistics.put(headings[1]);
@@ -458,6 +455,8 @@ void RegressionScan::finishPass(bool isLast)
         report(row, ++m_phenoID);
         writeStatistics(row, m_phenoID, row.isScanned ? &m_pass.analysis->summary(trait) : nullptr, m_plan.significance,
                         m_statistics);
+        if (row.isScanned && m_plan.tallies)
+            writeTallies(m_phenoID, m_pass.analysis->summary(trait), m_tallies);
         trait += row.isScanned;
     }
     startPass();
@@ -489,6 +488,7 @@ void RegressionScan::run()
         finishPass(true);
     m_hits.close();
     m_statistics.close();
+    m_tallies.close();
     printFileNames("Top SNPs for each phenotype", "phenotype");
 }
 
