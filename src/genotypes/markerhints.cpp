@@ -27,18 +27,23 @@ struct Finding {
     const char *what;
     std::optional<text::LineReader::Origin> first = {};
     size_t count = 0, markers = 0;
-    const void *lastLine = nullptr;
+    size_t lastMarker = 0;
     std::vector<bool> individuals = {};
 
-    void add(string_view word, size_t individual, string_view line);
+    void add(string_view word, size_t individual);
     std::string text() const;
 };
 
-// The numbers of a line, of which there are `count`.
+// The fields of a line behind the leading columns.
 struct LineFacts {
-    size_t count = 0, large = 0;  // above 2
+    size_t count = 0, numbers = 0, large = 0;  // above 2
     bool endsEmpty = false, areTriplets = true;
+
+    bool areMostlyLarge() const { return count > 1 && 2 * large > count; }
+    bool areMostlyTexts() const { return 2 * numbers < count; }
 };
+
+enum Kind { Zeros, Nans, OtherSums, Negatives, Empties };
 }  // namespace
 
 static Finding findings[] = {
@@ -48,7 +53,6 @@ static Finding findings[] = {
     {"negative dosages (missing?)"},
     {"empty fields (two blanks in a row, or one at the end of the line), which count as 0"},
 };
-enum Kind { Zeros, Nans, OtherSums, Negatives, Empties };
 
 static const char *zerosCountAs = "";
 static size_t markers = 0, looks = 0, bytes = 0;
@@ -62,13 +66,13 @@ static bool areAllTriplets = true;
 static RepeatedNames names("marker", "has a name that was there before, and results tell markers by their names only; "
                                      "name them by position and alleles");
 
-void Finding::add(string_view word, size_t individual, string_view line)
+void Finding::add(string_view word, size_t individual)
 {
     if (!first)
         first = text::LineReader::originOf(word.data());
     ++count;
-    markers += lastLine != line.data();
-    lastLine = line.data();
+    markers += lastMarker != ::markers;
+    lastMarker = ::markers;
     if (individuals.size() <= individual)
         individuals.resize(individual + 1);
     individuals[individual] = true;
@@ -134,7 +138,7 @@ static text::Real numberOf(string_view field)
 }
 
 static void lookAtTriplet(const string_view (&fields)[3], const text::Real (&parts)[3], size_t individual,
-                          string_view line, const MarkerLook &look, LineFacts &facts)
+                          const MarkerLook &look, LineFacts &facts)
 {
     const double sum = parts[0].value + parts[1].value + parts[2].value;
     const bool areNumbers = parts[0].isNumber && parts[1].isNumber && parts[2].isNumber;
@@ -144,19 +148,19 @@ static void lookAtTriplet(const string_view (&fields)[3], const text::Real (&par
     if (look.content == Content::Dosages)
         return;
     if (std::isnan(sum) && look.zerosCountAs)
-        findings[Nans].add(fields[0], individual, line);
+        findings[Nans].add(fields[0], individual);
     else if (areZeros && look.zerosCountAs)
-        findings[Zeros].add(fields[0], individual, line);
+        findings[Zeros].add(fields[0], individual);
     else if (areNumbers && !isWhole && !areZeros && !std::isnan(sum))
-        findings[OtherSums].add(fields[0], individual, line);
+        findings[OtherSums].add(fields[0], individual);
 }
 
-static void lookAtDosage(string_view field, double value, size_t individual, string_view line, const MarkerLook &look)
+static void lookAtDosage(string_view field, double value, size_t individual, const MarkerLook &look)
 {
     if (std::isnan(value) && look.zerosCountAs)
-        findings[Nans].add(field, individual, line);
+        findings[Nans].add(field, individual);
     else if (value < 0 && (look.zerosCountAs || value != -99.99))
-        findings[Negatives].add(field, individual, line);
+        findings[Negatives].add(field, individual);
 }
 
 // Looks at the fields behind the leading columns, which `genotypes` begins with.
@@ -176,18 +180,19 @@ static LineFacts lookAtGenotypes(string_view genotypes, string_view line, const 
             if (field.empty() && separator == text::Separator::WhiteSpace)
                 continue;
             const text::Real number = parts[part] = numberOf(field);
+            facts.numbers += number.isNumber;
             facts.large += number.value > 2;
             const size_t individual = isDosages ? facts.count : facts.count / 3;
             facts.endsEmpty = field.empty() && walker.end(i) == line.data() + line.size();
             // One blank too many behind triplets is passed over.
             if (field.empty() && (isDosages || !facts.endsEmpty || part > 0))
-                findings[Empties].add(field, individual, line);
+                findings[Empties].add(field, individual);
             if (isDosages)
-                lookAtDosage(field, number.value, individual, line, look);
+                lookAtDosage(field, number.value, individual, look);
             ++facts.count;
             part = part < 2 ? part + 1 : 0;
             if (part == 0)
-                lookAtTriplet(fields, parts, individual, line, look, facts);
+                lookAtTriplet(fields, parts, individual, look, facts);
         }
     }
     facts.areTriplets &= facts.count % 3 == 0 && facts.count > 3;
@@ -214,10 +219,11 @@ static void lookAtShape(const LineFacts &facts, string_view line, const MarkerLo
                                                                  : "";
         addDataHint(quoted(origin->file) + ", first marker: " + behind + "; fields are parted by single blanks"
                     + reason);
-    } else if (look.content == Content::Triplets && facts.count % 3 != (facts.endsEmpty ? 1 : 0)) {
+    } else if (look.content == Content::Triplets && !facts.areMostlyTexts()
+               && facts.count % 3 != (facts.endsEmpty ? 1 : 0)) {
         addDataHint(quoted(origin->file) + ", first marker: " + behind + ", which are not three for each individual");
     }
-    if (facts.count > 1 && 2 * facts.large > facts.count) {
+    if (facts.areMostlyLarge()) {
         header = origin;
         isHeaderOpen = true;
         clearFindings();
@@ -227,8 +233,8 @@ static void lookAtShape(const LineFacts &facts, string_view line, const MarkerLo
 static void lookAtValues(string_view line, const MarkerLook &look)
 {
     string_view rest = line, field;
-    for (int64_t i = 0; i < look.leadingColumns; ++i)
-        takeField(rest, look.areWords, field);
+    for (int64_t i = 0; i < look.leadingColumns && takeField(rest, look.areWords, field);)
+        ++i;
     const auto onNoNumber = std::exchange(text::onNoNumber, nullptr);  // its reader tells that
     const auto lookAtFields
         = look.areWords ? lookAtGenotypes<text::Separator::WhiteSpace> : lookAtGenotypes<text::Separator::Blank>;
@@ -240,8 +246,10 @@ static void lookAtValues(string_view line, const MarkerLook &look)
         lookAtShape(facts, line, look);
         return;
     }
-    if (isHeaderOpen && 2 * facts.large > facts.count)
+    if (isHeaderOpen && facts.areMostlyLarge())
         header.reset();
+    if (isHeaderOpen || firstLine.areMostlyTexts())
+        firstLine = facts;  // behind a header
     isHeaderOpen = false;
     if (facts.count != firstLine.count)
         addDataHint("marker number " + std::to_string(markers), "has not as many fields as the first marker");
