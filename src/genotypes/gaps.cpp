@@ -23,8 +23,10 @@ static size_t readLeading(Walker &walker, std::span<std::string_view> leading)
 
 static double readAnyDosage(std::string_view word, double na_value)
 {
+    if (word == "NA")
+        return missing;
     const double dosage = text::readDouble(word);
-    return word == "NA" || dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
+    return dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
 }
 
 MORVEL_WIDE size_t readGappyDosages(std::string_view line, double na_value, std::span<std::string_view> leading,

@@ -40,7 +40,7 @@ struct LineFacts {
     bool endsEmpty = false, areTriplets = true;
 
     bool areMostlyLarge() const { return count > 1 && 2 * large > count; }
-    bool areMostlyTexts() const { return 2 * numbers < count; }
+    bool areMostlyTexts() const { return count == 0 || 2 * numbers < count; }
 };
 
 enum Kind { Zeros, Nans, OtherSums, Negatives, Empties };
@@ -195,7 +195,7 @@ static LineFacts lookAtGenotypes(string_view genotypes, string_view line, const 
                 lookAtTriplet(fields, parts, individual, look, facts);
         }
     }
-    facts.areTriplets &= facts.count % 3 == 0 && facts.count > 3;
+    facts.areTriplets &= facts.count % 3 == 0;
     return facts;
 }
 
@@ -221,7 +221,8 @@ static void lookAtShape(const LineFacts &facts, string_view line, const MarkerLo
                     + reason);
     } else if (look.content == Content::Triplets && !facts.areMostlyTexts()
                && facts.count % 3 != (facts.endsEmpty ? 1 : 0)) {
-        addDataHint(quoted(origin->file) + ", first marker: " + behind + ", which are not three for each individual");
+        addDataHint(quoted(origin->file) + ", first marker: " + behind
+                    + ", which are not three for each individual; another number of leading columns?");
     }
     if (facts.areMostlyLarge()) {
         header = origin;
@@ -240,7 +241,7 @@ static void lookAtValues(string_view line, const MarkerLook &look)
         = look.areWords ? lookAtGenotypes<text::Separator::WhiteSpace> : lookAtGenotypes<text::Separator::Blank>;
     const LineFacts facts = rest.data() ? lookAtFields(rest, line, look) : LineFacts();
     text::onNoNumber = onNoNumber;
-    areAllTriplets &= facts.areTriplets;
+    areAllTriplets &= facts.areTriplets && facts.count > 3;
     if (looks++ == 0) {
         firstLine = facts;
         lookAtShape(facts, line, look);
