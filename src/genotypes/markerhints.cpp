@@ -3,7 +3,6 @@
 #include "main/nearest.h"
 #include "main/repeats.h"
 #include "text/bytes.h"
-#include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 
@@ -113,9 +112,10 @@ static std::string textOfTriplets()
 }
 
 // Takes the next field off the rest of a line; false behind the last one.
-static bool takeField(string_view &rest, bool areWords, string_view &field)
+template <bool areWords>
+static bool takeField(string_view &rest, string_view &field)
 {
-    const auto isSeparator = [areWords](char c) { return areWords ? text::isWhiteSpace(c) : c == ' '; };
+    const auto isSeparator = [](char c) { return areWords ? text::isWhiteSpace(c) : c == ' '; };
     const char *at = rest.data(), *const end = at + rest.size();
     while (areWords && at != end && isSeparator(*at))
         ++at;
@@ -127,6 +127,17 @@ static bool takeField(string_view &rest, bool areWords, string_view &field)
     field = {first, size_t(at - first)};
     rest = at == end ? string_view() : string_view(at + 1, size_t(end - at - 1));
     return true;
+}
+
+// The last of so many fields, which are taken off; empty where there are fewer.
+static string_view takeFields(string_view &rest, int64_t count, bool areWords)
+{
+    string_view field;
+    for (int64_t i = 0; i < count; ++i) {
+        if (!(areWords ? takeField<true>(rest, field) : takeField<false>(rest, field)))
+            return {};
+    }
+    return field;
 }
 
 static text::Real numberOf(string_view field)
@@ -164,36 +175,29 @@ static void lookAtDosage(string_view field, double value, size_t individual, con
 }
 
 // Looks at the fields behind the leading columns, which `genotypes` begins with.
-template <text::Separator separator>
-static LineFacts lookAtGenotypes(string_view genotypes, string_view line, const MarkerLook &look)
+template <bool areWords>
+static LineFacts lookAtGenotypes(string_view genotypes, const MarkerLook &look)
 {
-    using Walker = text::FieldWalker<separator>;
     const bool isDosages = look.content == Content::Dosages;
     LineFacts facts;
     string_view fields[3];
     text::Real parts[3];
-    size_t part = 0;
-    Walker walker(genotypes);
-    while (const size_t count = walker.next(Walker::batchSize)) {
-        for (size_t i = 0; i < count; ++i) {
-            const string_view field = fields[part] = walker.field(i);
-            if (field.empty() && separator == text::Separator::WhiteSpace)
-                continue;
-            const text::Real number = parts[part] = numberOf(field);
-            facts.numbers += number.isNumber;
-            facts.large += number.value > 2;
-            const size_t individual = isDosages ? facts.count : facts.count / 3;
-            facts.endsEmpty = field.empty() && walker.end(i) == line.data() + line.size();
-            // One blank too many behind triplets is passed over.
-            if (field.empty() && (isDosages || !facts.endsEmpty || part > 0))
-                findings[Empties].add(field, individual);
-            if (isDosages)
-                lookAtDosage(field, number.value, individual, look);
-            ++facts.count;
-            part = part < 2 ? part + 1 : 0;
-            if (part == 0)
-                lookAtTriplet(fields, parts, individual, look, facts);
-        }
+    for (size_t part = 0; takeField<areWords>(genotypes, fields[part]);) {
+        const string_view field = fields[part];
+        const text::Real number = parts[part] = numberOf(field);
+        facts.numbers += number.isNumber;
+        facts.large += number.value > 2;
+        const size_t individual = isDosages ? facts.count : facts.count / 3;
+        facts.endsEmpty = field.empty() && !genotypes.data();
+        // One blank too many behind triplets is passed over.
+        if (field.empty() && (isDosages || !facts.endsEmpty || part > 0))
+            findings[Empties].add(field, individual);
+        if (isDosages)
+            lookAtDosage(field, number.value, individual, look);
+        ++facts.count;
+        part = part < 2 ? part + 1 : 0;
+        if (part == 0)
+            lookAtTriplet(fields, parts, individual, look, facts);
     }
     facts.areTriplets &= facts.count % 3 == 0;
     return facts;
@@ -233,13 +237,10 @@ static void lookAtShape(const LineFacts &facts, string_view line, const MarkerLo
 
 static void lookAtValues(string_view line, const MarkerLook &look)
 {
-    string_view rest = line, field;
-    for (int64_t i = 0; i < look.leadingColumns && takeField(rest, look.areWords, field);)
-        ++i;
+    string_view rest = line;
+    takeFields(rest, look.leadingColumns, look.areWords);
     const auto onNoNumber = std::exchange(text::onNoNumber, nullptr);  // its reader tells that
-    const auto lookAtFields
-        = look.areWords ? lookAtGenotypes<text::Separator::WhiteSpace> : lookAtGenotypes<text::Separator::Blank>;
-    const LineFacts facts = rest.data() ? lookAtFields(rest, line, look) : LineFacts();
+    const LineFacts facts = look.areWords ? lookAtGenotypes<true>(rest, look) : lookAtGenotypes<false>(rest, look);
     text::onNoNumber = onNoNumber;
     areAllTriplets &= facts.areTriplets && facts.count > 3;
     if (looks++ == 0) {
@@ -254,16 +255,6 @@ static void lookAtValues(string_view line, const MarkerLook &look)
     isHeaderOpen = false;
     if (facts.count != firstLine.count)
         addDataHint("marker number " + std::to_string(markers), "has not as many fields as the first marker");
-}
-
-static string_view nameOf(string_view line, const MarkerLook &look)
-{
-    string_view name;
-    for (int64_t i = 0; i < look.nameColumn; ++i) {
-        if (!takeField(line, look.areWords, name))
-            return {};
-    }
-    return name;
 }
 
 // True where the first marker comes a second time: the file is read again.
@@ -291,7 +282,8 @@ void lookAtMarker(string_view line, const MarkerLook &look)
 {
     if (!wantsDataHints() || hasEnded)
         return;
-    const string_view name = nameOf(line, look);
+    string_view rest = line;
+    const string_view name = takeFields(rest, look.nameColumn, look.areWords);
     if (markers == 0 || name == firstName)
         hasEnded = look.nameColumn > 0 && isReadAgain(line, name);
     if (hasEnded)
