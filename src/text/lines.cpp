@@ -1,9 +1,9 @@
 #include "text/lines.h"
 #include "text/bytes.h"
+#include "text/files.h"
 
 #include <algorithm>
 #include <functional>
-#include <new>
 #include <utility>
 
 namespace text {
@@ -12,7 +12,7 @@ LineReader::Memory LineReader::allocate(size_t size)
 {
     Memory memory(static_cast<char *>(std::calloc(size + slack, 1)));
     if (!memory)
-        throw std::bad_alloc();
+        failMemory();
     return memory;
 }
 
@@ -142,7 +142,7 @@ bool LineReader::refill()
         // Grown in place where the system can: a long line is held once, not twice.
         char *grown = static_cast<char *>(std::realloc(m_buffer.get(), 2 * m_size + slack));
         if (!grown)
-            throw std::bad_alloc();
+            failMemory();
         static_cast<void>(m_buffer.release());
         m_buffer.reset(grown);
         m_size *= 2;
