@@ -1,13 +1,12 @@
 #include "genotypes/classes.h"
 #include "genotypes/markers.h"
-#include "genotypes/shortnumbers.h"
+#include "genotypes/wordnumbers.h"
 #include "processors/wide.h"
 #include "text/bytes.h"
 #include "text/fields.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
-#include <array>
 
 // The whole part of the dosage plus a half, in single precision. On purpose truncation makes 0 of all from above -1.
 static uint8_t classOf(float hetero, float homo)
@@ -16,61 +15,31 @@ static uint8_t classOf(float hetero, float homo)
     return value > -1 && value < noClass ? uint8_t(value) : noClass;
 }
 
-// Passes over white space and takes the word behind it; false at the end of the line.
-static bool takeWord(const char *&at, const char *end, std::string_view &word)
+static bool isHalfway(int dosage)
 {
-    while (at != end && text::isWhiteSpace(*at))
-        ++at;
-    const char *const first = at;
-    while (at != end && !text::isWhiteSpace(*at))
-        ++at;
-    word = {first, size_t(at - first)};
-    return at != first;
+    return dosage == 500 || dosage == 1500 || dosage == 2500;
 }
 
-// Reads the triplet of the next individual; false where the line ends before.
-static bool takeClass(const char *&at, const char *end, uint8_t &group)
+// The classes of triplets by their thousandths; true where there is a dosage halfway between two of them.
+MORVEL_WIDE static bool findClasses(const int16_t *thousandths, std::span<uint8_t> classes)
 {
-    std::string_view none, hetero, homo;
-    if (!takeWord(at, end, none) || !takeWord(at, end, hetero) || !takeWord(at, end, homo))
-        return false;
-    group = classOf(text::readFloat(hetero), text::readFloat(homo));
-    return true;
-}
-
-// The classes by the thousandths of the dosage; oddClass halfway between two, where the rounding of both numbers to
-// single precision decides.
-static constexpr uint8_t oddClass = 0xff;
-static constexpr auto shortClasses = [] {
-    std::array<uint8_t, 3001> classes{};
-    for (size_t i = 0; i < classes.size(); ++i)
-        classes[i] = i % 1000 == 500 ? oddClass : uint8_t(std::min<size_t>((i + 500) / 1000, noClass));
-    return classes;
-}();
-
-// Reads triplets of short numbers with single separators between them, up to the first other one; returns how many.
-MORVEL_WIDE static size_t readShortWords(const char *&at, const char *end, std::span<uint8_t> classes)
-{
-    text::FieldWalker<text::Separator::WhiteSpace> walker({at, size_t(end - at)});
-    size_t individual = 0;
-    while (const size_t triplets = walker.next(std::min(walker.batchSize, 3 * (classes.size() - individual))) / 3) {
-        const char *const *const marks = walker.marks();
-        int32_t numbers[walker.batchSize / 3][2];
-        kernelsInUse<ShortNumberKernels>->readWords(marks + 1, 3, triplets, numbers);
-        for (size_t i = 0; i < triplets; ++i, ++individual) {
-            const int32_t hetero = numbers[i][0], homo = numbers[i][1];
-            const bool isShort = (hetero | homo) >= 0 && marks[3 * i + 1] - marks[3 * i] > 1;
-            const size_t thousandths = size_t(hetero + 2 * homo);
-            if (!isShort || thousandths >= shortClasses.size()) [[unlikely]]
-                return individual;
-            uint8_t group = shortClasses[thousandths];
-            if (group == oddClass) [[unlikely]]
-                group = classOf(float(hetero / 1000.0), float(homo / 1000.0));
-            classes[individual] = group;
-            at = std::min(marks[3 * i + 3] + 1, end);
-        }
+    int16_t hasHalfway = 0;
+    for (size_t i = 0; i < classes.size(); ++i) {
+        const int dosage = thousandths[3 * i + 1] + 2 * thousandths[3 * i + 2];
+        classes[i] = uint8_t((dosage >= 500) + (dosage >= 1500) + (dosage >= 2500));
+        hasHalfway |= int16_t((dosage == 500) | (dosage == 1500) | (dosage == 2500));
     }
-    return individual;
+    return hasHalfway != 0;
+}
+
+// On purpose the rounding of both numbers to single precision decides.
+static void roundHalfway(const int16_t *thousandths, std::span<uint8_t> classes)
+{
+    for (size_t i = 0; i < classes.size(); ++i) {
+        const int hetero = thousandths[3 * i + 1], homo = thousandths[3 * i + 2];
+        if (isHalfway(hetero + 2 * homo))
+            classes[i] = classOf(float(hetero / 1000.0), float(homo / 1000.0));
+    }
 }
 
 ClassReader::ClassReader(std::string_view delimiter, std::string_view firstLine)
@@ -80,24 +49,44 @@ ClassReader::ClassReader(std::string_view delimiter, std::string_view firstLine)
 {
 }
 
-bool ClassReader::readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes) const
+// The long words of a triplet decide together with its other word.
+void ClassReader::takeLongWords(std::span<uint8_t> classes) const
 {
-    const char *at = line.data(), *const end = at + line.size();
-    std::string_view word;
-    for (size_t column = 0; column < leadingColumns; ++column) {
-        if (!takeWord(at, end, word))
-            return false;
-        if (column == 1)
-            name = word;
+    for (size_t k = 0; k < m_longWords.size(); ++k) {
+        const size_t triplet = m_longWords[k].word / 3;
+        float values[3];
+        for (size_t part = 1; part < 3; ++part)
+            values[part] = float(m_thousandths[3 * triplet + part] / 1000.0);
+        values[m_longWords[k].word % 3] = m_longWords[k].value;
+        if (k + 1 < m_longWords.size() && m_longWords[k + 1].word / 3 == triplet)
+            values[2] = m_longWords[++k].value;
+        classes[triplet] = classOf(values[1], values[2]);
     }
-    if (at != end)
-        ++at;  // the blank
-    for (uint8_t &group : classes.subspan(readShortWords(at, end, classes))) {
-        if (!takeClass(at, end, group))
-            return false;
+}
+
+bool ClassReader::readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes)
+{
+    if (takeLeadingWords(line, name) < leadingColumns)
+        return false;
+    const size_t most = 3 * classes.size();
+    m_thousandths.resize(most + WordReader::room);
+    m_longWords.clear();
+    WordReader words(line, true);
+    size_t word = 0;  // of further words only the number matters
+    while (const size_t count = words.next(&m_thousandths[std::min(word, most)])) {
+        for (const Word &each : words.longWords()) {
+            const size_t index = word + each.index;
+            if (index < most)
+                m_longWords.push_back({index, text::readFloat(each.text())});
+        }
+        word += count;
     }
-    // Of further words only the number matters.
-    return leadingColumns + 3 * classes.size() + countWords({at, size_t(end - at)}) == m_columns;
+    if (word < most || leadingColumns + word != m_columns)
+        return false;
+    if (findClasses(m_thousandths.data(), classes))
+        roundHalfway(m_thousandths.data(), classes);
+    takeLongWords(classes);
+    return true;
 }
 
 // Without the white space around it.

@@ -36,13 +36,14 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
                            size_t columns, BinScanFiles &files, Progress &progress)
 {
     const std::vector<double> x = binPositions(bins);
-    std::vector<double> y(bins.size()), dosages(columns - leadingColumns);
+    std::vector<double> y(bins.size());
+    DosageReader dosages(columns - leadingColumns);
     Summary summary;
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
-        if (readDosages(line, marker, dosages) != columns)
+        if (dosages.read(line, marker) != columns)
             refuseMarker();
-        averageBins(bins, dosages, y);
+        averageBins(bins, dosages.values(), y);
         const Fit fit = fitLine(x, y, decision.leastSlope, decision.table);
         if (fit.absSlope > summary.absMaxSlope) {
             summary.absMaxSlope = fit.absSlope;

@@ -82,13 +82,14 @@ bool DosageLines::convertNext(std::string_view &line)
 namespace {
 // Some markers side by side.
 struct Block {
-    explicit Block(size_t individuals) : rows(individuals), line(individuals * lineMarkers) {}
+    explicit Block(size_t individuals) : dosages(individuals), rows(individuals), line(individuals * lineMarkers) {}
 
     static constexpr size_t lineMarkers = 8;  // what is written of a row at a time
 
     struct alignas(64) Row {
         double dosages[blockMarkers];
     };
+    DosageReader dosages;
     std::vector<Row> rows;     // [individual]
     std::vector<double> line;  // [marker][individual]
     std::string names[blockMarkers];
@@ -115,11 +116,11 @@ static void readBlock(DosageLines &lines, Block &block)
     block.markers = block.bytes = 0;
     std::string_view line, name;
     while (block.markers < blockMarkers && lines.next(line)) {
-        double *dosages = &block.line[block.markers % Block::lineMarkers * n];
-        if (readDosages(line, name, {dosages, n}) != leadingColumns + n) {
+        if (block.dosages.read(line, name) != leadingColumns + n) {
             block.isBroken = true;
             break;
         }
+        std::ranges::copy(block.dosages.values(), &block.line[block.markers % Block::lineMarkers * n]);
         block.bytes += line.size() + 1;
         block.names[block.markers++] = name;
         if (block.markers % Block::lineMarkers == 0)
