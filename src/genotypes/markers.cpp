@@ -44,8 +44,7 @@ size_t takeLeadingWords(std::string_view &line, std::string_view &marker)
     return words;
 }
 
-// Of whole thousandths, as text::thousandthValues has it.
-MORVEL_WIDE static void divide(const int16_t *thousandths, size_t count, double *values)
+MORVEL_WIDE void divideThousandths(const int16_t *thousandths, size_t count, double *values)
 {
     for (size_t i = 0; i < count; ++i)
         values[i] = double(thousandths[i]) / 1000;
@@ -57,7 +56,7 @@ DosageReader::DosageReader(size_t individuals) : m_thousandths(individuals + Wor
 
 void DosageReader::formValues(size_t count)
 {
-    divide(m_thousandths.data() + m_formed, count - m_formed, m_values.data() + m_formed);
+    divideThousandths(m_thousandths.data() + m_formed, count - m_formed, m_values.data() + m_formed);
     m_formed = count;
 }
 

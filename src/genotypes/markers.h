@@ -31,6 +31,9 @@ inline bool nextMarkerLine(text::LineReader &in, std::string_view &line)
 // Takes the words of the leading columns off a LineReader's line, and keeps the marker's name. Returns their number.
 size_t takeLeadingWords(std::string_view &line, std::string_view &marker);
 
+// The numbers that so many thousandths are, as text::thousandthValues has them.
+void divideThousandths(const int16_t *thousandths, size_t count, double *values);
+
 // Reads dosage lines. What is no number is 0.
 class DosageReader {
 public:

@@ -36,8 +36,8 @@ MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vec
 }
 
 namespace {
-// Tells markers that cannot matter to a phenotype by the sums of whole thousandths in its bins, which take a tenth of the
-// time of sums in the order and precision that the digits of a hit depend on.
+// Tells markers that cannot matter to a phenotype by the sums of whole thousandths in its bins, which take a tenth of
+// the time of sums in the order and precision that the digits of a hit depend on.
 class Sieve {
 public:
     Sieve(const std::vector<Bin> &bins, const std::vector<double> &x, size_t individuals, const Decision &decision);

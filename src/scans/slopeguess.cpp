@@ -29,7 +29,7 @@ SlopeGuess guessSlope(std::span<const double> x, std::span<const size_t> counts,
     const double ofMeans = sizeWeights * mostDosage * (mostCount + 4) * u;
     const double ofNumerator = (n + 8) * n * mostDosage * (sizeX + std::fabs(sumX)) / std::fabs(denominator) * u;
     const double ofGuess = sizeWeights * mostDosage * (n + 4) * single;
-    guess.error = 2 * (ofMeans + 2 * ofNumerator + ofGuess);
+    guess.error = 2 * (ofMeans + 2 * ofNumerator + ofGuess) + 1e-30;  // which single precision can tell from 0
     // Where numbers get so small that they lose digits, or so large that sums overflow, nothing is known.
     const bool isOrdinary = std::fabs(denominator) > 1e-100 && sizeX < 1e100 && guess.error < 1e100;
     if (!isOrdinary)
