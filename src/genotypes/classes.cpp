@@ -1,10 +1,7 @@
 #include "genotypes/classes.h"
+#include "genotypes/dosages.h"
 #include "genotypes/markers.h"
-#include "genotypes/wordnumbers.h"
 #include "processors/wide.h"
-#include "text/bytes.h"
-#include "text/fields.h"
-#include "text/readnumber.h"
 
 #include <algorithm>
 
@@ -15,30 +12,35 @@ static uint8_t classOf(float hetero, float homo)
     return value > -1 && value < noClass ? uint8_t(value) : noClass;
 }
 
-static bool isHalfway(int dosage)
+// A dosage halfway between two classes, where the rounding of both numbers to single precision decides, or one that is
+// not known in thousandths.
+static bool isOther(uint16_t thousandths)
 {
-    return dosage == 500 || dosage == 1500 || dosage == 2500;
+    return (thousandths == 500) | (thousandths == 1500) | (thousandths >= 2500);
 }
 
-// The classes of triplets by their thousandths; true where there is a dosage halfway between two of them.
-MORVEL_WIDE static bool findClasses(const int16_t *thousandths, std::span<uint8_t> classes)
+// Returns whether there is one whose class does not follow from its thousandths.
+MORVEL_WIDE static bool findClasses(const uint16_t *thousandths, size_t count, uint8_t *classes)
 {
-    int16_t hasHalfway = 0;
-    for (size_t i = 0; i < classes.size(); ++i) {
-        const int dosage = thousandths[3 * i + 1] + 2 * thousandths[3 * i + 2];
-        classes[i] = uint8_t((dosage >= 500) + (dosage >= 1500) + (dosage >= 2500));
-        hasHalfway |= int16_t((dosage == 500) | (dosage == 1500) | (dosage == 2500));
+    bool hasOther = false;
+    for (size_t i = 0; i < count; ++i) {
+        const uint16_t dosage = thousandths[i];
+        classes[i] = uint8_t((dosage >= 500) + (dosage >= 1500));
+        hasOther |= isOther(dosage);
     }
-    return hasHalfway != 0;
+    return hasOther;
 }
 
-// On purpose the rounding of both numbers to single precision decides.
-static void roundHalfway(const int16_t *thousandths, std::span<uint8_t> classes)
+// The classes of so many triplets of a batch.
+static void formClasses(const WordNumbers &numbers, size_t count, uint8_t *classes)
 {
-    for (size_t i = 0; i < classes.size(); ++i) {
-        const int hetero = thousandths[3 * i + 1], homo = thousandths[3 * i + 2];
-        if (isHalfway(hetero + 2 * homo))
-            classes[i] = classOf(float(hetero / 1000.0), float(homo / 1000.0));
+    uint16_t thousandths[WordNumbers::batchSize / 3];
+    formThousandths(numbers.numbers(), count, thousandths);
+    if (!findClasses(thousandths, count, classes)) [[likely]]
+        return;
+    for (size_t i = 0; i < count; ++i) {
+        if (isOther(thousandths[i]))
+            classes[i] = classOf(float(numbers.value(3 * i + 1)), float(numbers.value(3 * i + 2)));
     }
 }
 
@@ -49,44 +51,18 @@ ClassReader::ClassReader(std::string_view delimiter, std::string_view firstLine)
 {
 }
 
-// The long words of a triplet decide together with its other word.
-void ClassReader::takeLongWords(std::span<uint8_t> classes) const
+bool ClassReader::readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes) const
 {
-    for (size_t k = 0; k < m_longWords.size(); ++k) {
-        const size_t triplet = m_longWords[k].word / 3;
-        float values[3];
-        for (size_t part = 1; part < 3; ++part)
-            values[part] = float(m_thousandths[3 * triplet + part] / 1000.0);
-        values[m_longWords[k].word % 3] = m_longWords[k].value;
-        if (k + 1 < m_longWords.size() && m_longWords[k + 1].word / 3 == triplet)
-            values[2] = m_longWords[++k].value;
-        classes[triplet] = classOf(values[1], values[2]);
-    }
-}
-
-bool ClassReader::readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes)
-{
-    if (takeLeadingWords(line, name) < leadingColumns)
-        return false;
-    const size_t most = 3 * classes.size();
-    m_thousandths.resize(most + WordReader::room);
-    m_longWords.clear();
-    WordReader words(line, true);
-    size_t word = 0;  // of further words only the number matters
-    while (const size_t count = words.next(&m_thousandths[std::min(word, most)])) {
-        for (const Word &each : words.longWords()) {
-            const size_t index = word + each.index;
-            if (index < most)
-                m_longWords.push_back({index, text::readFloat(each.text())});
-        }
-        word += count;
-    }
-    if (word < most || leadingColumns + word != m_columns)
-        return false;
-    if (findClasses(m_thousandths.data(), classes))
-        roundHalfway(m_thousandths.data(), classes);
-    takeLongWords(classes);
-    return true;
+    const size_t numbersWanted = 3 * classes.size();
+    const auto form = [&](const WordNumbers &numbers, size_t first, size_t count) {
+        const size_t end = std::min(first + count, numbersWanted);
+        if (first < end)
+            formClasses(numbers, (end - first) / 3, &classes[first / 3]);
+    };
+    std::string_view leading[leadingColumns];
+    const size_t columns = readMarker(line, leading, SIZE_MAX, form);  // of further words only the number matters
+    name = leading[1];
+    return columns == m_columns && columns >= leadingColumns + numbersWanted;
 }
 
 // Without the white space around it.

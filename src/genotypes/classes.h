@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <vector>
 
 // A genotype's class is its dosage, rounded: 0, 1 or 2; or this where the dosage belongs to none.
 inline constexpr uint8_t noClass = 3;
@@ -19,25 +18,16 @@ public:
 
     // Reads the marker's name and the classes, [individual], one for each place; what is no number is 0.
     // False where the line, which is a LineReader's, does not have as many columns as the first one.
-    bool read(std::string_view line, std::string_view &name, std::span<uint8_t> classes)
+    bool read(std::string_view line, std::string_view &name, std::span<uint8_t> classes) const
     {
         return m_isParted ? readFields(line, name, classes) : readWords(line, name, classes);
     }
 
 private:
-    bool readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes);
+    bool readWords(std::string_view line, std::string_view &name, std::span<uint8_t> classes) const;
     bool readFields(std::string_view line, std::string_view &name, std::span<uint8_t> classes) const;
 
     std::string_view m_delimiter;
     bool m_isParted;  // at the delimiter
     size_t m_columns;
-
-    struct LongWord {
-        size_t word;
-        float value;
-    };
-    void takeLongWords(std::span<uint8_t> classes) const;
-
-    std::vector<int16_t> m_thousandths;  // of a line's numbers, [individual][part]
-    std::vector<LongWord> m_longWords;   // among those that make a class, which have no number of thousandths
 };

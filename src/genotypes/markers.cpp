@@ -1,22 +1,36 @@
 #include "genotypes/markers.h"
-#include "genotypes/wordnumbers.h"
+#include "genotypes/numberwalker.h"
 #include "main/console.h"
 #include "processors/wide.h"
-#include "text/fields.h"
-#include "text/readnumber.h"
 
 #include <algorithm>
 
-using Walker = text::FieldWalker<text::Separator::WhiteSpace>;
+bool takeWord(std::string_view &line, std::string_view &word)
+{
+    const char *at = line.data(), *const end = at + line.size();
+    while (at != end && text::isWhiteSpace(*at))
+        ++at;
+    const char *const first = at;
+    while (at != end && !text::isWhiteSpace(*at))
+        ++at;
+    word = {first, size_t(at - first)};
+    line = {at, size_t(end - at)};
+    return at != first;
+}
+
+size_t takeLeading(std::string_view &line, std::span<std::string_view> leading)
+{
+    size_t columns = 0;
+    while (columns < leading.size() && takeWord(line, leading[columns]))
+        ++columns;
+    return columns;
+}
 
 size_t countWords(std::string_view line)
 {
     size_t words = 0;
-    Walker walker(line);
-    while (const size_t fields = walker.next(Walker::batchSize)) {
-        for (size_t i = 0; i < fields; ++i)
-            words += walker.size(i) > 0;
-    }
+    for (std::string_view word; takeWord(line, word);)
+        ++words;
     return words;
 }
 
@@ -25,39 +39,27 @@ bool hasWord(std::string_view line)
     return !std::ranges::all_of(line, text::isWhiteSpace);
 }
 
-size_t takeLeadingWords(std::string_view &line, std::string_view &marker)
-{
-    const char *at = line.data(), *const end = at + line.size();
-    size_t words = 0;
-    for (; words < leadingColumns; ++words) {
-        while (at != end && text::isWhiteSpace(*at))
-            ++at;
-        const char *const first = at;
-        while (at != end && !text::isWhiteSpace(*at))
-            ++at;
-        if (at == first)
-            break;
-        if (words == 1)
-            marker = {first, size_t(at - first)};
-    }
-    line.remove_prefix(size_t(at - line.data()));
-    return words;
-}
-
 MORVEL_WIDE void divideThousandths(const int16_t *thousandths, size_t count, double *values)
 {
     for (size_t i = 0; i < count; ++i)
         values[i] = double(thousandths[i]) / 1000;
 }
 
-DosageReader::DosageReader(size_t individuals) : m_thousandths(individuals + WordReader::room), m_values(individuals)
+// Copies them; true where one is not short.
+MORVEL_WIDE static bool copyNumbers(const int16_t *numbers, size_t count, int16_t *to)
 {
+    int16_t all = 0;
+    for (size_t i = 0; i < count; ++i) {
+        to[i] = numbers[i];
+        all |= numbers[i];
+    }
+    return all < 0;
 }
 
-void DosageReader::formValues(size_t count)
+void DosageReader::formValues(size_t end)
 {
-    divideThousandths(m_thousandths.data() + m_formed, count - m_formed, m_values.data() + m_formed);
-    m_formed = count;
+    divideThousandths(m_thousandths.data() + m_formed, end - m_formed, m_values.data() + m_formed);
+    m_formed = end;
 }
 
 const std::vector<double> &DosageReader::values()
@@ -68,25 +70,20 @@ const std::vector<double> &DosageReader::values()
 
 size_t DosageReader::read(std::string_view line, std::string_view &marker)
 {
-    marker = {};
     m_formed = 0;
     m_isShort = true;
-    if (const size_t columns = takeLeadingWords(line, marker); columns < leadingColumns)
-        return columns;
-    WordReader words(line);
-    size_t individual = 0;
-    while (const size_t count = words.next(&m_thousandths[individual])) {
-        if (count > m_values.size() - individual)
-            return wrongColumns;
-        if (!words.longWords().empty()) {
+    std::string_view leading[leadingColumns];
+    const auto take = [this](const WordNumbers &numbers, size_t first, size_t count) {
+        if (copyNumbers(numbers.numbers(), count, &m_thousandths[first])) {
             m_isShort = false;
-            formValues(individual + count);
-            for (const Word &word : words.longWords())
-                m_values[individual + word.index] = text::readDouble(word.text());
+            formValues(first);
+            numbers.formValues(count, &m_values[first]);
+            m_formed = first + count;
         }
-        individual += count;
-    }
-    return leadingColumns + individual;
+    };
+    const size_t columns = readMarker(line, leading, m_values.size(), take);
+    marker = leading[1];
+    return columns;
 }
 
 void refuseMarker()

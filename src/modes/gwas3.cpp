@@ -467,7 +467,7 @@ static void doFastGwas(const Decision &decision)
         explainIndividuals(table.individuals, size_t(columns), true);
         fatal("Pheno file and geno file contain different number of individuals\n");
     }
-    ClassReader reader(Delim, hasLine ? line : "");
+    const ClassReader reader(Delim, hasLine ? line : "");
     FastScan scan(table, decision);
     int64_t rows = 0;
     for (; hasLine; hasLine = nextMarkerLine(in, line)) {
