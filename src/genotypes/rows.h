@@ -1,6 +1,7 @@
 // A row of results for every line of a genotype or dosage file.
 #pragma once
 
+#include "genotypes/markerhints.h"
 #include "genotypes/options.h"
 #include "text/writer.h"
 
@@ -9,5 +10,6 @@
 // Each line that is not empty becomes a row of its leading columns, unless they are not wanted, and what `writeRow`
 // adds. There are always as many blanks as leading columns. On purpose the row of the input's last line has no line
 // break. A file that cannot be opened ends the run silently.
-void convertRows(const FormatOptions &chosen, bool hasLeadingColumns,
+// `look` is for hints, without its leading columns.
+void convertRows(const FormatOptions &chosen, bool hasLeadingColumns, MarkerLook look,
                  void (*writeRow)(std::string_view line, text::Writer &out));

@@ -29,5 +29,9 @@ void noteOutput(const std::string &name);
 // Reads a regular file again for a hint. A failure ends that, and nothing else.
 void readAgain(const std::string &file, const std::function<void(text::LineReader &)> &look);
 
+// Where a byte of an input stands, as in "FILE", line 1, field 2; to be called at the end of a run, since the file is
+// read again for it.
+std::string describePlace(const text::LineReader::Origin &origin);
+
 // To be called at the end of a run.
 void showDataHints(int status);

@@ -56,6 +56,14 @@ static bool isInteger(string_view word)
     return text::readInteger(word) != 0 || word.find_first_not_of(" \t+-0") == word.npos;
 }
 
+// The words with commas between them.
+static std::string listed(std::string words)
+{
+    for (size_t i = 0; (i = words.find(' ', i)) != words.npos; i += 2)
+        words.replace(i, 1, ", ");
+    return words;
+}
+
 // What is wrong with the value; nothing where nothing is. An empty value may be meant.
 static std::string valueHint(const Option &option, string_view value)
 {
@@ -66,13 +74,27 @@ static std::string valueHint(const Option &option, string_view value)
         return name + " takes a whole number, and " + quoted(value) + " counts as 0";
     if (option.kind == Value::Real && text::readReal(value).value == 0 && !text::readReal(value).isNumber)
         return name + " takes a number, and " + quoted(value) + " counts as 0";
-    if (option.kind == Value::Word && !isOneOf(option.words, value)) {
-        std::string words = option.words;
-        for (size_t i = 0; (i = words.find(' ', i)) != words.npos; i += 2)
-            words.replace(i, 1, ", ");
-        return name + " does not know " + quoted(value) + "; its words are " + words;
-    }
+    if (option.kind == Value::Word && !isOneOf(option.words, value))
+        return name + " does not know " + quoted(value) + "; its words are " + listed(option.words);
+    if (option.kind == Value::Text && *option.words && !isOneOf(option.words, value) && value.size() > 1)
+        return name + " takes " + quoted(value) + " as it stands; its words are " + listed(option.words);
     return "";
+}
+
+static bool asksForHelp(string_view word)
+{
+    return isOneOf("--help -help -h -? help --version --usage", word);
+}
+
+static void addOptions(const Mode &mode, std::vector<std::string> &hints)
+{
+    hints.push_back("mode " + quoted(mode.name()) + " takes these options; man morvel tells more");
+    for (const Option *option : mode.options) {
+        std::string name = option->name;
+        name.resize(std::max(name.size() + 1, size_t(20)), ' ');
+        const std::string byDefault = option->shownDefault();
+        hints.push_back("  " + name + option->help + (byDefault.empty() ? "" : " (" + byDefault + ")"));
+    }
 }
 
 static std::string unusedOptionsHint(const Mode &mode)
@@ -128,6 +150,8 @@ static std::vector<std::string> findOptionHints(std::span<const char *const> arg
                     hints.push_back("option " + quoted(word) + " is accepted, but not used by mode " + quoted(name));
                 given.emplace_back(word, value);
             }
+        } else if (asksForHelp(word)) {
+            addOptions(mode, hints);
         } else if (looksLikeOption(word)) {
             hints.push_back("option " + quoted(word) + " is ignored: mode " + quoted(name) + " does not know it"
                             + optionSuggestion(word.substr(0, word.find('=')), mode)
@@ -189,7 +213,7 @@ void showUsage(std::span<const char *const> arguments)
 
 void showHints(std::span<const char *const> arguments, string_view mode)
 {
-    if (arguments.empty())
+    if (arguments.empty() || asksForHelp(mode))
         return showUsage(arguments);
     for (const std::string &hint : findHints(arguments, mode))
         std::fprintf(stderr, "morvel: hint: %s\n", hint.c_str());

@@ -29,17 +29,6 @@ static bool findModeName(std::span<const char *const> arguments)
     return true;
 }
 
-// On purpose a value is itself looked at as a possible option name.
-static void collectOptions(int argc, char **argv, const Mode &chosen)
-{
-    for (int i = 1; i < argc - 1; ++i) {
-        if (findOption(chosen, argv[i])) {
-            Switches.emplace_back(argv[i]);
-            Switches.emplace_back(argv[i + 1]);
-        }
-    }
-}
-
 int main(int argc, char **argv)
 {
     startConsole();
@@ -61,7 +50,7 @@ int main(int argc, char **argv)
         startDataHints(chosen);
     }
     if (chosen)
-        collectOptions(argc, argv, *chosen);
+        takeSwitches(arguments, *chosen);
 
     const auto start = std::chrono::steady_clock::now();
     print("\nSTART TIME: %s", currentTime().c_str());

@@ -26,5 +26,9 @@ const Mode *findMode(std::string_view name);
 // The mode's option; null where it accepts none of this name.
 const Option *findOption(const Mode &mode, std::string_view name);
 
+// Appends the options among the words that the mode accepts to Switches. On purpose a value is itself looked at as a
+// possible option name.
+void takeSwitches(std::span<const char *const> words, const Mode &mode);
+
 // Runs the mode's function, if it has one.
 void runMode(const Mode &mode);

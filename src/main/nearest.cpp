@@ -59,8 +59,9 @@ std::string suggestion(string_view typed, std::span<const string_view> names)
             nearest = name;
         }
     }
+    const bool isLetter = typed.size() == 2 && typed[0] == '-';
     for (const string_view name : names) {
-        if (nearest.empty() && typed.size() > 5 && name.starts_with(typed.substr(0, 5)))
+        if (nearest.empty() && (isLetter || typed.size() > 5) && name.starts_with(typed.substr(0, 5)))
             nearest = name;
     }
     return nearest.empty() ? "" : "; did you mean " + quoted(nearest) + "?";

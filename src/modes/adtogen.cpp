@@ -2,6 +2,7 @@
 // columns and one certain triplet per individual; a side file in the same layout holds how far each dosage
 // lies from the class that it was rounded to.
 #include "genotypes/columns.h"
+#include "genotypes/markerhints.h"
 #include "genotypes/numberwalker.h"
 #include "genotypes/options.h"
 #include "main/console.h"
@@ -155,12 +156,14 @@ static void convertDosages(std::string_view line, const ReadyDeviations &ready, 
 static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &stats)
 {
     const ReadyDeviations readyDeviations;
+    const MarkerLook look = {MarkerLook::Content::Dosages, false, "0", chosen.lastbeforegeno};
     Progress progress(chosen.filename);
     std::string_view line;
     for (int64_t counter = 1; counter <= chosen.end && in.next(line); ++counter) {
         progress.advance(line.size());
         if (line.empty() || counter < chosen.beg)
             continue;
+        lookAtMarker(line, look);
         copyLeadingColumns(line, chosen.lastbeforegeno, stats);
         const std::string_view dosages = copyLeadingColumns(line, chosen.lastbeforegeno, out);
         if (dosages.data())

@@ -69,7 +69,7 @@ static void avgAd()
 {
     readOptions();
     print("running avgAd()\n\n");
-    convertRows(chosen, show < 2, averageDosages);
+    convertRows(chosen, show < 2, {MarkerLook::Content::Dosages, false, "0"}, averageDosages);
 }
 
 constinit const Mode avgAdMode

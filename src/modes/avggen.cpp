@@ -91,7 +91,7 @@ static void avgGen()
 {
     readOptions();
     print("running avgGen()\n\n");
-    convertRows(chosen, show < 2, averageTriplets);
+    convertRows(chosen, show < 2, {MarkerLook::Content::Triplets, false, "0"}, averageTriplets);
 }
 
 constinit const Mode avgGenMode

@@ -2,6 +2,7 @@
 // connected by pairs with a value of at least a threshold. A line of counts is added to the statistics file;
 // on request each family is written with the matrix of all its values.
 #include "main/console.h"
+#include "main/datahints.h"
 #include "modes/modes.h"
 #include "relatives/pairs.h"
 #include "text/lines.h"
@@ -149,6 +150,13 @@ static void reportDuplicate(int64_t rowcounter)
     print("Duplicate declaration (not used) at %lld\n", static_cast<long long>(rowcounter));
 }
 
+[[noreturn]] static void refuseLine(int64_t rowcounter, int fields)
+{
+    addDataHint("pair number " + std::to_string(rowcounter) + " has " + (fields > 3 ? "more" : "fewer")
+                + " than three fields; is -delim right?");
+    fatal("error in input file\n");
+}
+
 static void readPairs(text::LineReader &in)
 {
     PairKeys mergedID;
@@ -174,7 +182,7 @@ static void readPairs(text::LineReader &in)
         }
         ++rowcounter;
         if (fields.count != 3)
-            fatal("error in input file\n");
+            refuseLine(rowcounter, fields.count);
         order = -1;
         if (!line->isWanted)
             continue;

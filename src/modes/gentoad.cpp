@@ -4,7 +4,7 @@
 #include "genotypes/columns.h"
 #include "genotypes/deviation.h"
 #include "genotypes/dosages.h"
-#include "genotypes/triplethints.h"
+#include "genotypes/markerhints.h"
 #include "main/console.h"
 #include "main/datahints.h"
 #include "main/progress.h"
@@ -178,14 +178,16 @@ static int64_t convertLines(text::LineReader &in, text::Writer &out, text::Write
     const TripletConverter convertTriplets = tripletConverter(hardCalls, statistics);
     int64_t SUMdosePROBLEM = 0;
     DosageSummary dosageSummary;
+    const MarkerLook look
+        = {MarkerLook::Content::Triplets, false, "dosage 0", lastbeforegeno, statistics ? rsnumber : 0};
     Progress progress(filename);
     std::string_view line;
     while (in.nextNonEmpty(line)) {
         progress.advance(line.size());
+        lookAtMarker(line, look);
         dosageSummary.start(line.size() <= keptLineSize);
         const std::string_view genotypes = copyLeadingColumns(line, lastbeforegeno, out);
         convertTriplets(genotypes, out, &dosageSummary);
-        lookAtTriplets(line, lastbeforegeno);
         if (statistics)
             SUMdosePROBLEM += dosageSummary.write(fieldAt(line, rsnumber - 1), genotypes, summary);
     }

@@ -165,7 +165,7 @@ static void genToLetters()
 {
     readOptions();
     print("running genToLetters()\n\n");
-    convertRows(chosen, true, writeGenotypes);
+    convertRows(chosen, true, {MarkerLook::Content::Triplets, false, "the second homozygote"}, writeGenotypes);
 }
 
 constinit const Mode genToLettersMode

@@ -1,6 +1,8 @@
 // Filter of a meta-analysis table: a line is kept, as it is, when its direction text ("+", "-" or "?" for
 // each study) has at most two "?", and the numbers of "+" and "-" differ.
 #include "main/console.h"
+#include "main/datahints.h"
+#include "main/nearest.h"
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
@@ -47,14 +49,23 @@ static inline bool isKept(std::string_view Entry)
     return count_q <= maxMissing && count_plus != count_minus;
 }
 
+static bool isDirectionText(std::string_view field)
+{
+    return !field.empty() && field.find_first_not_of("+-?0") == field.npos;
+}
+
 MORVEL_WIDE static void filterLines(text::LineReader &in, text::Writer &out)
 {
     const std::string delimiter = Delim;
     const size_t position = column - 1;
+    const bool isHinting = wantsDataHints();
     Progress progress(filename);
     std::string_view line;
     while (in.nextNonEmpty(line)) {
         progress.advance(line.size());
+        if (isHinting && !isDirectionText(text::findField(line, delimiter, position))) [[unlikely]]
+            addDataHint(quoted(filename) + ", line \"" + std::string(line.substr(0, 40)) + "\"",
+                        "has no direction text of +, - and ? there; look at -column, -delim and -header");
         // A line without the column counts as one with an empty direction text.
         if (isKept(text::findField(line, delimiter, position))) {
             out.put(line);

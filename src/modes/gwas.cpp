@@ -1,5 +1,6 @@
 // Association scan: for every phenotype the individuals are cut into bins by their value, and every marker's mean
 // dosages of the bins are regressed over the bins. A row per hit, and a row of statistics per phenotype.
+#include "genotypes/markerhints.h"
 #include "genotypes/markers.h"
 #include "main/progress.h"
 #include "main/settings.h"
@@ -101,9 +102,11 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
     const Sieve sieve(bins, x, individuals, decision);
     std::vector<double> y(bins.size());
     DosageReader dosages(individuals);
+    const MarkerLook look = {MarkerLook::Content::Dosages, true, "0", leadingColumns, 2};
     Summary summary;
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
+        lookAtMarker(line, look);
         if (dosages.read(line, marker) != columns)
             refuseMarker();
         progress.advance(line.size());

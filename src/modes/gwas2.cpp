@@ -3,8 +3,8 @@
 #include "modes/gwas2.h"
 #include "genotypes/columns.h"
 #include "genotypes/dosages.h"
+#include "genotypes/markerhints.h"
 #include "genotypes/markerlines.h"
-#include "genotypes/triplethints.h"
 #include "main/memory.h"
 #include "main/progress.h"
 #include "main/settings.h"
@@ -35,6 +35,9 @@ static constexpr const Option *options[] = {
     &statisticLimitOption,     &binFileOption,       &binPlacesOption,   &formatOption,
 };
 
+static constexpr MarkerLook scannedDosages = {MarkerLook::Content::Dosages, true, "0", leadingColumns, 2};
+static constexpr MarkerLook scannedTriplets = {MarkerLook::Content::Triplets, false, "dosage 0", leadingColumns, 2};
+
 // Phenotypes are worked in chunks, whose sums stay in the second-level cache from tile to tile.
 static constexpr size_t chunkBytes = size_t(128) << 10;
 
@@ -50,7 +53,12 @@ public:
 private:
     bool read(std::string_view &line) override
     {
-        return m_hasTriplets ? convertNext(line) : nextMarkerLine(m_in, line);
+        if (m_hasTriplets)
+            return convertNext(line);
+        const bool hasLine = nextMarkerLine(m_in, line);
+        if (hasLine)
+            lookAtMarker(line, scannedDosages);
+        return hasLine;
     }
     bool convertNext(std::string_view &line);
 
@@ -68,7 +76,7 @@ bool DosageLines::convertNext(std::string_view &line)
     std::string_view triplets;
     while (!m_text.ends_with('\n') && nextMarkerLine(m_in, triplets)) {
         m_text.reserve(m_text.size() + triplets.size());  // enough for most: not to hold a long line twice as it grows
-        lookAtTriplets(triplets, leadingColumns);
+        lookAtMarker(triplets, scannedTriplets);
         triplets = copyLeadingColumns(triplets, leadingColumns, m_out);
         m_convertTriplets(triplets, m_out, nullptr);
         m_out.flush();

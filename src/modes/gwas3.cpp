@@ -2,8 +2,8 @@
 // every marker and phenotype the mean phenotypes of the three genotype classes are regressed on the class. A
 // row per hit, and a row of statistics per marker.
 #include "genotypes/classes.h"
+#include "genotypes/markerhints.h"
 #include "genotypes/markers.h"
-#include "genotypes/triplethints.h"
 #include "main/console.h"
 #include "main/datahints.h"
 #include "main/progress.h"
@@ -469,11 +469,13 @@ static void doFastGwas(const Decision &decision)
     }
     const ClassReader reader(Delim, hasLine ? line : "");
     FastScan scan(table, decision);
+    const MarkerLook look
+        = {MarkerLook::Content::Triplets, true, "class 0", int64_t(leadingColumns), 2, Delim.empty() ? ' ' : Delim[0]};
     int64_t rows = 0;
     for (; hasLine; hasLine = nextMarkerLine(in, line)) {
         Marker &marker = scan.next();
         marker.classes.resize(table.individuals);
-        lookAtTriplets(line, leadingColumns);
+        lookAtMarker(line, look);
         if (!reader.read(line, name, marker.classes)) {
             scan.finishBatch();
             refuseMarker();

@@ -2,15 +2,20 @@
 // populations, each given by as many values. Out: a report of a few lines per sample, and at the end the
 // summed proportions of every population.
 #include "main/console.h"
+#include "main/datahints.h"
+#include "main/nearest.h"
 #include "main/progress.h"
+#include "main/repeats.h"
 #include "mixture/search.h"
 #include "modes/modes.h"
+#include "text/exactnumbers.h"
 #include "text/fields.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 #include "text/writer.h"
 
 #include <cmath>
+#include <optional>
 
 static constexpr RealOption stepOption
     = {"-step", 0.05, "distance between the proportions that are tried, and least relative drop"};
@@ -35,13 +40,16 @@ static constexpr IntegerOption refpopsOption
     = {"-refpops", std::nullopt, "number of populations, and of values of each: 3 or more", {.use = Use::Required}};
 static constexpr SwitchOption combinatoricsOption
     = {"-combinatorics", "yes: fit every triple of populations too", yesOrYES};
+static constexpr OutputOption talliesOption
+    = {"-tallies", "", "file for what morvel-gather needs to join the sums of parts of the samples"};
 static constexpr const Option *options[]
-    = {&stepOption,      &plimitOption,  &fileOption,  &outOption,     &refOption,          &headerOption,
-       &refheaderOption, &missingOption, &delimOption, &refpopsOption, &combinatoricsOption};
+    = {&stepOption,      &plimitOption,  &fileOption,  &outOption,     &refOption,           &headerOption,
+       &refheaderOption, &missingOption, &delimOption, &refpopsOption, &combinatoricsOption, &talliesOption};
 
 static std::string filename;  // samples
 static std::string outname;
 static std::string refname;  // reference populations
+static std::optional<std::string> talliesname;
 static std::string delimiter;
 static bool combinatorics;  // fit every triple as well
 static bool hasHeader, hasRefHeader;
@@ -52,6 +60,7 @@ static float step;    // of the grid, and least relative drop that counts
 static std::vector<std::string> refIDList;       // [population]
 static std::vector<double> cumulResults;         // [population], proportions of the normal fit
 static std::vector<double> cumulResults_select;  // of the exhaustive fit
+static text::Writer tallies;                     // what is added to them, in this order; open where it is wanted
 static PairGrid dropGrid;                        // of the drop scan
 static std::string dropHeader;                   // the line that shows them
 
@@ -61,6 +70,7 @@ static void readOptions()
     outname = outOption.read(filename);
     refname = refOption.require();
     delimiter = delimOption.read();
+    talliesname = talliesOption.given();
     combinatorics = combinatoricsOption.isOn();
     hasHeader = headerOption.isOn();
     hasRefHeader = refheaderOption.isOn();
@@ -81,6 +91,8 @@ static bool readReference(std::string_view line, size_t population)
     std::string_view field;
     fields.next(field);
     refIDList.emplace_back(field);
+    static RepeatedNames names("population", "is among the populations again");
+    names.look(field);
     for (int j = 0; j < cols; ++j) {
         if (!fields.next(field))
             return false;
@@ -102,6 +114,9 @@ static void readReferences(text::LineReader &in)
     int population = 0;
     for (; isRight && in.nextNonEmpty(line); ++population)
         isRight = population < rows && readReference(line, size_t(population));
+    if (!isRight && population <= rows)
+        addDataHint(quoted(refname) + ": population number " + std::to_string(population) + " has not "
+                    + std::to_string(refpops) + " values; is -delim right?");
     if (!isRight || population != rows)
         fatal("Reference file must hold %d lines of %d values\n", refpops, refpops);
 }
@@ -126,6 +141,8 @@ static bool readSample(std::string_view line, std::string &name)
     std::string_view field;
     fields.next(field);
     name = field;
+    static RepeatedNames names("sample", "is among the samples again");
+    names.look(field);
     testValues.clear();
     for (int j = 0; j < refpops; ++j) {
         if (!fields.next(field))
@@ -274,6 +291,16 @@ static Reduced reduce(int one, int two, int three)
     return {A, B};
 }
 
+static void tally(const char *kind, size_t population, float proportion)
+{
+    if (!talliesname)
+        return;
+    tallies.put(kind);
+    tallies.put(population);
+    text::putExact(double(proportion), tallies);
+    tallies.put('\n');
+}
+
 // A population of a fit line.
 static void addHit(int population, float proportion, text::Writer &out)
 {
@@ -282,6 +309,7 @@ static void addHit(int population, float proportion, text::Writer &out)
     out.put(proportion);
     out.put(' ');
     cumulResults[size_t(population)] += proportion;
+    tally("", size_t(population), proportion);
 }
 
 static void writeScore(float score, text::Writer &out)
@@ -356,6 +384,7 @@ static void fitTriples(const std::string &name, const Candidates &candidates, te
         out.put(proportion);
         out.put(' ');
         cumulResults_select[population] += proportion;
+        tally("+", population, proportion);
         ++present;
     }
     if (present == 2)
@@ -400,10 +429,11 @@ static void mixFit()
 {
     readOptions();
     print("running mixFit()\n\n");
-    refuseSameFiles({refname, filename}, {outname});
+    refuseSameFiles({refname, filename}, {outname, talliesname.value_or("")});
     text::LineReader references, samples;
     text::Writer out;
-    if (!references.open(refname) || !out.open(outname) || !samples.open(filename) || !allocateTable(refpops, refpops))
+    if (!references.open(refname) || !out.open(outname) || !samples.open(filename) || !allocateTable(refpops, refpops)
+        || (talliesname && !tallies.open(*talliesname)))
         quit();  // silent by design
     readReferences(references);
     prepareDropScan();
@@ -415,6 +445,7 @@ static void mixFit()
     if (combinatorics)
         writeSums(" cumul_combi ", cumulResults_select, out);
     out.close();
+    tallies.close();
     releaseTable();
 }
 

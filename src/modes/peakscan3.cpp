@@ -36,8 +36,8 @@ static constexpr char idHelp[] = "checked only: reported where it is 0";
 static constexpr IntegerOption id1Option = {"-id1", std::nullopt, idHelp, checkedOnly};
 static constexpr IntegerOption id2Option = {"-id2", std::nullopt, idHelp, checkedOnly};
 static constexpr IntegerOption id3Option = {"-id3", std::nullopt, idHelp, checkedOnly};
-static constexpr WordOption clipOption = {"-clip", "yes", "yes no", "changes a message only"};
-static constexpr RealOption clip2Option = {"-clip2", std::nullopt, "changes a message only"};
+static constexpr WordOption clipOption = {"-clip", "yes", "yes no", "changes a message only", checkedOnly};
+static constexpr RealOption clip2Option = {"-clip2", std::nullopt, "changes a message only", checkedOnly};
 static constexpr const Option *options[]
     = {&fileOption,          &outOption,  &tableDelimOption, &lcolumnOption, &pcolumnOption, &chrcolumnOption,
        &tableHeaderOption,   &dotsOption, &gapOption,        &windowOption,  &frameOption,   &thresholdOption,

@@ -2,6 +2,8 @@
 // identifier and numbers. A row of the result is an individual, a rank, its match and their distance; or, matched as a
 // group, a match. The log tells how alike the columns have become.
 #include "main/console.h"
+#include "main/datahints.h"
+#include "main/nearest.h"
 #include "matching/group.h"
 #include "matching/individuals.h"
 #include "modes/modes.h"
@@ -87,6 +89,12 @@ static void checkColumns(const NumberTable &first, const NumberTable &pool)
     }
 }
 
+static void lookForColumns(const NumberTable &table)
+{
+    if (table.columnCount == 0)
+        addDataHint(quoted(table.file) + " has no columns of numbers; is -delim right?");
+}
+
 static void checkSizes(const NumberTable &first, const NumberTable &pool)
 {
     const size_t count = first.names.size();
@@ -117,6 +125,8 @@ static Selection matchIndividuals(const Standardised &data)
 {
     const size_t count = data.first.count;
     const size_t together = exactindividuals.value_or(count <= 5000 ? count : 1000);
+    if (exactOrderOption.given() && (exactrounds == 0 || together == 0 || together >= count))
+        addDataHint("\"-exact-order\" changes nothing: there is no exact stage, or it takes all together");
     IndividualMatching matching(data, hitnumber);
     Selection selection;
     selection.rounds.push_back({matching.total(), matching.matchCount()});
@@ -298,6 +308,7 @@ static void popSel()
     refuseSameFiles({filename1, filename2}, {outname, logname});
     NumberTable first = readNumberTable(filename1, Delim, header1, Missing);
     NumberTable pool = readNumberTable(filename2, Delim, header2, Missing);
+    lookForColumns(first);
     checkSizes(first, pool);
     checkColumns(first, pool);
     text::Writer out, log;

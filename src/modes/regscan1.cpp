@@ -3,9 +3,12 @@
 // for all phenotypes that memory holds.
 #include "modes/regscan1.h"
 #include "genotypes/gaps.h"
+#include "genotypes/markerhints.h"
 #include "genotypes/markerlines.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/memory.h"
+#include "main/nearest.h"
 #include "main/progress.h"
 #include "main/settings.h"
 #include "modes/modes.h"
@@ -14,6 +17,7 @@
 #include "scans/options.h"
 #include "scans/pvalues.h"
 #include "scans/regressionscan.h"
+#include "scans/scanhints.h"
 #include "text/fields.h"
 
 #include <algorithm>
@@ -28,12 +32,15 @@ static constexpr InputOption genotypeFileOption
 static constexpr RealOption slopeOption = {"-slope", 0.0, "least absolute slope of a hit"};
 static constexpr WordOption typeOption = {"-type", "additive", "additive dominant recessive rank logistic bins",
                                           "what is regressed on what; also any other word for additive"};
+static constexpr OutputOption talliesOption
+    = {"-tallies", "", "file for what morvel-gather needs to join the statistics of parts of the markers"};
 static constexpr const Option *options[] = {
     &phenotypeFileOption, &genotypeFileOption, &methodOption,
     &binTypeOption,       &manualBinsOption,   &automaticBinsOption,
     &hitFileOption,       &missingOption,      &phenotypeDelimiterOption,
     &slopeOption,         &statisticOption,    &statisticLimitOption,
     &typeOption,          &binFileOption,      &binPlacesOption,
+    &talliesOption,
 };
 
 enum AnalysisType { additive, dominant, recessive, byRank, logistic, bins };
@@ -49,8 +56,19 @@ struct RegressionPlan {
     BinDefinition bins;
     Decision decision;
     Significance significance;
+    std::optional<std::string> tallies;  // file name
 };
 }  // namespace
+
+static void lookForBinOptions()
+{
+    const Option *const ofBins[]
+        = {&methodOption, &binTypeOption, &automaticBinsOption, &binFileOption, &manualBinsOption, &binPlacesOption};
+    for (const Option *option : ofBins) {
+        if (wantsDataHints() && option->given())
+            addDataHint(quoted(option->name) + " changes nothing without \"-type bins\"");
+    }
+}
 
 static RegressionPlan readOptions()
 {
@@ -62,16 +80,10 @@ static RegressionPlan readOptions()
         definition = readBinOptions(refuseSameScanFiles);
         xmethod = binPlacesOption.read();
         reportBins();
+    } else {
+        lookForBinOptions();
     }
-    return {type, std::move(definition), decisionBy({}), Significance(type == bins)};
-}
-
-static void putValue(double value, text::Writer &out)
-{
-    if (std::isnan(value))
-        out.put("NA");
-    else
-        out.put(value);
+    return {type, std::move(definition), decisionBy({}), Significance(type == bins), talliesOption.given()};
 }
 
 namespace {
@@ -81,6 +93,12 @@ struct GenotypeLayout {
     bool hasTriplets = false;
 };
 }  // namespace
+
+[[noreturn]] static void refuseNumbers(size_t values, size_t columns)
+{
+    explainIndividuals(values, columns, false);
+    refusePhenotype();
+}
 
 // By the first phenotype: a column for each of its values, or three. Missing values at its end need have none.
 static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
@@ -94,14 +112,14 @@ static GenotypeLayout findLayout(std::string_view phenotype, size_t columns)
         least = isMissingField(field) ? least : most;
     }
     if (columns <= leadingColumns)
-        refusePhenotype();
+        refuseNumbers(most, columns);
     const size_t dosages = columns - leadingColumns, triplets = dosages / 3;
     if (dosages != most && dosages == 3 * most)
         return {most, true};
     if (least <= dosages && dosages <= most)
         return {dosages, false};
     if (dosages % 3 != 0 || triplets < least || triplets > most)
-        refusePhenotype();
+        refuseNumbers(most, columns);
     return {triplets, true};
 }
 
@@ -224,10 +242,13 @@ static size_t getData(MarkerLines &lines, const GenotypeLayout &layout, MarkerBl
 {
     const auto read = layout.hasTriplets ? readGappyTriplets : readGappyDosages;
     const size_t columns = leadingColumns + layout.individuals * (layout.hasTriplets ? 3 : 1);
+    const MarkerLook look = {layout.hasTriplets ? MarkerLook::Content::Triplets : MarkerLook::Content::Dosages, true,
+                             nullptr, leadingColumns, 2};
     size_t bytes = 0;
     std::string_view line;
     std::array<std::string_view, leadingColumns> leading;
     for (block.markers = 0; block.markers < MarkerBlock::capacity && lines.next(line); ++block.markers) {
+        lookAtMarker(line, look);
         if (read(line, na_value, leading, {block.dosages(block.markers), layout.individuals}) != columns) {
             isBroken = true;
             break;
@@ -278,6 +299,7 @@ static RegressionTrait makeTrait(const RegressionPlan &plan, const Phenotype &ph
     if (plan.type != bins)
         return trait;
     const std::vector<Bin> filled = fillBins(findBins(plan.bins, phenotype.p2List), phenotype.values);
+    lookAtBins(phenotype.name, phenotype.values, filled, false);
     for (const Bin &bin : filled)
         trait.bins.emplace_back(bin.individuals.begin(), bin.individuals.end());
     if (xmethod == 0)
@@ -298,6 +320,8 @@ static void addPhenotype(const RegressionPlan &plan, Phenotype &phenotype, Regre
         if (isScanned) {
             pass.scanned.push_back(phenotype.name);
             pass.bytes += pass.analysis->add(std::move(trait));
+            if (plan.tallies)
+                pass.analysis->summary(pass.scanned.size() - 1).prepareToWrite();
         }
     }
     pass.bytes += sizeof(TraitRow) + 2 * phenotype.name.size();
@@ -321,17 +345,14 @@ static void writeStatistics(const TraitRow &row, int64_t PhenoID, const TraitSum
         return;
     }
     out.put('\t');
-    out.put(summary->markers());
-    out.put('\t');
-    out.put(summary->counts.hits);
-    for (const double value : {summary->mostSlope(), summary->leastP(significance)}) {
-        out.put('\t');
-        putValue(value, out);
-    }
-    out.put('\t');
-    out.put(summary->bestMarker());
-    out.put('\t');
-    putValue(summary->lambda(), out);
+    writeFindings(*summary, significance, out);
+    out.put('\n');
+}
+
+static void writeTallies(int64_t PhenoID, const TraitSummary &summary, text::Writer &out)
+{
+    out.put(PhenoID);
+    summary.write(out);
     out.put('\n');
 }
 
@@ -368,7 +389,7 @@ private:
     const RegressionPlan &m_plan;
     const RegressionMemory m_memory;
     text::LineReader m_phenotypes, m_genotypes;
-    text::Writer m_hits, m_statistics;
+    text::Writer m_hits, m_statistics, m_tallies;
     PlainMarkerLines m_lines{m_genotypes};
     GenotypeLayout m_layout;
     Progress m_progress{Genoname, Phenoname};
@@ -383,8 +404,10 @@ RegressionScan::RegressionScan(const RegressionPlan &plan, const RegressionMemor
 {
     print("\nrunning regscan1() ...\n\n");
     refuseSameScanFiles({});
+    if (plan.tallies)
+        refuseSameFiles({Phenoname, Genoname, binFileOption.given().value_or("")}, {Outname, Statsname, *plan.tallies});
     if (!m_phenotypes.open(Phenoname) || !m_genotypes.open(Genoname) || !m_hits.open(Outname)
-        || !m_statistics.open(Statsname))
+        || !m_statistics.open(Statsname) || (plan.tallies && !m_tallies.open(*plan.tallies)))
         quit();
     m_hits.put(headings[0]);
     m_statistics.put(headings[1]);
@@ -432,6 +455,8 @@ void RegressionScan::finishPass(bool isLast)
         report(row, ++m_phenoID);
         writeStatistics(row, m_phenoID, row.isScanned ? &m_pass.analysis->summary(trait) : nullptr, m_plan.significance,
                         m_statistics);
+        if (row.isScanned && m_plan.tallies)
+            writeTallies(m_phenoID, m_pass.analysis->summary(trait), m_tallies);
         trait += row.isScanned;
     }
     startPass();
@@ -463,6 +488,7 @@ void RegressionScan::run()
         finishPass(true);
     m_hits.close();
     m_statistics.close();
+    m_tallies.close();
     printFileNames("Top SNPs for each phenotype", "phenotype");
 }
 

@@ -19,6 +19,7 @@
 #include "text/fields.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace plot {
@@ -39,45 +40,49 @@ static constexpr const Option *options[]
 
 enum Scan { gwasScan, gwas2Scan, gwas3Scan, regressionScan };
 
-struct Effect {
-    std::vector<Point> dots, means;
-    double slope, intercept, r2, p;  // R2 and p below 0 or nan: none
-    bool isGrouped = true;           // x are places of bins or classes
-    std::string xLabel, yLabel;
-    bool areWhole = true;  // these places
+struct FittedLine {
+    double slope, r2, p;  // R2 and p below 0 or nan: none
 };
 
-// The line of the marker, which stays in the reader.
-static std::string_view findMarker(text::LineReader &in, const std::string &file, const std::string &marker)
+struct Effect {
+    std::string xLabel, yLabel;
+    bool isGrouped = true;  // x are places of bins or classes
+    bool areWhole = true;   // these places
+    std::vector<Point> dots = {}, means = {};
+    FittedLine line = {};
+};
+
+// The name in a line of genotypes, of which no more is looked at. A delimiter that is white space, or none, stands for
+// any white space.
+static std::string_view markerName(std::string_view line, std::string_view delimiter)
 {
-    openInput(in, file);
-    Progress progress(file);
-    for (std::string_view line; nextMarkerLine(in, line);) {
-        // The second word, before all others are looked at.
-        size_t at = 0;
-        std::string_view word;
-        for (int count = 0; count < 2; ++count) {
-            while (at < line.size()
-                   && (text::isWhiteSpace(line[at])
-                       || (at > 0 && !Delim.empty() && Delim != " " && line.substr(at).starts_with(Delim))))
-                ++at;
-            const size_t first = at;
-            while (at < line.size() && !text::isWhiteSpace(line[at])
-                   && !(Delim != " " && !Delim.empty() && line.substr(at).starts_with(Delim)))
-                ++at;
-            word = line.substr(first, at - first);
-        }
-        if (word == marker)
-            return line;
-        progress.advance(line.size());
-    }
-    fatal("'%s' has no marker '%s'\n", file.c_str(), marker.c_str());
+    static constexpr std::string_view whiteSpace = " \t\n\v\f\r";
+    const auto from = [&](size_t at) { return line.substr(std::min(at, line.size())); };
+    if (hasWord(delimiter))
+        line = text::findField(line, delimiter, 1);
+    else
+        line = from(line.find_first_of(whiteSpace, line.find_first_not_of(whiteSpace)));
+    line = from(line.find_first_not_of(whiteSpace));
+    return line.substr(0, line.find_first_of(whiteSpace));
 }
 
-static Phenotype findPhenotype(const std::string &file, const std::string &name, size_t individuals)
+// The line of the marker, which stays in the reader.
+static std::string_view findMarker(text::LineReader &in, std::string_view delimiter, const std::string &marker)
 {
+    openInput(in, Genoname);
+    Progress progress(Genoname);
+    for (std::string_view line; nextMarkerLine(in, line); progress.advance(line.size() + 1)) {
+        if (markerName(line, delimiter) == marker)
+            return line;
+    }
+    fatal("'%s' has no marker '%s'\n", Genoname.c_str(), marker.c_str());
+}
+
+static Phenotype findPhenotype(size_t individuals)
+{
+    const std::string name = traitOption.read();
     text::LineReader in;
-    openInput(in, file);
+    openInput(in, Phenoname);
     Phenotype phenotype;
     for (std::string_view line; in.nextNonEmpty(line);) {
         std::string_view first;
@@ -88,7 +93,7 @@ static Phenotype findPhenotype(const std::string &file, const std::string &name,
             refusePhenotype();
         return phenotype;
     }
-    fatal("'%s' has no phenotype '%s'\n", file.c_str(), name.c_str());
+    fatal("'%s' has no phenotype '%s'\n", Phenoname.c_str(), name.c_str());
 }
 
 // A marker's dosages as gwas and gwas2 read them.
@@ -113,19 +118,22 @@ static std::vector<double> dosagesOf(std::string_view line, bool hasTriplets)
     return reader.values();
 }
 
+static FittedLine lineOf(const Fit &fit)
+{
+    return {fit.slope, fit.r2, fit.p};
+}
+
 static Effect seenInBins(std::string_view line, const BinDefinition &definition)
 {
     const std::vector<double> dosages = dosagesOf(line, formatOption.read() == 1);
-    const Phenotype phenotype = findPhenotype(Phenoname, traitOption.read(), dosages.size());
+    const Phenotype phenotype = findPhenotype(dosages.size());
     if (!hasBins(phenotype.p2List))
         fatal("The phenotype '%s' has no values\n", phenotype.name.c_str());
     const std::vector<Bin> bins = fillBins(findBins(definition, phenotype.p2List), phenotype.values);
     const std::vector<double> x = binPositions(bins);
     std::vector<double> means;
-    Effect effect
-        = {{},       {},          0,    0,
-           -1,       -1,          true, xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name,
-           "Dosage", xmethod == 0};
+    Effect effect = {xmethod ? "Mean " + phenotype.name + " of the bin" : "Bin of " + phenotype.name, "Dosage"};
+    effect.areWhole = xmethod == 0;
     for (size_t k = 0; k < bins.size(); ++k) {
         double sum = 0;
         for (const size_t i : bins[k].individuals) {
@@ -136,10 +144,7 @@ static Effect seenInBins(std::string_view line, const BinDefinition &definition)
         means.push_back(bins[k].individuals.empty() ? 0 : sum / double(bins[k].individuals.size()));
         effect.means.push_back({x[k], means[k]});
     }
-    const Fit fit = fitLine(x, means, 0, binTable());
-    effect.slope = fit.slope;
-    effect.r2 = fit.r2;
-    effect.p = fit.p;
+    effect.line = lineOf(fitLine(x, means, 0, binTable()));
     return effect;
 }
 
@@ -147,12 +152,12 @@ static Effect seenInClasses(std::string_view line)
 {
     const size_t columns = text::countFields(line, Delim);
     const size_t individuals = columns > leadingColumns ? (columns - leadingColumns) / 3 : 0;
-    const Phenotype phenotype = findPhenotype(Phenoname, traitOption.read(), individuals);
+    const Phenotype phenotype = findPhenotype(individuals);
     std::vector<uint8_t> classes(individuals);
     std::string_view name;
     if (!ClassReader(Delim, line).read(line, name, classes))
         refuseMarker();
-    Effect effect = {{}, {}, 0, 0, -1, -1, true, "Genotype class", phenotype.name};
+    Effect effect = {"Genotype class", phenotype.name};
     double sums[3] = {}, counts[3] = {};
     for (size_t i = 0; i < individuals; ++i) {
         if (phenotype.values[i] == missingValue)
@@ -170,10 +175,7 @@ static Effect seenInClasses(std::string_view line)
         means[k] = counts[k] > 0 ? sums[k] / counts[k] : 0;
         effect.means.push_back({double(k), means[k]});
     }
-    const Fit fit = fitLine(x, means, 0, df1());
-    effect.slope = fit.slope;
-    effect.r2 = fit.r2;
-    effect.p = fit.p;
+    effect.line = lineOf(fitLine(x, means, 0, df1()));
     return effect;
 }
 
@@ -188,13 +190,13 @@ static Effect seenByRegression(std::string_view line)
     const size_t numbers = words > leadingColumns ? words - leadingColumns : 0;
     const bool hasTriplets = numbers != values && numbers == 3 * values;
     const size_t individuals = hasTriplets ? numbers / 3 : numbers;
-    Phenotype phenotype = findPhenotype(Phenoname, traitOption.read(), individuals);
+    Phenotype phenotype = findPhenotype(individuals);
     std::vector<double> dosages(individuals);
     std::vector<std::string_view> leading(leadingColumns);
     (hasTriplets ? readGappyTriplets : readGappyDosages)(line, na_value, leading, dosages);
     dropOddValues(phenotype.values);
     const CentredValues y = centre(phenotype.values, traitMomentsOf(phenotype.values));
-    Effect effect = {{}, {}, 0, 0, -1, -1, false, "Dosage", phenotype.name};
+    Effect effect = {"Dosage", phenotype.name, false};
     LinePoints points;
     points.ySize = y.size;
     double sum = 0;
@@ -210,9 +212,7 @@ static Effect seenByRegression(std::string_view line)
         fatal("No individual has both a dosage and a value of '%s'\n", phenotype.name.c_str());
     points.xCentre = sum / double(effect.dots.size());
     const Regression fit = fitExactly(points);
-    effect.slope = fit.slope;
-    effect.r2 = fit.r2;
-    effect.p = Significance(false).p(fit.t, double(effect.dots.size()) - 2);
+    effect.line = {fit.slope, fit.r2, Significance(false).p(fit.t, double(effect.dots.size()) - 2)};
     double sumY = 0;
     for (const Point &dot : effect.dots)
         sumY += dot.y;
@@ -224,6 +224,38 @@ static Effect seenByRegression(std::string_view line)
 static double besideOf(size_t i, double width)
 {
     return (double(i * 7919 % 101) / 100 - 0.5) * width;
+}
+
+// Slope, R2 and p as they stand in the row of the hit.
+static std::string shownLine(const FittedLine &line)
+{
+    const auto shown = [](double value) { return value >= 0 ? text::realText(value) : std::string("NA"); };
+    return "slope " + text::realText(line.slope) + ", R² " + shown(line.r2) + ", p " + shown(line.p);
+}
+
+static std::string describe(const Effect &effect, const std::string &marker)
+{
+    std::string words = shownText(effect.yLabel) + " by " + shownText(effect.xLabel) + " for the marker "
+                        + shownText(marker) + ", " + shownCount(effect.dots.size())
+                        + " individuals: " + shownLine(effect.line) + ".";
+    if (effect.isGrouped) {
+        words += " Means:";
+        for (const Point &mean : effect.means)
+            words += " " + shownNumber(mean.y) + " at " + shownNumber(mean.x) + ";";
+    }
+    return words;
+}
+
+// The line of least squares from one x to the other: it goes through the mean of the points.
+static std::array<Point, 2> lineBetween(double left, double right, const Effect &effect)
+{
+    double meanX = 0, meanY = 0;
+    for (const Point &mean : effect.means) {
+        meanX += mean.x / double(effect.means.size());
+        meanY += mean.y / double(effect.means.size());
+    }
+    const auto at = [&](double x) { return Point{x, meanY + effect.line.slope * (x - meanX)}; };
+    return {at(left), at(right)};
 }
 
 static Figure drawEffect(const Effect &effect, const std::string &marker, const Size &asked)
@@ -246,45 +278,23 @@ static Figure drawEffect(const Effect &effect, const std::string &marker, const 
     const Axis yAxis = {bottom - yRoom, top + yRoom * 2.2, shownText(effect.yLabel, 30), true, 0, 136};
     Figure figure(size);
     const Box box = {180, size.top + 20, size.width - 50, size.height - 130};
-    figure.beginPanel(box, xAxis, yAxis);
-    Cloud dots(box.width(), box.height(), effect.dots.size() > 2000 ? smallDot : plainDot),
-        means(box.width(), box.height(), largeDot + 8);
-    const auto add = [&](const Point &point, double beside, Cloud &cloud) {
-        cloud.add(pixelOf(point.x + beside, xAxis.from, xAxis.to, box.width()),
-                  pixelOf(point.y, yAxis.from, yAxis.to, box.height()));
+    const auto cloudOf = [&](const std::vector<Point> &points, int dot, double breadth) {
+        Cloud cloud(box.width(), box.height(), dot);
+        for (size_t i = 0; i < points.size(); ++i)
+            cloud.add(pixelOf(points[i].x + besideOf(i, breadth), xAxis.from, xAxis.to, box.width()),
+                      pixelOf(points[i].y, yAxis.from, yAxis.to, box.height()));
+        return cloud;
     };
-    for (size_t i = 0; i < effect.dots.size(); ++i)
-        add(effect.dots[i], effect.isGrouped ? besideOf(i, width * 0.7) : 0, dots);
-    figure.cloud(dots, sky);
-    // Through the mean of the points, as the line of least squares goes.
-    double meanX = 0, meanY = 0;
-    for (const Point &mean : effect.means) {
-        meanX += mean.x / double(effect.means.size());
-        meanY += mean.y / double(effect.means.size());
-    }
-    if (std::isfinite(effect.slope)) {
-        const Point ends[]
-            = {{left.x, meanY + effect.slope * (left.x - meanX)}, {right.x, meanY + effect.slope * (right.x - meanX)}};
-        figure.line(ends, vermillion, thickLine);
-    }
-    if (effect.isGrouped) {
-        for (const Point &mean : effect.means)
-            add(mean, 0, means);
-        figure.cloud(means, blue);
-    }
-    const auto shown = [](double value) { return value >= 0 ? text::realText(value) : std::string("NA"); };
-    const std::string values
-        = "slope " + text::realText(effect.slope) + ", R² " + shown(effect.r2) + ", p " + shown(effect.p);
-    figure.text((box.left + box.right) / 2.0, size.top + 6, values, plainText, Align::Centre);
+    figure.beginPanel(box, xAxis, yAxis);
+    figure.cloud(cloudOf(effect.dots, effect.dots.size() > 2000 ? smallDot : plainDot, width * 0.7), sky);
+    if (std::isfinite(effect.line.slope))
+        figure.line(lineBetween(left.x, right.x, effect), vermillion, thickLine);
+    if (effect.isGrouped)
+        figure.cloud(cloudOf(effect.means, largeDot + 8, 0), blue);
+    figure.text((box.left + box.right) / 2.0, size.top + 6, shownLine(effect.line), plainText, Align::Centre);
     figure.endPanel();
     figure.heading = "Effect of " + shownText(marker);
-    figure.description = shownText(effect.yLabel) + " by " + shownText(effect.xLabel) + " for the marker "
-                         + shownText(marker) + ", " + shownCount(effect.dots.size()) + " individuals: " + values + ".";
-    if (effect.isGrouped) {
-        figure.description += " Means:";
-        for (const Point &mean : effect.means)
-            figure.description += " " + shownNumber(mean.y) + " at " + shownNumber(mean.x) + ";";
-    }
+    figure.description = describe(effect, marker);
     return figure;
 }
 
@@ -303,7 +313,7 @@ static void effect()
         xmethod = binPlacesOption.read();
     }
     text::LineReader in;
-    const std::string_view line = findMarker(in, Genoname, marker);
+    const std::string_view line = findMarker(in, scan == gwas3Scan ? Delim : "", marker);
     const Effect seen = scan == regressionScan ? seenByRegression(line)
                         : scan == gwas3Scan    ? seenInClasses(line)
                                                : seenInBins(line, definition);

@@ -1,9 +1,24 @@
 #include "relatives/removal.h"
 #include "main/console.h"
+#include "main/datahints.h"
+#include "main/repeats.h"
 #include "text/readnumber.h"
 
 #include <algorithm>
 #include <bit>
+
+static void lookForIdleOptions(const RemovalOptions &options)
+{
+    if (weightDefaultOption.given() && !options.pfile)
+        addDataHint("\"-pdefault\" changes nothing without \"-pfile\"");
+    else if (weightDefaultOption.given() && options.mode != 2)
+        addDataHint("\"-pdefault\" changes nothing but messages without \"-mode 2\"");
+    if (options.pfile && options.mode != 2)
+        addDataHint(
+            "without \"-mode 2\" the weights of \"-pfile\" decide nothing; the order of its lines decides ties");
+    if (!options.pfile && options.mode == 2)
+        addDataHint("\"-mode 2\" decides nothing without \"-pfile\": all weights are 1");
+}
 
 RemovalOptions readRemovalOptions(const RealOption &limitOption)
 {
@@ -18,6 +33,9 @@ RemovalOptions readRemovalOptions(const RealOption &limitOption)
     options.hasHeader = pairHeaderOption.isOn();
     options.pdefault = weightDefaultOption.read() == 1;
     options.delim = pairDelimOption.read().front();
+    lookForIdleOptions(options);
+    if (!limitOption.given())
+        addDataHint("without \"-limit\" only pairs with a value of 1 and more count");
     return options;
 }
 
@@ -64,6 +82,7 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
     if (!in.open(*options.pfile))
         fatal("Pfile not found\n");
     double sum = 0;
+    RepeatedNames weighted("individual", "is in the weight table again, and has its first weight both times");
     PairReader reader(in, tables.identifiers, options.delim, {.all = true}, PairReader::Numbering::KnownOnly);
     while (const PairReader::Line *line = reader.next()) {
         if (line->fields.count == 0)
@@ -72,6 +91,7 @@ static double readWeights(const RemovalOptions &options, RemovalTables &tables)
         if (individual == noNumber)
             continue;
         const double weight = text::readDouble(line->fields.second);
+        weighted.look(line->fields.first);
         appendEntry(individual, weight, tables);
         sum += weight;
     }

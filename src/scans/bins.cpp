@@ -76,6 +76,8 @@ static int64_t countBinProblems(const BinDefinition &bins)
 BinDefinition readBinOptions(void (*beforeOpening)(const std::string &binFile))
 {
     BinDefinition bins;
+    if (binTypeOption.read() == 0)
+        addDataHint("\"-bintype absolute\" is not usable: it ends every run; give fractions with \"-method quick\"");
     method = methodOption.read();
     if (automaticBinsOption.given()) {
         testgroups = automaticBinsOption.read();

@@ -1,7 +1,5 @@
 #include "scans/hits.h"
 #include "main/console.h"
-#include "main/datahints.h"
-#include "main/nearest.h"
 #include "main/settings.h"
 
 #include <string>
@@ -13,10 +11,6 @@ void writeHitHeader(text::Writer &out)
 
 void writeHit(std::string_view phenotype, std::string_view marker, const Fit &fit, text::Writer &out)
 {
-    if (marker == ".") [[unlikely]]
-        addDataHint("phenotype " + quoted(phenotype),
-                    "has a hit of a marker named \".\", as others may be; name markers "
-                    "by position and alleles");
     out.put(phenotype);
     out.put('\t');
     out.put(marker);

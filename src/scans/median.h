@@ -1,6 +1,8 @@
 // The median of a stream of numbers, in little memory.
 #pragma once
 
+#include "text/exactnumbers.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +26,11 @@ public:
             m_overflows.push_back(uint16_t(bin));
     }
 
+    // For the stream of which this one is a part: all that is needed of the numbers, as text without line ends; and the
+    // numbers that such a text tells of, after those so far. False, and nothing of use, where it is none.
+    void write(text::Writer &out) const;
+    bool add(text::ExactNumbers &numbers);
+
     size_t count() const;
 
     // The middle one, or the mean of the middle two; NaN where there are none.
@@ -43,6 +50,9 @@ private:
     static size_t binOf(double value);
     static double startOf(size_t bin);
     void keep(double value);
+    void startCounting();
+    void addCount(size_t bin, size_t count);
+    std::vector<size_t> allCounts() const;
     double valueAt(size_t rank, const std::vector<size_t> &counts) const;
 
     std::vector<double> m_values;       // until there are too many

@@ -1,6 +1,8 @@
 #include "scans/options.h"
 #include "main/console.h"
+#include "main/datahints.h"
 #include "main/settings.h"
+#include "text/writenumber.h"
 
 void readScanOptions(const InputOption &genotypeFileOption, const RealOption &slopeOption)
 {
@@ -14,6 +16,8 @@ void readScanOptions(const InputOption &genotypeFileOption, const RealOption &sl
         slope_lim = 0;
     stat_lim = statisticLimitOption.read();
     statistic = statisticOption.read();
+    if (statistic != 2 && !statisticLimitOption.given())
+        addDataHint("\"-statlimit\" is not given: hits are all from an R2 or t of " + text::realText(stat_lim) + " on");
 }
 
 void refuseSameScanFiles(const std::string &binFile)

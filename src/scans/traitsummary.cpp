@@ -1,6 +1,9 @@
 #include "scans/traitsummary.h"
 #include "scans/pvalues.h"
 
+#include <algorithm>
+#include <iterator>
+
 Significance::Significance(bool usesTables)
 {
     if (usesTables)
@@ -25,6 +28,56 @@ double Significance::leastT(double p, double freedom) const
     if (!m_tables.empty())
         return 0;
     return std::isinf(freedom) ? normalZ(p) : studentT(p, freedom);
+}
+
+void TraitSummary::Records::add(double squaredT, double freedom, const std::string &marker)
+{
+    const auto above = most.lower_bound(freedom);
+    if (above != most.end() && above->second >= squaredT)
+        return;
+    inOrder.push_back({squaredT, freedom, marker});
+    const auto place = most.insert_or_assign(freedom, squaredT).first;
+    while (place != most.begin() && std::prev(place)->second <= squaredT)
+        most.erase(std::prev(place));
+}
+
+void TraitSummary::compare(double squaredT, double freedom, const std::string &marker, const Significance &significance)
+{
+    if (m_records) [[unlikely]]
+        m_records->add(squaredT, freedom, marker);
+    // What rounding could make of the same data is no better.
+    constexpr double more = 1 + 1e-12;
+    if (freedom == m_freedom ? squaredT > m_squaredT * more : mayBeBetter(squaredT, freedom, significance))
+        setBest(squaredT, freedom, marker);
+}
+
+void TraitSummary::write(text::Writer &out) const
+{
+    text::putExact(m_mostSlope, out);
+    text::putExact(double(m_records->inOrder.size()), out);
+    for (const Records::Record &record : m_records->inOrder) {
+        text::putExact(record.squaredT, out);
+        text::putExact(record.freedom, out);
+        out.put(' ');
+        out.put(record.marker);
+    }
+    m_squaredTs.write(out);
+}
+
+bool TraitSummary::addWritten(text::ExactNumbers &words, const Significance &significance)
+{
+    double slope, records, squaredT, freedom;
+    std::string_view marker;
+    if (!words.next(slope) || !words.next(records))
+        return false;
+    m_mostSlope = std::max(m_mostSlope, slope);
+    for (double i = 0; i < records; ++i) {
+        if (!words.next(squaredT) || !words.next(freedom) || !words.nextWord(marker))
+            return false;
+        if (freedom != m_freedom || squaredT > m_squaredT)
+            compare(squaredT, freedom, std::string(marker), significance);
+    }
+    return m_squaredTs.add(words) && words.atEnd();
 }
 
 void TraitSummary::setBest(double squaredT, double freedom, const std::string &marker)
@@ -61,4 +114,27 @@ double TraitSummary::leastP(const Significance &significance) const
 double TraitSummary::lambda() const
 {
     return m_squaredTs.median() / 0.454937;
+}
+
+void putValue(double value, text::Writer &out)
+{
+    if (std::isnan(value))
+        out.put("NA");
+    else
+        out.put(value);
+}
+
+void writeFindings(const TraitSummary &summary, const Significance &significance, text::Writer &out)
+{
+    out.put(summary.markers());
+    out.put('\t');
+    out.put(summary.counts.hits);
+    for (const double value : {summary.mostSlope(), summary.leastP(significance)}) {
+        out.put('\t');
+        putValue(value, out);
+    }
+    out.put('\t');
+    out.put(summary.bestMarker());
+    out.put('\t');
+    putValue(summary.lambda(), out);
 }

@@ -3,11 +3,14 @@
 
 #include "scans/decision.h"
 #include "scans/median.h"
+#include "text/exactnumbers.h"
 
 #include <cmath>
 #include <limits>
 #include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
 // From t to p, by Student's distribution or, with infinite degrees of freedom, the normal one.
 class Significance {
@@ -24,9 +27,14 @@ private:
     std::map<double, TTable> m_tables;  // by degrees of freedom
 };
 
+// To a summary of some markers those of the markers behind them can be added, as they were written: it becomes that of
+// all markers, to the last bit.
 class TraitSummary {
 public:
     HitCounts counts;
+
+    // From now on keeps what write() needs.
+    void prepareToWrite() { m_records.emplace(); }
 
     // A marker with a t, or without (NaN), and with a slope or without.
     void add(double slope, double squaredT, double freedom, const std::string &marker, const Significance &significance)
@@ -37,11 +45,14 @@ public:
         if (!(squaredT >= 0))
             return;
         m_squaredTs.add(squaredT);
-        // What rounding could make of the same data is no better.
-        constexpr double more = 1 + 1e-12;
-        if (freedom == m_freedom ? squaredT > m_squaredT * more : mayBeBetter(squaredT, freedom, significance))
-            setBest(squaredT, freedom, marker);
+        if (freedom != m_freedom || squaredT > m_squaredT)
+            compare(squaredT, freedom, marker, significance);
     }
+
+    // All but the counts, as words with a blank before each.
+    void write(text::Writer &out) const;
+    // False, and nothing of use, where these are no such words.
+    bool addWritten(text::ExactNumbers &words, const Significance &significance);
 
     size_t markers() const { return m_squaredTs.count(); }
     double mostSlope() const { return m_mostSlope >= 0 ? m_mostSlope : std::numeric_limits<double>::quiet_NaN(); }
@@ -50,6 +61,20 @@ public:
     double lambda() const;  // median of t squared by that of the distribution of chi squared
 
 private:
+    // The markers that may be best, whatever comes before them: those that no earlier one with as many degrees of
+    // freedom or more has outdone.
+    struct Records {
+        struct Record {
+            double squaredT, freedom;
+            std::string marker;
+        };
+        std::vector<Record> inOrder;
+        std::map<double, double> most;  // t squared, by degrees of freedom; the more of these the less
+
+        void add(double squaredT, double freedom, const std::string &marker);
+    };
+
+    void compare(double squaredT, double freedom, const std::string &marker, const Significance &significance);
     bool mayBeBetter(double squaredT, double freedom, const Significance &significance);
     void setBest(double squaredT, double freedom, const std::string &marker);
 
@@ -61,4 +86,11 @@ private:
     std::string m_bestMarker = "NA";
     double m_p = 2;                          // its p, formed where it is asked for; 2 for not yet
     double m_floorFreedom = 0, m_floor = 0;  // so much t squared is needed with so many degrees of freedom or fewer
+    std::optional<Records> m_records;
 };
+
+// Writes the last six columns of the phenotype's statistics.
+void writeFindings(const TraitSummary &summary, const Significance &significance, text::Writer &out);
+
+// "NA" for what is not a number.
+void putValue(double value, text::Writer &out);

@@ -19,9 +19,16 @@ const char *foreignKind(string_view firstBytes)
         string_view mark;
         const char *kind;
     } kinds[] = {
-        {"##fileformat=VCF"sv, "a VCF file"},    {"BCF\x02"sv, "a BCF file"},
-        {"\x6c\x1b\x01"sv, "a PLINK .bed file"}, {"\xff\xfe"sv, "UTF-16 text"},
-        {"\xfe\xff"sv, "UTF-16 text"},           {"PK\x03\x04"sv, "a zip archive, as spreadsheets (.xlsx) are"},
+        {"##fileformat=VCF"sv, "a VCF file"},
+        {"BCF\x02"sv, "a BCF file"},
+        {"\x6c\x1b\x01"sv, "a PLINK .bed file"},
+        {"\x6c\x1b"sv, "a PLINK .pgen file"},
+        {"\xfd\x37zXZ"sv, "an xz file"},
+        {"BZh91AY&SY"sv, "a bzip2 file"},
+        {"\xd0\xcf\x11\xe0"sv, "a spreadsheet (.xls)"},
+        {"\xff\xfe"sv, "UTF-16 text"},
+        {"\xfe\xff"sv, "UTF-16 text"},
+        {"PK\x03\x04"sv, "a zip archive, as spreadsheets (.xlsx) are"},
     };
     for (const auto &[mark, kind] : kinds) {
         if (firstBytes.starts_with(mark))

@@ -4,8 +4,8 @@
 
 Each check is a function that is called for every mode of modes.py. A failing case leaves its folder in faults-failed/
 and prints the command that shows it again."""
-import argparse, concurrent.futures, contextlib, gzip, os, random, re, resource, shlex, shutil, signal, subprocess, sys
-import tempfile, threading, time
+import argparse, concurrent.futures, gzip, os, random, re, shlex, shutil, signal, subprocess, sys, tempfile, threading
+import time
 from pathlib import Path
 from modes import MODES, SMALL
 
@@ -60,11 +60,9 @@ class Run:
 
     def execute(self, out, errors, during, limit):
         env = {"PATH": os.environ["PATH"], "TMPDIR": str(self.folder), **options.env, **self.env}
-        process = subprocess.Popen(self.command, cwd=self.folder, env=env, stdin=subprocess.DEVNULL, stdout=out,
-                                   stderr=errors, start_new_session=True)
-        if limit:  # of the files' sizes; an early end has no limit any more
-            with contextlib.suppress(ProcessLookupError):
-                resource.prlimit(process.pid, resource.RLIMIT_FSIZE, (limit, limit))
+        limited = ["prlimit", f"--fsize={limit}"] if limit else []  # before its start: a megabyte is soon written
+        process = subprocess.Popen([*limited, *self.command], cwd=self.folder, env=env, stdin=subprocess.DEVNULL,
+                                   stdout=out, stderr=errors, start_new_session=True)
         timer = threading.Timer(options.patience, os.killpg, (process.pid, signal.SIGKILL))
         timer.start()
         helpers = during(self.folder) if during else []

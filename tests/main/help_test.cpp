@@ -142,6 +142,15 @@ TEST(Hints, NameWhatHasNoEffect)
          "\"-showmatrix\" does not know \"YES\"; its words are yes, no\n"},
         {"-m fam -file a -file b -file a -M gwas", "option \"-file\" is given again; the first value, \"a\", counts\n"
                                                    "\"-M\" is ignored: mode \"fam\" was named before\n"},
+        {"-M gwas -p x -delim slash -out x",
+         "option \"-p\" is ignored: mode \"gwas\" does not know it; did you mean \"-pfile\"?\n"
+         "\"-delim\" takes \"slash\" as it stands; its words are tab, space, comma, semicolon, colon\n"},
+        {"-M levin -columns 1,2 --help", "mode \"levin\" takes these options; man morvel tells more\n"
+                                        "  -file               table (required)\n"
+                                        "  -out                output file (input name + .out)\n"
+                                        "  -delim              between the fields; any other word is a tab (tab)\n"
+                                        "  -header             yes or Yes: the first line is a header (no)\n"
+                                        "  -columns            the two columns, from 1 (1,2)\n"},
         {"-M fam x", "\"x\" is ignored: no option stands before it\n"},
         {"x -M fam -file a b c", "\"x\" and further words, 3 in all, are ignored: no option stands before them\n"},
     };

@@ -52,7 +52,7 @@ void followPage(const std::string &page, const Folder &folder)
 {
     const Folder tools;
     std::filesystem::create_symlink(std::getenv("MORVEL_PROGRAM"), tools.path("morvel"));
-    for (const std::string companion : {"morvel-table", "morvel-plot"})
+    for (const std::string companion : {"morvel-table", "morvel-plot", "morvel-gather"})
         std::filesystem::create_symlink(MORVEL_PAGES_FOLDER "/" + companion, tools.path(companion));
     const std::string shell
         = "cd " + folder.path("") + " && MORVEL_HINTS=1 PATH=" + tools.path("") + ":$PATH bash " + tools.path("command");

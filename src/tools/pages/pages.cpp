@@ -7,6 +7,7 @@
 // line @NAMES@ becomes all spellings, and @PROGRAM@ the program's name.
 #include "main/modes.h"
 #include "plot/verbs.h"
+#include "tools/gather/verbs.h"
 #include "tools/table/verbs.h"
 
 #include <fstream>
@@ -16,7 +17,7 @@
 
 typedef std::span<const Mode *const> Modes;
 
-static constexpr const Companion *companions[] = {&table::companion, &plot::companion};
+static constexpr const Companion *companions[] = {&table::companion, &plot::companion, &gather::companion};
 
 // The modes of the program, or the verbs of a companion; none of any other name.
 static Modes modesOf(const std::string &program)
