@@ -1,23 +1,40 @@
 #!/usr/bin/env bash
 # Times this build against that of an earlier commit: both made in the same way, run in turn on the same core; processor
-# seconds, medians of the runs and of the ratios.
-#   bench/against.sh [COMMIT [FOLDER [RUNS]]]
+# seconds, medians of the runs and of the ratios. With a kind of processor, both take any for one of that kind.
+#   bench/against.sh [COMMIT [FOLDER [RUNS [avx512|avx2|sse2]]]]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
 commit=${1:-e38fb76}
 data=$(realpath -m "${2:-out/bench-against}")
 runs=${3:-7}
+kind=${4:-avx512}
 build_for_bench
 mkdir -p "$data"
-if [ ! -x "$data/build/morvel" ]; then
+
+# make_program SOURCE FOLDER: for the kind of processor. All code asks for it by this function, whose argument is a text,
+# and chooses between two compilations of a function where no sanitizer is in the way.
+make_program() {
+    local flags=
+    case $kind in
+    sse2) flags="-DMORVEL_SANITIZED -D'__builtin_cpu_supports(what)=0'" ;;
+    avx2) flags="-D'__builtin_cpu_supports(what)=((what)[3] != 53 && __builtin_cpu_supports(what))'" ;;
+    esac
+    cmake -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+    cmake --build "$2" --parallel "$(nproc)" --target morvel >/dev/null
+}
+
+old=$data/old-$kind/morvel
+if [ ! -x "$old" ]; then
     git worktree add --force --detach "$data/source" "$commit" >/dev/null
-    cmake -S "$data/source" -B "$data/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-    cmake --build "$data/build" --parallel "$(nproc)" --target morvel >/dev/null
+    make_program "$data/source" "${old%/*}"
     git worktree remove --force "$data/source"
 fi
 new=$PWD/build/morvel
-old=$data/build/morvel
+if [ "$kind" != avx512 ]; then
+    new=$data/new-$kind/morvel
+    make_program "$PWD" "${new%/*}"
+fi
 make=$PWD/build/bench/makedata
 limits=$PWD/build/bench/limits
 cd "$data"
@@ -43,12 +60,12 @@ job() {
     shift 2
     : >times
     for run in $(seq "$runs"); do
-        rm -f made*
+        rm -f made made.*
         new_time=$(spent "$new" "$@")
         size=$([ "$output" = - ] && echo 0 || stat -c %s "$output")
-        rm -f made*
+        rm -f made made.*
         old_time=$(spent "$old" "$@")
-        rm -f made*
+        rm -f made made.*
         floor=$(spent "$limits" "$input" made "$size")
         echo "$new_time $old_time $floor" >>times
     done

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace text {
 
@@ -37,6 +38,9 @@ public:
 
     // From now on a "\r" right before a line's end stays in the line.
     void keepReturns() { m_keepsReturns = true; }
+
+    // From now on lines stay valid as long as the reader does: it goes on in new memory instead of the old one.
+    void keepLines() { m_keepsLines = true; }
 
     // The next line without its end, valid until the next call; false after the last one.
     bool next(std::string_view &line) { return nextInBlock(line) || nextAcrossBlocks(line); }
@@ -90,6 +94,7 @@ public:
 
 private:
     static Memory allocate(size_t size);
+    static Memory allocateKept(size_t size);
     void take(const char *first, const char *end, std::string_view &line)
     {
         m_next = size_t(end - m_buffer.get()) + 1;
@@ -99,6 +104,8 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
+    void moveToFront();
+    void moveToNewBlock();
 
     Source m_source;
     Memory m_buffer;
@@ -109,6 +116,8 @@ private:
     size_t m_start = 0;   // of what rewind() leads to, in the file's content
     size_t m_offset = 0;  // of the buffer, likewise
     bool m_keepsReturns = false;
+    bool m_keepsLines = false;
+    std::vector<Memory> m_kept;
     LineReader *m_nextOpen = nullptr;
     static LineReader *firstOpen;
 };
