@@ -304,8 +304,8 @@ struct PackingWindow {
 
 #define MORVEL_READER(name, target)                                                                                    \
     template <Separator separator>                                                                                     \
-    target                                                                                                             \
-        [[gnu::flatten]] static size_t read##name(const char *&next, const char *end, int16_t *numbers, size_t most)   \
+    target __attribute__((flatten)) static size_t read##name(const char *&next, const char *end, int16_t *numbers,     \
+                                                             size_t most)                                              \
     {                                                                                                                  \
         return readWindows<name##Window, separator>(next, end, numbers, most);                                         \
     }
