@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Times this build against that of an earlier commit: both made in the same way, run in turn on the same core; processor
-# seconds, medians of the runs and of the ratios. With a kind of processor, both take any for one of that kind.
+# seconds, medians of the runs and of the ratios. With a kind of processor, both take any for one of that kind at most.
 #   bench/against.sh [COMMIT [FOLDER [RUNS [avx512|avx2|sse2]]]]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,28 +12,32 @@ kind=${4:-avx512}
 build_for_bench
 mkdir -p "$data"
 
-# make_program SOURCE FOLDER: for the kind of processor. All code asks for it by this function, whose argument is a text,
-# and chooses between two compilations of a function where no sanitizer is in the way.
-make_program() {
-    local flags=
-    case $kind in
-    sse2) flags="-DMORVEL_SANITIZED -D'__builtin_cpu_supports(what)=0'" ;;
-    avx2) flags="-D'__builtin_cpu_supports(what)=((what)[3] != 53 && __builtin_cpu_supports(what))'" ;;
-    esac
-    cmake -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="$flags" >/dev/null
-    cmake --build "$2" --parallel "$(nproc)" --target morvel >/dev/null
-}
-
-old=$data/old-$kind/morvel
-if [ ! -x "$old" ]; then
+if [ ! -x "$data/build/morvel" ]; then
     git worktree add --force --detach "$data/source" "$commit" >/dev/null
-    make_program "$data/source" "${old%/*}"
+    cmake -S "$data/source" -B "$data/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
+    cmake --build "$data/build" --parallel "$(nproc)" --target morvel >/dev/null
     git worktree remove --force "$data/source"
 fi
+
+# for_kind FOLDER NAME: links the program of a build again, with what makes it take the processor for a lesser one.
+for_kind() {
+    local link
+    link=$(sed "s# -o morvel # '$data/lesser.o' '$data/cpuinfo.o' -o '$data/$2' #" "$1/CMakeFiles/morvel.dir/link.txt")
+    (cd "$1" && eval "$link")
+}
+
 new=$PWD/build/morvel
+old=$data/build/morvel
 if [ "$kind" != avx512 ]; then
-    new=$data/new-$kind/morvel
-    make_program "$PWD" "${new%/*}"
+    ar p "$(c++ -print-libgcc-file-name)" cpuinfo.o >"$data/cpuinfo.o"
+    objcopy --redefine-sym __cpu_indicator_init=probeProcessor "$data/cpuinfo.o"
+    least=
+    [ "$kind" != sse2 ] || least=-DLEAST
+    c++ -O2 -fPIC $least -c bench/lesserprocessor.cpp -o "$data/lesser.o"
+    for_kind build "new-$kind"
+    for_kind "$data/build" "old-$kind"
+    new=$data/new-$kind
+    old=$data/old-$kind
 fi
 make=$PWD/build/bench/makedata
 limits=$PWD/build/bench/limits

@@ -126,26 +126,6 @@ bool LineReader::nextWords(std::string_view &words)
     return takeUpTo(m_end);
 }
 
-LineReader::Memory LineReader::handOver(std::string_view line)
-{
-    if (line.empty() || line.data() != m_buffer.get() || line.size() < m_size / 4)
-        return nullptr;
-    const size_t left = m_end - m_next;
-    Memory next = allocate(std::max(m_block, left));
-    std::memcpy(next.get(), m_buffer.get() + m_next, left);
-    m_size = std::max(m_block, left);
-    m_offset += m_next;
-    m_next = 0;
-    m_end = left;
-    m_buffer.swap(next);
-    // Gives back what is behind the line.
-    if (char *shrunk = static_cast<char *>(std::realloc(next.get(), line.size()))) {
-        static_cast<void>(next.release());
-        next.reset(shrunk);
-    }
-    return next;
-}
-
 void LineReader::moveToFront()
 {
     if (m_next > 0)

@@ -70,15 +70,6 @@ public:
     // at hand, so that a long line is not held.
     bool nextWords(std::string_view &words);
 
-    struct Free {
-        void operator()(char *memory) const { std::free(memory); }
-    };
-    using Memory = std::unique_ptr<char, Free>;
-
-    // Hands over the memory of the line read last, which begins there, where the line fills most of it; null
-    // elsewhere. Spares a copy of a long line.
-    Memory handOver(std::string_view line);
-
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
@@ -93,6 +84,11 @@ public:
     void rewind();
 
 private:
+    struct Free {
+        void operator()(char *memory) const { std::free(memory); }
+    };
+    using Memory = std::unique_ptr<char, Free>;
+
     static Memory allocate(size_t size);
     static Memory allocateKept(size_t size);
     void take(const char *first, const char *end, std::string_view &line)
