@@ -216,6 +216,9 @@ public:
         m_out.openToMemory(m_row);
     }
 
+    // Whether mayMatter() can be false.
+    bool leavesOut() const { return m_leastSlope > 0; }
+
     // False where no marker of a block can be a hit of the phenotype or its best one, by the sums of thousandths of its
     // bins as BinKernels::addThousandths() makes them.
     bool mayMatter(size_t index, const uint32_t *sums) const;
@@ -359,7 +362,7 @@ void BlockScan::decideOne(DosageBlock &block, const Chunk &chunk, size_t i)
 void BlockScan::scan(DosageBlock &block, Chunk &chunk)
 {
     constexpr size_t pause = 15;  // blocks without a guess after one that did not pay
-    if (!block.thousandths() || chunk.unguessedBlocks > 0) {
+    if (!m_decisions.leavesOut() || !block.thousandths() || chunk.unguessedBlocks > 0) {
         chunk.unguessedBlocks -= chunk.unguessedBlocks > 0;
         return decideAll(block, chunk);
     }

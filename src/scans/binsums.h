@@ -7,7 +7,7 @@
 #include <span>
 
 inline constexpr size_t blockMarkers = 32;  // side by side: a row of dosages has one of each marker
-inline constexpr size_t tileRows = 250;     // individuals of a tile: a number fits a byte
+inline constexpr size_t tileRows = 128;     // individuals of a tile, which stays in the first-level cache
 
 // Dosages that are whole thousandths and no more than 2, as nearly all are, can be added in narrow lanes.
 inline constexpr int16_t mostThousandths = 2000;
