@@ -95,9 +95,8 @@ bool Sieve::isOut(const int16_t *thousandths, double most) const
 
 // One pass over the dosage file for one phenotype.
 static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, const Decision &decision,
-                           size_t columns, BinScanFiles &files, Progress &progress)
+                           size_t individuals, BinScanFiles &files, Progress &progress)
 {
-    const size_t individuals = columns > leadingColumns ? columns - leadingColumns : 0;
     const std::vector<double> x = binPositions(bins);
     const Sieve sieve(bins, x, individuals, decision);
     std::vector<double> y(bins.size());
@@ -107,7 +106,7 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
         lookAtMarker(line, look);
-        if (dosages.read(line, marker) != columns)
+        if (dosages.read(line, marker) != leadingColumns + individuals)
             refuseMarker();
         progress.advance(line.size());
         if (dosages.thousandths() && sieve.isOut(dosages.thousandths(), summary.absMaxSlope))
@@ -146,7 +145,7 @@ static void universal(const BinScan &scan)
         if (hasBins(phenotype.p2List)) {
             const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
             lookAtBins(phenotype.name, phenotype.values, bins);
-            summary = scanMarkers(phenotype.name, bins, scan.decision, columns, files, progress);
+            summary = scanMarkers(phenotype.name, bins, scan.decision, individuals, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());
         }
