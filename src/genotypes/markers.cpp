@@ -1,5 +1,4 @@
 #include "genotypes/markers.h"
-#include "genotypes/numberwalker.h"
 #include "main/console.h"
 #include "processors/wide.h"
 
