@@ -1,5 +1,6 @@
-// Linked into a program, makes it take the processor for a lesser one: with AVX2 but no AVX-512 or, with LEAST, with SSE2
-// alone. Stands in front of the compiler's own function, which is to be renamed to probeProcessor (bench/against.sh).
+// Linked into a program, makes it take the processor for a lesser one: with AVX2 but no AVX-512 or, with LEAST, with
+// SSE2 alone. Stands in front of the compiler's own function, which is to be renamed to probeProcessor
+// (bench/against.sh).
 extern "C" {
 struct ProcessorModel {
     unsigned vendor, type, subtype, features;

@@ -63,8 +63,8 @@ public:
     // than leadingColumns and the dosages.
     size_t read(std::string_view line, std::string_view &marker);
 
-    // Of a line with a dosage for everybody: the dosages in thousandths, [individual], where all are short numbers; null
-    // elsewhere.
+    // Of a line with a dosage for everybody: the dosages in thousandths, [individual], where all are short numbers;
+    // null elsewhere.
     const int16_t *thousandths() const { return m_isShort ? m_thousandths.data() : nullptr; }
     // The dosages, [individual]. They are formed when they are asked for first.
     const std::vector<double> &values();
