@@ -129,8 +129,8 @@ MORVEL_WIDE static void orderTile(std::span<const uint8_t> classes, const std::a
                                   uint16_t *order)
 {
     constexpr unsigned placeBits = 16;
-    uint64_t nextPlaces
-        = 0;  // of each class, side by side: in a register, where in memory each would wait for the last
+    // Of each class, side by side: in a register, where in memory each would wait for the last one.
+    uint64_t nextPlaces = 0;
     for (size_t k = 0, place = 0; k < classCount; ++k) {
         place += counts[k];
         nextPlaces |= uint64_t(place) << (k + 1) * placeBits;
