@@ -120,6 +120,12 @@ static long seek(int file, long offset, int from)
     return long(place);
 }
 
+// Null where there is no memory.
+static std::unique_ptr<char, decltype(&std::free)> tryToAllocate(size_t size)
+{
+    return {static_cast<char *>(std::malloc(size)), std::free};
+}
+
 static void readTest4()
 {
     constexpr size_t readBytes = 3200000;
@@ -130,12 +136,12 @@ static void readTest4()
         std::fputs("File error", stderr);
         quit();
     }
-    const text::LineReader::Memory block(static_cast<char *>(std::malloc(readBytes)));
+    const auto block = tryToAllocate(readBytes);
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
     }
-    const text::LineReader::Memory work(static_cast<char *>(std::malloc(workSize)));
+    const auto work = tryToAllocate(workSize);
     if (!work) {
         std::fputs("Memory error2", stderr);
         quit();
