@@ -9,7 +9,7 @@ install_packages $build_packages libgtest-dev libgmock-dev python3 locales tabix
 
 build() {
     cmake --preset "$1"
-    cmake --build --preset "$1" --parallel "$(nproc)" --target morvel failcalls
+    cmake --build --preset "$1" --parallel "$(nproc)" --target morvel morvel-table failcalls
 }
 check() {
     python3 -B tests/faults/faults.py --full --program "$1/morvel" --failcalls "$1/tests/faults/failcalls" "${@:2}"

@@ -12,8 +12,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
+#include <unistd.h>
 
 static const char *companion = nullptr;  // whose messages go to standard error; null: the program. Set by startConsole
+static std::FILE *shown = stdout;        // or a stream on the same file. Set by startConsole
 static bool isEnding = false;            // a second failure while the first one is reported adds no further line
 
 [[noreturn]] static void failConsole()
@@ -40,6 +43,14 @@ static bool isEnding = false;            // a second failure while the first one
     fatal("'%s' is %s, not a text table: see \"Files of other kinds\" in the guide\n", name.c_str(), kind);
 }
 
+// Ends the run where memory is wanted. No exception: compilers take a function that is compiled for several kinds of
+// processor for one that throws none. Unwinding would also give incomplete outputs an end mark.
+[[noreturn]] static void endWithoutMemory()
+{
+    std::set_new_handler([] { std::_Exit(1); });  // the end needs hardly any
+    fatal("Out of memory\n");
+}
+
 void startConsole(const char *companionName)
 {
     companion = companionName;
@@ -50,10 +61,16 @@ void startConsole(const char *companionName)
     } while (file >= 0 && file <= 2);
     if (file > 2)
         close(file);
+    if (std::FILE *const stream = shown == stdout ? text::steadyStream(STDOUT_FILENO, "w") : nullptr) {
+        if (isatty(STDOUT_FILENO))
+            std::setvbuf(stream, nullptr, _IOLBF, BUFSIZ);
+        shown = stream;
+    }
     // A reader that has gone and a file-size limit are failed writes like any other.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     text::onFailure = failTransfer;
+    std::set_new_handler(endWithoutMemory);
     if (!companion)  // a companion may read lists out of other programs' files
         text::onForeign = failForeign;
 }
@@ -63,7 +80,7 @@ static void printList(const char *format, std::va_list arguments)
     Progress::hide();
     if (companion)
         std::fprintf(stderr, "%s: ", companion);
-    if (std::vfprintf(companion ? stderr : stdout, format, arguments) < 0)
+    if (std::vfprintf(companion ? stderr : shown, format, arguments) < 0)
         failConsole();
 }
 
@@ -78,13 +95,13 @@ void print(const char *format, ...)
 void printBytes(std::string_view bytes)
 {
     Progress::hide();
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size())
+    if (std::fwrite(bytes.data(), 1, bytes.size(), shown) != bytes.size())
         failConsole();
 }
 
 void flushConsole()
 {
-    if (std::fflush(stdout) != 0)
+    if (std::fflush(shown) != 0)
         failConsole();
 }
 

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <utility>
@@ -167,6 +168,7 @@ void readAgain(const std::string &file, const std::function<void(text::LineReade
         return;
     const auto onFailure = std::exchange(text::onFailure, throwFailure);
     const auto onForeign = std::exchange(text::onForeign, nullptr);
+    const std::new_handler onNoMemory = std::set_new_handler(nullptr);
     try {
         text::LineReader in;
         if (in.open(file))
@@ -176,6 +178,7 @@ void readAgain(const std::string &file, const std::function<void(text::LineReade
     }
     text::onFailure = onFailure;
     text::onForeign = onForeign;
+    std::set_new_handler(onNoMemory);
 }
 
 // Fields are parted by the byte that stands before this one.

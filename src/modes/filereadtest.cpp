@@ -12,9 +12,10 @@
 #include "text/writer.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
+#include <unistd.h>
 
 static char inputfile[26] = "FULLSET_750_165000.impute";
 static char ctext2[6];  // characters of the number at hand
@@ -72,19 +73,6 @@ struct CloseFile {
 }  // namespace
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
 
-// Null with the reason in errno.
-static StandardFile openInput()
-{
-    const int file = text::openContent(inputfile);
-    return StandardFile(file < 0 ? nullptr : fdopen(file, "rb"));
-}
-
-static void checkRead(std::FILE *file)
-{
-    if (std::ferror(file))
-        text::onFailure("read", inputfile);
-}
-
 static void readTest3()
 {
     refuseSameFiles({inputfile}, {"OUTPUT2.txt"});
@@ -92,7 +80,8 @@ static void readTest3()
     const bool hasOutput = out.open("OUTPUT2.txt");  // on purpose: the run goes on without
     if (hasOutput)
         out.put("before\n");
-    const StandardFile in = openInput();
+    const int file = text::openContent(inputfile);
+    const StandardFile in(file < 0 ? nullptr : text::steadyStream(file, "r"));
     if (!in) {
         std::perror("Error opening file");
         quit();
@@ -116,10 +105,19 @@ static void readTest3()
                 break;
         }
     }
-    checkRead(in.get());
+    if (std::ferror(in.get()))
+        text::onFailure("read", inputfile);
     if (hasOutput)
         out.put("after\n");
     out.close();
+}
+
+static long seek(int file, long offset, int from)
+{
+    const off_t place = lseek(file, offset, from);
+    if (place < 0)
+        text::onFailure("read", inputfile);
+    return long(place);
 }
 
 static void readTest4()
@@ -127,37 +125,34 @@ static void readTest4()
     constexpr size_t readBytes = 3200000;
     constexpr size_t workSize = 24;
     flushConsole();
-    const StandardFile in = openInput();
-    if (!in) {
+    const int in = text::openContent(inputfile);
+    if (in < 0) {
         std::fputs("File error", stderr);
         quit();
     }
-    const std::unique_ptr<char[]> block(new (std::nothrow) char[readBytes]);
+    const text::LineReader::Memory block(static_cast<char *>(std::malloc(readBytes)));
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
     }
-    const std::unique_ptr<char[]> work(new (std::nothrow) char[workSize]);
+    const text::LineReader::Memory work(static_cast<char *>(std::malloc(workSize)));
     if (!work) {
         std::fputs("Memory error2", stderr);
         quit();
     }
-    const bool isSeekable = std::fseek(in.get(), 0, SEEK_END) == 0;
-    const long size = std::ftell(in.get());
-    if (!isSeekable || size < 0)
-        text::onFailure("read", inputfile);
+    const long size = seek(in, 0, SEEK_END);
     print("c=%li result=%i size = %li entries=%i\n\n", 0L, 0, size, 0);
 
     std::u16string word;
     size_t position = 0;  // in ctext2
     int wordCount = 0;    // ended in this line
     for (long offset = 0; offset != size;) {
-        std::fseek(in.get(), offset, SEEK_SET);
-        const size_t bytes = std::fread(block.get(), 1, readBytes, in.get());
+        seek(in, offset, SEEK_SET);
+        const size_t bytes = text::readSome(in, block.get(), readBytes, inputfile);
         if (bytes == 0)
             break;
         for (size_t i = 0; i < bytes; ++i) {
-            const char byte = block[i];
+            const char byte = block.get()[i];
             if (byte == ' ' || byte == '\n') {
                 wordCount = byte == '\n' ? 0 : wordCount + 1;
                 word.clear();
@@ -170,7 +165,7 @@ static void readTest4()
         }
         offset += long(bytes);
     }
-    checkRead(in.get());
+    close(in);
 }
 
 constinit const Mode readTest1Mode = {{"read1"}, readTest1, {}, "Times reading FULLSET_750_165000.impute: words"};

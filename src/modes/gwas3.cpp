@@ -469,13 +469,14 @@ static void doFastGwas(const Decision &decision)
     }
     const ClassReader reader(Delim, hasLine ? line : "");
     FastScan scan(table, decision);
-    const MarkerLook look
-        = {MarkerLook::Content::Triplets, true, "class 0", int64_t(leadingColumns), 2, Delim.empty() ? ' ' : Delim[0]};
+    const MarkerLook look = {MarkerLook::Content::Triplets, true, "class 0", leadingColumns, 2};
+    const bool areWords = Delim == " " || Delim == "\t";
     int64_t rows = 0;
     for (; hasLine; hasLine = nextMarkerLine(in, line)) {
         Marker &marker = scan.next();
         marker.classes.resize(table.individuals);
-        lookAtMarker(line, look);
+        if (areWords)
+            lookAtMarker(line, look);
         if (!reader.read(line, name, marker.classes)) {
             scan.finishBatch();
             refuseMarker();

@@ -7,6 +7,7 @@
 #include "modes/modes.h"
 #include "processors/wide.h"
 #include "tables/columns.h"
+#include "text/files.h"
 #include "text/lines.h"
 #include "text/readnumber.h"
 #include "text/writer.h"
@@ -17,7 +18,6 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
-#include <new>
 #include <sys/mman.h>
 #include <vector>
 
@@ -62,7 +62,7 @@ static Block makeBlock(size_t size)
     const size_t rounded = (size + hugePageSize - 1) / hugePageSize * hugePageSize;
     Block block(static_cast<char *>(std::aligned_alloc(hugePageSize, rounded)), std::free);
     if (!block)
-        throw std::bad_alloc();
+        text::failMemory();
     madvise(block.get(), rounded, MADV_HUGEPAGE);  // where that cannot be, the pages are just smaller
     return block;
 }

@@ -3,10 +3,10 @@
 
 #include "main/options.h"
 #include "tables/identifiers.h"
+#include "text/files.h"
 #include "text/lines.h"
 
 #include <cstdint>
-#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -106,7 +106,7 @@ public:
     PairLists(const std::vector<Pair> &pairs, size_t individuals) : m_lists(individuals)
     {
         if (pairs.size() > noNumber / 2)
-            throw std::bad_alloc();
+            text::failMemory();
         for (size_t j = 0; j < pairs.size(); ++j) {
             fetchAhead(pairs, j);
             ++m_lists[pairs[j].ID1].size;

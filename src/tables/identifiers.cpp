@@ -1,9 +1,9 @@
 #include "tables/identifiers.h"
+#include "text/files.h"
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <new>
 
 uint32_t Identifiers::hashOf(std::string_view name)
 {
@@ -56,7 +56,7 @@ uint32_t Identifiers::number(std::string_view name, uint32_t hash)
         i = slotOf(name, hash);
     }
     if (size() == noNumber || name.size() > UINT32_MAX)
-        throw std::bad_alloc();
+        text::failMemory();
     m_slots[i] = {hash, uint32_t(size())};
     Name added = {};
     if (name.size() <= Name::maxShort) {

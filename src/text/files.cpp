@@ -1,9 +1,11 @@
 #include "text/files.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -13,6 +15,13 @@ namespace text {
 namespace fs = std::filesystem;
 
 FailureHandler onFailure = [](const char *, const std::string &) { std::abort(); };
+
+void failMemory()
+{
+    if (const std::new_handler handler = std::get_new_handler())
+        handler();
+    throw std::bad_alloc();
+}
 
 void (*onUnopened)(const std::string &name, int error) = nullptr;
 
@@ -72,12 +81,33 @@ int openToRead(const std::string &name)
     return -1;
 }
 
-size_t readSome(int file, char *to, size_t bytes, const std::string &name)
+// As ::read(), but a signal is no failure.
+static ssize_t readSteadily(int file, char *to, size_t bytes)
 {
     ssize_t got;
     do {
         got = ::read(file, to, bytes);
     } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+// False where not all of the bytes could be written.
+static bool writeSteadily(int file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes.remove_prefix(size_t(written));
+    }
+    return true;
+}
+
+size_t readSome(int file, char *to, size_t bytes, const std::string &name)
+{
+    const ssize_t got = readSteadily(file, to, bytes);
     if (got < 0)
         onFailure("read", name);
     return size_t(got);
@@ -85,14 +115,24 @@ size_t readSome(int file, char *to, size_t bytes, const std::string &name)
 
 void writeAll(int file, std::string_view bytes, const std::string &name)
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            onFailure("write", name);
-        bytes.remove_prefix(size_t(written));
-    }
+    if (!writeSteadily(file, bytes))
+        onFailure("write", name);
+}
+
+static int descriptorOf(void *cookie)
+{
+    return int(reinterpret_cast<intptr_t>(cookie));
+}
+
+std::FILE *steadyStream(int file, const char *mode)
+{
+    cookie_io_functions_t calls = {};
+    calls.read = [](void *cookie, char *to, size_t bytes) { return readSteadily(descriptorOf(cookie), to, bytes); };
+    calls.write = [](void *cookie, const char *bytes, size_t size) -> ssize_t {
+        return writeSteadily(descriptorOf(cookie), {bytes, size}) ? ssize_t(size) : 0;
+    };
+    calls.close = [](void *cookie) { return ::close(descriptorOf(cookie)); };
+    return fopencookie(reinterpret_cast<void *>(intptr_t(file)), mode, calls);
 }
 
 TemporaryFile::TemporaryFile()

@@ -1,6 +1,7 @@
-// What readers and writers share: file identity, and how a failed transfer is reported.
+// What readers and writers share: file identity, and how a failed transfer or a lack of memory is reported.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,10 @@ namespace text {
 // never prints and never ends the process. Must not return.
 using FailureHandler = void (*)(const char *action, const std::string &name);
 extern FailureHandler onFailure;
+
+// Where memory cannot be had: the handler that operator new calls as well, which must not return to here, or
+// std::bad_alloc.
+[[noreturn]] void failMemory();
 
 // Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
 extern void (*onUnopened)(const std::string &name, int error);
@@ -31,6 +36,10 @@ size_t readSome(int file, char *to, size_t bytes, const std::string &name);
 
 // Writes all of the bytes; `name` is for the message of a failure, which goes to onFailure.
 void writeAll(int file, std::string_view bytes, const std::string &name);
+
+// A stream of the C library on the descriptor, which goes on where a signal has interrupted a call: the library's own
+// streams take that for a failure. Null when there is no memory.
+std::FILE *steadyStream(int file, const char *mode);
 
 // A file without a name in $TMPDIR, or in /tmp, that is gone when it is closed. Failures go to onFailure.
 class TemporaryFile {

@@ -1,9 +1,9 @@
 #include "text/lines.h"
 #include "text/bytes.h"
+#include "text/files.h"
 
 #include <algorithm>
 #include <functional>
-#include <new>
 #include <sys/mman.h>
 #include <utility>
 
@@ -13,7 +13,7 @@ LineReader::Memory LineReader::allocate(size_t size)
 {
     Memory memory(static_cast<char *>(std::calloc(size + slack, 1)));
     if (!memory)
-        throw std::bad_alloc();
+        failMemory();
     return memory;
 }
 
@@ -27,7 +27,7 @@ LineReader::Memory LineReader::allocateKept(size_t size)
     const size_t rounded = (size + slack + hugePageSize - 1) / hugePageSize * hugePageSize;
     Memory memory(static_cast<char *>(std::aligned_alloc(hugePageSize, rounded)));
     if (!memory)
-        throw std::bad_alloc();
+        failMemory();
     madvise(memory.get(), rounded, MADV_HUGEPAGE);  // where that cannot be, the pages are just smaller
     return memory;
 }
@@ -159,7 +159,7 @@ bool LineReader::refill()
         // Grown in place where the system can: a long line is held once, not twice.
         char *grown = static_cast<char *>(std::realloc(m_buffer.get(), 2 * m_size + slack));
         if (!grown)
-            throw std::bad_alloc();
+            failMemory();
         static_cast<void>(m_buffer.release());
         m_buffer.reset(grown);
         m_size *= 2;

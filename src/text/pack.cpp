@@ -2,7 +2,6 @@
 #include "text/files.h"
 
 #include <algorithm>
-#include <new>
 
 #include <libdeflate.h>
 #include <zstd.h>
@@ -26,7 +25,7 @@ public:
     BgzipPacker(int file, const std::string &name) : Packer(file, name), m_state(libdeflate_alloc_compressor(level))
     {
         if (!m_state)
-            throw std::bad_alloc();
+            failMemory();
     }
 
     void write(std::string_view bytes) override
@@ -95,7 +94,7 @@ public:
     ZstdPacker(int file, const std::string &name) : Packer(file, name), m_state(ZSTD_createCCtx())
     {
         if (!m_state)
-            throw std::bad_alloc();
+            failMemory();
         ZSTD_CCtx_setParameter(m_state.get(), ZSTD_c_checksumFlag, 1);
     }
 
@@ -123,7 +122,7 @@ void ZstdPacker::pack(std::string_view bytes, ZSTD_EndDirective what)
         ZSTD_outBuffer out = {m_block.get(), m_blockSize, 0};
         left = ZSTD_compressStream2(m_state.get(), &out, &in, what);
         if (ZSTD_isError(left))
-            throw std::bad_alloc();  // nothing else can go wrong
+            failMemory();  // nothing else can go wrong
         if (out.pos > 0)
             writePacked(m_block.get(), out.pos);
     } while (in.pos < in.size || (what != ZSTD_e_continue && left > 0));

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <libdeflate.h>
-#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -119,7 +118,7 @@ bool PlaceReader::nextBlock(std::string_view &bytes, uint64_t &block)
     if (!m_state)
         m_state.reset(libdeflate_alloc_decompressor());
     if (!m_state)
-        throw std::bad_alloc();
+        failMemory();
     size_t contentSize = 0;
     while (contentSize == 0 && m_next < m_size) {
         const size_t size = blockSizeAt(m_next);

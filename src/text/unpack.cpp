@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include <libdeflate.h>
 #include <zstd.h>
@@ -185,7 +184,7 @@ public:
     explicit ZstdUnpacker(PackedBytes packed) : Unpacker(std::move(packed)), m_state(ZSTD_createDCtx())
     {
         if (!m_state)
-            throw std::bad_alloc();
+            failMemory();
         // As large a window as the library can do: memory grows to it only where the content does.
         const int most = ZSTD_dParam_getBounds(ZSTD_d_windowLogMax).upperBound;
         ZSTD_DCtx_setParameter(m_state.get(), ZSTD_d_windowLogMax, most);

@@ -2,14 +2,15 @@
 //
 //     failcalls LOG CALL KIND FIRST LAST NAME program arguments...
 //
-// Of the calls CALL (open, read, write, close, lseek, sync, ftruncate, unlink, or any) on files whose name ends in NAME
-// (empty: all), the FIRST-th to LAST-th are disturbed by KIND:
-//     EIO ENOSPC EINTR EACCES EROFS EMFILE   fail with this error
-//     short     transfer one byte
+// Of the calls CALL (open, read, write, close, lseek, tell, sync, ftruncate, unlink, or any) on files whose name ends
+// in NAME (empty: all), the FIRST-th to LAST-th are disturbed by KIND; with a LAST of 0 also all later ones of the same
+// name on the same file:
+//     EIO ENOSPC EINTR EACCES EROFS EMFILE EOPNOTSUPP   fail with this error
+//     short     transfer one byte, or the first one of several pieces
 //     full      write as a file system of 64 kB does that holds this file alone
 //     cut, remove    the file is cut to half its size, or removed, before the call
-// LOG gets the number of these calls, of those behind the first failed one on the same file, and the program's peak
-// memory in bytes. Ends as the program does.
+// LOG gets a line with the number of these calls, of those behind the first failed one on the same file, and the
+// program's peak memory in bytes, and one with the first disturbed call and its file. Ends as the program does.
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -32,7 +33,7 @@ static pid_t program;
 static std::string call, kind, ending;
 static long first, last;
 static long calls = 0, callsAfterFailure = 0;
-static std::string failedFile;
+static std::string failedFile, disturbed;
 static std::map<int, std::string> files = {{1, "standard output"}};  // open files of the program
 static std::map<int, long> written;                                  // bytes, with "full"
 
@@ -52,14 +53,14 @@ static std::string textAt(unsigned long long address)
     }
 }
 
-static const char *nameOf(long number)
+static const char *nameOf(const user_regs_struct &r)
 {
-    switch (number) {
+    switch (r.orig_rax) {
     case SYS_open: case SYS_openat: return "open";
     case SYS_read: case SYS_readv: case SYS_pread64: return "read";
     case SYS_write: case SYS_writev: case SYS_pwrite64: return "write";
     case SYS_close: return "close";
-    case SYS_lseek: return "lseek";
+    case SYS_lseek: return r.rdx == SEEK_CUR ? "tell" : "lseek";
     case SYS_fsync: case SYS_fdatasync: return "sync";
     case SYS_ftruncate: return "ftruncate";
     case SYS_unlink: case SYS_unlinkat: return "unlink";
@@ -70,26 +71,32 @@ static const char *nameOf(long number)
 static int errorOf(const std::string &name)
 {
     static const std::map<std::string, int> errors = {{"EIO", EIO}, {"ENOSPC", ENOSPC}, {"EINTR", EINTR},
-                                                      {"EACCES", EACCES}, {"EROFS", EROFS}, {"EMFILE", EMFILE}};
+                                                      {"EACCES", EACCES}, {"EROFS", EROFS}, {"EMFILE", EMFILE},
+                                                      {"EOPNOTSUPP", EOPNOTSUPP}};
     const auto found = errors.find(name);
     return found == errors.end() ? 0 : found->second;
 }
 
-// Relative names are the working folder's, and so are temporary files, which the caller puts there.
+// Relative names are the working folder's, but for libraries that are looked for there; and so are temporary files,
+// which the caller puts there.
 static bool isOurs(const std::string &file)
 {
     static const std::string folder = std::string(get_current_dir_name()) + "/";
-    return !file.empty() && (file[0] != '/' || (file + '/').starts_with(folder));
+    return !file.empty() && file.find(".so.") == file.npos && (file[0] != '/' || (file + '/').starts_with(folder));
 }
 
 // Disturbs the call about to begin, which `r` may change. Returns the error that it shall end with, or 0.
-static int disturb(user_regs_struct &r, const std::string &file)
+static int disturb(user_regs_struct &r, const std::string &name, const std::string &file)
 {
     const int fd = int(r.rdi);
     ++calls;
     callsAfterFailure += file == failedFile;
-    if (calls < first || calls > last)
+    const std::string which = name + ' ' + file;
+    const bool isLasting = last == 0 && which == disturbed;
+    if (calls != first && !isLasting && (calls < first || calls > last))
         return 0;
+    if (calls == first)
+        disturbed = which;
     if (kind == "cut" || kind == "remove") {
         struct stat status;
         if (kind == "remove")
@@ -99,8 +106,8 @@ static int disturb(user_regs_struct &r, const std::string &file)
         return 0;
     }
     if (kind == "short") {
-        if (r.orig_rax == SYS_read || r.orig_rax == SYS_write)
-            r.rdx = std::min(r.rdx, 1ull);
+        if (name == "read" || name == "write")
+            r.rdx = std::min(r.rdx, 1ull);  // the size, or the number of pieces
         return 0;
     }
     int error = errorOf(kind);
@@ -133,7 +140,7 @@ static int trace()
             continue;
         }
         ptrace(PTRACE_GETREGS, program, nullptr, &r);
-        const char *name = isStarted ? nameOf(long(r.orig_rax)) : nullptr;
+        const char *name = isStarted ? nameOf(r) : nullptr;
         if (isEntry && name) {
             const bool isByName = !std::strcmp(name, "open") || !std::strcmp(name, "unlink");
             const bool isAt = r.orig_rax == SYS_openat || r.orig_rax == SYS_unlinkat;
@@ -144,7 +151,7 @@ static int trace()
                 file = files[int(r.rdi)];
             opened = isByName && name[0] == 'o' && isOurs(file) ? file : "";
             if (isOurs(file) && file.ends_with(ending) && (call == "any" || call == name))
-                error = disturb(r, file);
+                error = disturb(r, name, file);
             if (!std::strcmp(name, "close"))
                 files.erase(int(r.rdi));
             if (error != 0)
@@ -188,6 +195,7 @@ int main(int argc, char **argv)
     status = trace();
     rusage usage;
     getrusage(RUSAGE_CHILDREN, &usage);
-    std::ofstream(argv[1]) << calls << ' ' << callsAfterFailure << ' ' << usage.ru_maxrss * 1024 << '\n';
+    std::ofstream(argv[1]) << calls << ' ' << callsAfterFailure << ' ' << usage.ru_maxrss * 1024 << '\n'
+                           << disturbed << '\n';
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }

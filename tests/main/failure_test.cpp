@@ -26,6 +26,21 @@ TEST(Failure, AClosedStandardOutputIsToldOnStandardError)
     EXPECT_EQ(run.errors, "Cannot write 'standard output'\n");
 }
 
+// The sanitizers want more memory than the limit leaves.
+#if !defined(__SANITIZE_ADDRESS__)
+TEST(Failure, ALongLineWithoutMemoryForItIsToldInsteadOfAborting)
+{
+    const Folder folder;
+    folder.write("in", "rs1 5000 0.5" + std::string(20000000, ' ') + "\n");
+    folder.write("map", "position rate cM\n1 1 0\n9 1 1\n");
+    const Result run = folder.run({"-M", "ldprune", "-file", "in", "-map", "map", "-delim", "space", "-poscolumn", "2",
+                                   "-pcolumn", "3"}, "ulimit -d 16000;");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.messages.ends_with("\nOut of memory\n")) << run.messages;
+    EXPECT_EQ(run.errors, "");
+}
+#endif
+
 TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
 {
     using namespace std::string_literals;
@@ -40,6 +55,11 @@ TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
         {"\xff\xfe" "1\0 \0"s, "UTF-16 text"},
         {"\xfe\xff\0" "1\0 "s, "UTF-16 text"},
         {"PK\x03\x04\x14\0"s, "a zip archive, as spreadsheets (.xlsx) are"},
+        {"\x6c\x1b\x10\x00"s, "a PLINK .pgen file"},
+        {"\xd0\xcf\x11\xe0\xa1\xb1", "a spreadsheet (.xls)"},
+        {"\xfd" "7zXZ\0"s, "an xz file"},
+        {"BZh91AY&SY\x01", "a bzip2 file"},
+        {"BZh9 1 2 A G 0 1 0\n", nullptr},
         {"PK 1 2 A G 0 1 0\n", nullptr},
         {"BCF 1 2 A G 0 1 0\n", nullptr},
         {"##fileformat 1 2 A G 0 1 0\n", nullptr},

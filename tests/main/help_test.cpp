@@ -119,6 +119,7 @@ TEST(Hints, NameWhatHasNoEffect)
     } cases[] = {
         {"", "no mode is named, nothing runs; call morvel -M MODE -option value ...\n"},
         {"-M gwsa", "mode \"gwsa\" is unknown, nothing runs; did you mean \"gwas\"?\n"},
+        {"-M peak", "mode \"peak\" is unknown, nothing runs; did you mean \"peakscan3\"?\n"},
         {"-M PEAKSCAN3", "mode \"PEAKSCAN3\" is unknown, nothing runs; did you mean \"peakscan3\"?\n"},
         {"-M -M fam", "mode \"-M\" is unknown, nothing runs\n"},
         {"-M bgen -x", "mode \"bgen\" runs nothing\n"},
@@ -142,6 +143,7 @@ TEST(Hints, NameWhatHasNoEffect)
          "\"-showmatrix\" does not know \"YES\"; its words are yes, no\n"},
         {"-m fam -file a -file b -file a -M gwas", "option \"-file\" is given again; the first value, \"a\", counts\n"
                                                    "\"-M\" is ignored: mode \"fam\" was named before\n"},
+        {"-M fam -familysize 1e1", "\"-familysize\" takes a whole number, and \"1e1\" counts as 0\n"},
         {"-M gwas -p x -delim slash -out x",
          "option \"-p\" is ignored: mode \"gwas\" does not know it; did you mean \"-pfile\"?\n"
          "\"-delim\" takes \"slash\" as it stands; its words are tab, space, comma, semicolon, colon\n"},

@@ -41,6 +41,7 @@ TEST(Progress, CountsBytesOfTheFileAndOfTheOuterFile)
     passes.advance(49);
     EXPECT_EQ(passes.partDone(), 0.625);
     EXPECT_EQ(Progress("/dev/null").partDone(), 0);
+    EXPECT_EQ(Progress(folder.path("dosages"), "/dev/null").partDone(), 0);
 }
 
 // Converts three markers that come through a pipe, the last ones after a pause. Returns what a terminal shows of

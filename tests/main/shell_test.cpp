@@ -104,6 +104,7 @@ TEST(ElapsedTime, StartsAtTheLargestUnit)
         {999, "DONE in 999 msec\n\n"},
         {59999, "DONE in 59 sec 999 msec\n\n"},
         {60000, "DONE in 1 min 0 sec 0 msec\n\n"},
+        {3600000, "DONE in 1 h 0 min 0 sec 0 msec\n\n"},
         {3600000 * 30 + 61001, "DONE in 30 h 1 min 1 sec 1 msec\n\n"},
     };
     for (const auto &row : cases)

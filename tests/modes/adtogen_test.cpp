@@ -20,6 +20,18 @@ TEST(AdToGen, RoundsEveryDosage)
     });
 }
 
+TEST(AdToGen, ConvertsEveryLineWithoutAnEnd)
+{
+    std::string input, expected;
+    for (int i = 0; i < 1000001; ++i) {
+        input += "0\n";
+        expected += "1 0 0\n";
+    }
+    const Folder folder;
+    convert(folder, "ADtogen", input, {"-last-bef-geno", "0"});
+    EXPECT_TRUE(folder.read("out") == expected);
+}
+
 TEST(AdToGen, AgreesWithAPlainVersion)
 {
     const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {

@@ -19,6 +19,7 @@ TEST(GwamaFilter, KeepsLinesByTheirDirections)
         {"header", "+\t+-\n-\t-\n", {"-header", "yes"}, "+\t+-\n-\t-\n"},
         {"dash", "+-+\n+--+\n+-x\n", {"-delim", "dash"}, "+-+\n"},
         {"quote", "a\"+\n", {"-delim", "quote"}, "a\"+\n"},
+        {"slash", "a/+\n-\\+\n", {"-delim", "slash"}, "a/+\n"},
         {"bslash", "a\\+\n", {"-delim", "bslash"}, "a\\+\n"},
         {"every byte", "-+\n0+\n", {"-delim", "", "-column", "3"}, "-+\n0+\n"},
     };

@@ -109,6 +109,7 @@ TEST(Gwas, EndsWithItsMessage)
         {{"-bintype", "absolute"}, few},
         {{"-manualbins", "0:0.5,0.4:1"}, "\n1" + problems},
         {{"-manualbins", "0.5:1,0:0.5"}, "\n4" + problems},
+        {{"-manualbins", "0:0.5,0.5:0.5,0.5:1"}, "\n3" + problems},  // empty, and by its end and start beside others
         {{"-manualbins", "0:1.5", "-bintype", "absolute"}, outside},
         {{"-manualbins", "0:nan"}, outside},
         {{"-manualbins", "0:0.5:1"}, "Incorrect ranges defined\n"},

@@ -20,6 +20,7 @@ TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
     const struct {
         const char *name, *input, *threshold, *kept, *removed;
     } cases[] = {
+        {"back onto the jump", "4000 1\n3000 .5\n", "2", "4000 1\n3000 .5\n", ""},  // 9 and 3 centimorgans
         {"bytes", "1000 .5 \xff\r\r\n\n1100 .2\r\n", "1", "1100 .2\n", "1000 .5 \xff\r dCM 0.1\n"},
         {"a tie drops the earlier one", "1000 .5 a\n1000 .5 b\n", "1", "1000 .5 b\n", "1000 .5 a dCM 0\n"},
         {"a kept last pair ends it", "1000 1\n1010 2\n1020 3\n2000 1\n", "0.5", "1000 1\n1020 3\n2000 1\n",
@@ -33,6 +34,13 @@ TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
         EXPECT_EQ(folder.read("in.out"), row.kept) << row.name;
         EXPECT_EQ(folder.read("in.out.removed"), row.removed) << row.name;
     }
+}
+
+TEST(LdPrune, TakesNoMarkerToBeOnAMapOfOneRow)
+{
+    const Folder folder;
+    folder.write("map", "header\n1000 0 1\n");
+    EXPECT_TRUE(prune(folder, "1000 .5\n1000 .2\n", "1").messages.ends_with("\nerror!\n"));
 }
 
 // Long lines are not copied.

@@ -31,6 +31,10 @@ TEST(Levin, CorrelatesEveryShift)
         {"columns", "y,?,x\r\n7,,1\n5,,2\n6,,3\n", {"-columns", "3,1", "-delim", "comma", "-header", "Yes"},
          "N,corr,first_Y\n1,-0.5,7\n2,-0.5,6\n3,1,5\n",
          summary("1 ... 1", "-0.5 ... -0.5", "1 is at iteration 3", "-0.5 is at iteration 1")},
+        // One of the three is exactly 0, and belongs to the positive ones.
+        {"zero", "1\t1\n2\t0\n3\t1\n", {}, "N\tcorr\tfirst_Y\n1\t0\t1\n2\t-0.866025\t1\n3\t0.866025\t0\n",
+         summary("0 ... 0.866025", "-0.866025 ... -0.866025", "0.866025 is at iteration 3",
+                 "-0.866025 is at iteration 2")},
         {"constant", "4\t1\n4\t2\n", {}, "N\tcorr\tfirst_Y\n1\tnan\t1\n2\tnan\t2\n", initial},
         {"no rows", "1\t1\n", {"-header", "yes", "-delim", "x"}, "N\tcorr\tfirst_Y\n", initial},
     };

@@ -153,7 +153,7 @@ TEST(Quantiles, HaveTheBandOfOrderStatisticsAndTheUsualLambda)
 TEST(Chromosomes, StandInTheirOrderSideBySide)
 {
     Genome genome;
-    for (const char *name : {"MT", "chr10", "zoo", "Y", "2", "X", "", "09"})
+    for (const char *name : {"MT", "chr10", "zoo", "Y", "2", "X", "", "09", "chr3", "0011"})
         genome.add(name, 5, 1);
     genome.add("2", 105, 1);
     std::vector<std::string> names;
@@ -163,7 +163,7 @@ TEST(Chromosomes, StandInTheirOrderSideBySide)
         EXPECT_GT(chromosome->start, end);
         end = chromosome->start + chromosome->to - chromosome->from;
     }
-    EXPECT_THAT(names, testing::ElementsAre("2", "09", "chr10", "X", "Y", "MT", "", "zoo"));
+    EXPECT_THAT(names, testing::ElementsAre("2", "chr3", "09", "chr10", "0011", "X", "Y", "MT", "", "zoo"));
     EXPECT_GT(genome.end(), end);
 }
 
@@ -267,6 +267,8 @@ TEST(Plot, FindsColumnsByHeadersOrNumbers)
     folder.write("tabs", "Chr\tSNPID\tPos\tp-value\n" + rows);
     folder.write("commas", commas);
     folder.write("plain", rows);
+    folder.write("ones", "p\n1\n");
+    EXPECT_EQ(draw(folder, {"qq", "-file", "ones", "-out", "a.png"}, path).status, 0);
     const std::vector<std::string> numbers = {"-chrcolumn", "1", "-namecolumn", "2", "-lcolumn", "3", "-pcolumn", "4"};
     std::vector<std::string> scripts;
     for (const auto &[file, isNumbered] : {std::pair{"tabs", false}, {"commas", false}, {"plain", true},

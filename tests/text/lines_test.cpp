@@ -104,14 +104,14 @@ TEST(LineReader, StartsAgainAlsoOnPipesAndCompressedFilesAndRefusesFolders)
 TEST(TokenReader, FindsWordsAcrossLineEnds)
 {
     const Folder folder;
-    folder.write("in", "  a b\n\n\tc\r\n  \nd\ve\f\n");
+    folder.write("in", "  a b\n\n\tc\r\n  \nd\ve\f\nunended");
     text::LineReader in;
     ASSERT_TRUE(in.open(folder.path("in"), 3));
     text::TokenReader tokens(in);
     Texts words;
     for (std::string_view token; tokens.next(token);)
         words.emplace_back(token);
-    EXPECT_EQ(words, (Texts{"a", "b", "c", "d", "e"}));
+    EXPECT_EQ(words, (Texts{"a", "b", "c", "d", "e", "unended"}));
 }
 
 static Texts split(std::string_view line, std::string_view delimiter, bool keepEmpty = true)
@@ -121,8 +121,25 @@ static Texts split(std::string_view line, std::string_view delimiter, bool keepE
     return {fields.begin(), fields.end()};
 }
 
+// Every field sought by its position, up to the first that is not there.
+static Texts seek(const std::string &line, std::string_view delimiter)
+{
+    const std::string padded = line + std::string(text::LineReader::slack, '\0');
+    Texts fields;
+    for (;;) {
+        const std::string_view field = text::findField({padded.data(), line.size()}, delimiter, fields.size());
+        if (!field.data())
+            return fields;
+        fields.emplace_back(field);
+    }
+}
+
 TEST(SplitFields, KeepsOrDropsEmptyFields)
 {
+    for (const char *line : {" a  b ", "a::b:::c", "", "ab", "::", ": :"}) {
+        for (const char *delimiter : {" ", "::", "", ":"})
+            EXPECT_EQ(seek(line, delimiter), split(line, delimiter)) << line << " by " << delimiter;
+    }
     EXPECT_EQ(split(" a  b ", " "), (Texts{"", "a", "", "b", ""}));
     EXPECT_EQ(split(" a  b ", " ", false), (Texts{"a", "b"}));
     EXPECT_EQ(split("a::b:::c", "::"), (Texts{"a", "b", ":c"}));

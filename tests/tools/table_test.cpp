@@ -56,7 +56,7 @@ TEST(Transpose, IsThatOfAPlainVersionAndTwiceTheTableWhateverTheMemory)
         const Folder folder;
         const Rows rows = randomRows(random, shape.rows, shape.columns);
         folder.write("in", textOf(rows, ","));
-        for (const std::string memory : {"1", "4000"}) {
+        for (const std::string memory : {"1", "3", "4000"}) {
             SCOPED_TRACE(std::to_string(shape.rows) + " rows, " + memory + " MB");
             const Words words = {"transpose", "-file", "-", "-delim", "comma", "-memory", memory};
             const Result run = table(folder, words, "cat in |", ">turned");
@@ -246,6 +246,8 @@ TEST(Table, ChecksAndSelectsAndRefusesWordsThatItDoesNotKnow)
         {{"check", "-file", ""}, "", "Option -file has an empty value\n"},
         {{"check", "-file", "t", "-content", "x"}, "",
          "Option -content has no word \"x\"; its words are: table phenotypes dosages triplets\n"},
+        {{"transpose", "-file", "t", "-memory", "0"}, "",
+         "Option -memory takes a whole number from 1 on, not \"0\"\n"},
         {{"transpose", "-file", "t", "-memory", "1e3"}, "",
          "Option -memory takes a whole number from 1 on, not \"1e3\"\n"},
         {{"select", "-file", "t"}, "", "select needs the option -columns\n"},
