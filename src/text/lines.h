@@ -21,11 +21,6 @@ public:
     // Bytes behind a line's end that may be read, though they mean nothing.
     static constexpr size_t slack = 64;
 
-    struct Free {
-        void operator()(char *memory) const { std::free(memory); }
-    };
-    using Memory = std::unique_ptr<char, Free>;
-
     LineReader() = default;
     LineReader(const LineReader &) = delete;
     LineReader &operator=(const LineReader &) = delete;
@@ -89,6 +84,11 @@ public:
     void rewind();
 
 private:
+    struct Free {
+        void operator()(char *memory) const { std::free(memory); }
+    };
+    using Memory = std::unique_ptr<char, Free>;
+
     static Memory allocate(size_t size);
     static Memory allocateKept(size_t size);
     void take(const char *first, const char *end, std::string_view &line)
