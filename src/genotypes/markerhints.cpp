@@ -17,7 +17,7 @@ using std::string_view;
 using Content = MarkerLook::Content;
 
 static constexpr size_t fullLookBytes = size_t(1) << 19;
-static constexpr size_t markersPerLook = 128;  // after that
+static constexpr size_t markersPerLook = 256;  // after that
 static constexpr double sumTolerance = 0.02;   // rounding of three numbers to two digits
 
 namespace {
@@ -196,7 +196,7 @@ static LineFacts lookAtGenotypes(string_view genotypes, const MarkerLook &look)
             lookAtDosage(field, number.value, individual, look);
         ++facts.count;
         part = part < 2 ? part + 1 : 0;
-        if (part == 0)
+        if (part == 0 && (!isDosages || areAllTriplets))
             lookAtTriplet(fields, parts, individual, look, facts);
     }
     facts.areTriplets &= facts.count % 3 == 0;

@@ -14,6 +14,6 @@ struct MarkerLook {
 };
 
 // Looks in a marker's line for what may be missing or not meant, and at its name for one that was there before. Does
-// nothing where no hints are wanted; of a long file the values of every 128th marker behind the first half a megabyte
+// nothing where no hints are wanted; of a long file the values of every 256th marker behind the first half a megabyte
 // are looked at. The hints are of the first reading of a file.
 void lookAtMarker(std::string_view line, const MarkerLook &look);
