@@ -37,7 +37,8 @@ def rows():
         files = {file: make(40) for file, make in mode.inputs.items()}
         taken_away = {"gentoAD": {"out.stats"}}.get(mode.mode, set())  # where no statistics were asked for
         outputs = {*mode.outputs.split()} | taken_away
-        yield Row(mode.mode, ["morvel", "-M", mode.mode, *mode.options.split()], files, outputs)
+        program = [mode.program, *(["-M"] if mode.program == "morvel" else [])]
+        yield Row(mode.mode, [*program, mode.mode, *mode.options.split()], files, outputs)
     for seed in sorted(SEEDS.glob("*-*")):
         head, *parts = seed.read_bytes().split(b"\x1e")
         command, *words = head.decode().splitlines()
