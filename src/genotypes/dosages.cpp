@@ -1,16 +1,15 @@
 #include "genotypes/dosages.h"
-#include "genotypes/shortnumbers.h"
+#include "genotypes/numberwalker.h"
 #include "processors/wide.h"
-#include "text/fields.h"
-#include "text/readnumber.h"
 
+#include <algorithm>
 #include <array>
 
-using Walker = text::FieldWalker<text::Separator::Blank>;
+static constexpr size_t batchTriplets = FieldNumbers::batchSize / 3;
 
 // The text of every dosage up to 3000 thousandths and the blank behind it in bytes 0 to 6, and their number in byte 7,
 // 0 for one that depends on more than the thousandths. The conversion is 1.4 times as fast as with writeReal().
-using DosageTexts = std::array<std::array<char, 8>, 3001>;
+using DosageTexts = std::array<std::array<char, 8>, otherThousandths + 1>;
 
 static void setText(std::array<char, 8> &text, double value)
 {
@@ -25,7 +24,7 @@ static void setText(std::array<char, 8> &text, double value)
 static DosageTexts makeDosageTexts()
 {
     DosageTexts made{};
-    for (size_t i = 0; i < made.size(); ++i)
+    for (size_t i = 0; i < otherThousandths; ++i)
         setText(made[i], text::thousandthValues[i]);
     return made;
 }
@@ -34,7 +33,7 @@ static DosageTexts makeDosageTexts()
 static DosageTexts makeHardCallTexts()
 {
     DosageTexts made{};
-    for (size_t i = 0; i < made.size(); ++i) {
+    for (size_t i = 0; i < otherThousandths; ++i) {
         if (i % 1000 != 500)
             setText(made[i], double((i + 500) / 1000));
     }
@@ -55,19 +54,19 @@ static int wholePart(float value)
 
 // In single precision. The quotients are those of text::thousandthValues, narrowed: no number of thousandths is so near
 // to the middle between two floats that rounding it twice would matter.
-static float dosageOf(const int32_t (&numbers)[2])
+static float shortDosage(const int16_t *triplet)
 {
-    return 2 * (float(numbers[1]) / 1000) + float(numbers[0]) / 1000;
+    return 2 * (float(triplet[2]) / 1000) + float(triplet[1]) / 1000;
 }
 
-static bool isLong(const int32_t (&numbers)[2])
+static bool isLong(const int16_t *triplet)
 {
-    return (numbers[0] | numbers[1]) < 0;
+    return (triplet[1] | triplet[2]) < 0;
 }
 
-static float readDosage(const Walker &walker, size_t i)
+static float readDosage(const FieldNumbers &numbers, size_t i)
 {
-    return 2 * text::readFloat(walker.field(3 * i + 2)) + text::readFloat(walker.field(3 * i + 1));
+    return 2 * float(numbers.value(3 * i + 2)) + float(numbers.value(3 * i + 1));
 }
 
 // What a hard call adds before its whole part is taken.
@@ -77,59 +76,81 @@ static float raised(float dosage)
     return isHardCall ? dosage + 0.5f : dosage;
 }
 
-template <bool isHardCall>
-[[gnu::always_inline]] static inline void formDosages(const Walker &walker, const int32_t (*numbers)[2], size_t count,
-                                                      float *values)
+// Returns whether one of them has a number that is not short.
+MORVEL_WIDE static bool formShortDosages(const int16_t *triplets, size_t count, float *values)
 {
-    for (size_t i = 0; i < count; ++i)
-        values[i] = raised<isHardCall>(dosageOf(numbers[i]));
+    int all = 0;
     for (size_t i = 0; i < count; ++i) {
-        if (isLong(numbers[i])) [[unlikely]]
-            values[i] = raised<isHardCall>(readDosage(walker, i));
+        values[i] = shortDosage(triplets + 3 * i);
+        all |= triplets[3 * i + 1] | triplets[3 * i + 2];
     }
+    return all < 0;
 }
 
 template <bool isHardCall>
-[[gnu::always_inline]] static inline char *writeTexts(const Walker &walker, const int32_t (*numbers)[2], size_t count,
-                                                      char *end)
+void formDosages(const FieldNumbers &numbers, size_t count, float *values)
+{
+    if (formShortDosages(numbers.numbers(), count, values)) [[unlikely]] {
+        for (size_t i = 0; i < count; ++i) {
+            if (isLong(numbers.numbers() + 3 * i))
+                values[i] = readDosage(numbers, i);
+        }
+    }
+    for (size_t i = 0; i < count; ++i)
+        values[i] = raised<isHardCall>(values[i]);
+}
+
+template void formDosages<false>(const FieldNumbers &numbers, size_t count, float *values);
+template void formDosages<true>(const FieldNumbers &numbers, size_t count, float *values);
+
+MORVEL_WIDE void formThousandths(const int16_t *triplets, size_t count, uint16_t *thousandths)
+{
+    for (size_t i = 0; i < count; ++i)
+        thousandths[i] = std::min(uint16_t(triplets[3 * i + 1] + 2 * triplets[3 * i + 2]), otherThousandths);
+}
+
+template <bool isHardCall>
+static char *writeOdd(const FieldNumbers &numbers, size_t i, char *end)
+{
+    const float ad = raised<isHardCall>(readDosage(numbers, i));
+    end = isHardCall ? text::writeInteger(end, wholePart(ad)) : text::writeReal(end, ad);
+    *end++ = ' ';
+    return end;
+}
+
+template <bool isHardCall>
+static char *writeTexts(const FieldNumbers &numbers, size_t count, char *end)
 {
     const DosageTexts &texts = dosageTexts(isHardCall);
+    uint16_t thousandths[batchTriplets];
+    formThousandths(numbers.numbers(), count, thousandths);
     for (size_t i = 0; i < count; ++i) {
-        const size_t thousandths = isLong(numbers[i]) ? texts.size() : size_t(numbers[i][0] + 2 * numbers[i][1]);
-        if (thousandths < texts.size() && texts[thousandths][7] > 0) [[likely]] {
-            std::memcpy(end, &texts[thousandths], 8);
-            end += texts[thousandths][7];
-            continue;
-        }
-        const float ad = raised<isHardCall>(isLong(numbers[i]) ? readDosage(walker, i) : dosageOf(numbers[i]));
-        end = isHardCall ? text::writeInteger(end, wholePart(ad)) : text::writeReal(end, ad);
-        *end++ = ' ';
+        const auto &text = texts[thousandths[i]];
+        std::memcpy(end, &text, 8);
+        end += text[7];
+        if (text[7] == 0) [[unlikely]]
+            end = writeOdd<isHardCall>(numbers, i, end);
     }
     return end;
 }
 
 template <bool isHardCall, bool hasSummary>
-MORVEL_WIDE static void convertTriplets(std::string_view genotypes, text::Writer &out,
-                                        [[maybe_unused]] DosageSink *sink)
+static void convertTriplets(std::string_view genotypes, text::Writer &out, [[maybe_unused]] DosageSink *sink)
 {
-    constexpr size_t batchTriplets = Walker::batchSize / 3;
-    const auto readNumbers = kernelsInUse<ShortNumberKernels>->readFields;
-    Walker walker(genotypes);
+    FieldNumbers numbers(genotypes);
     bool hasTriplets = false;
     for (;;) {
-        const size_t fields = walker.next(Walker::batchSize);
+        const size_t fields = numbers.next();
         const size_t triplets = fields / 3;
-        int32_t numbers[batchTriplets][2];
-        readNumbers(walker.marks() + 1, 3, triplets, numbers);  // P(AB) and P(BB)
         char *const end = out.reserve(batchTriplets * (text::maxRealSize + 1));
-        out.commit(writeTexts<isHardCall>(walker, numbers, triplets, end));
+        out.commit(writeTexts<isHardCall>(numbers, triplets, end));
         if constexpr (hasSummary) {
             float values[batchTriplets];
-            formDosages<isHardCall>(walker, numbers, triplets, values);
+            formDosages<isHardCall>(numbers, triplets, values);
             sink->add(values, triplets);
         }
         hasTriplets |= triplets > 0;
-        if (fields < Walker::batchSize) {
+        if (fields < FieldNumbers::batchSize) {
             if (hasTriplets && fields % 3 < 2)
                 out.replaceLast('\n');
             return;

@@ -1,9 +1,21 @@
 // Dosages from genotype triplets.
 #pragma once
 
+#include "genotypes/numberwalker.h"
 #include "text/writer.h"
 
 #include <string_view>
+
+// Stands for a dosage above 3000 thousandths, or of numbers that are not short.
+inline constexpr uint16_t otherThousandths = 3001;
+
+// The dosages of so many triplets of short numbers, in thousandths.
+void formThousandths(const int16_t *triplets, size_t count, uint16_t *thousandths);
+
+// The dosages of so many triplets of a batch, in single precision; for hard calls with the half that is added before
+// their whole part is taken.
+template <bool isHardCall>
+void formDosages(const FieldNumbers &numbers, size_t count, float *values);
 
 // Takes the dosages of a line, some at a time.
 class DosageSink {

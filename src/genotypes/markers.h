@@ -2,6 +2,7 @@
 // the marker.
 #pragma once
 
+#include "genotypes/numberwalker.h"
 #include "text/bytes.h"
 #include "text/lines.h"
 
@@ -24,6 +25,29 @@ inline bool nextMarkerLine(text::LineReader &in, std::string_view &line)
             return true;
     }
     return false;
+}
+
+// Takes a word off the front of the line, with the white space before it; false where there is none.
+bool takeWord(std::string_view &line, std::string_view &word);
+
+// Takes so many words off the front of the line; returns how many there are.
+size_t takeLeading(std::string_view &line, std::span<std::string_view> leading);
+
+// Reads a line: its leading columns, and the numbers behind them, which `form` is given as (numbers, first, count) for
+// every batch. Returns the number of words, or wrongColumns as soon as there are more than the columns and `most`.
+template <class Form>
+size_t readMarker(std::string_view line, std::span<std::string_view> leading, size_t most, Form form)
+{
+    const size_t columns = takeLeading(line, leading);
+    WordNumbers numbers(line);
+    size_t first = 0;
+    while (const size_t count = numbers.next()) {
+        if (count > most - first)
+            return wrongColumns;
+        form(numbers, first, count);
+        first += count;
+    }
+    return columns + first;
 }
 
 // Reads a dosage line: the marker's name, and its dosages, [individual]. Returns the number of words, or wrongColumns

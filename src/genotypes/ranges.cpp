@@ -1,7 +1,5 @@
 #include "genotypes/ranges.h"
 #include "genotypes/columns.h"
-#include "genotypes/shortnumbers.h"
-#include "processors/wide.h"
 
 FieldRange chosenFields(const FormatOptions &chosen, int64_t fieldsPerIndividual)
 {
@@ -15,20 +13,7 @@ FieldRange chosenFields(const FormatOptions &chosen, int64_t fieldsPerIndividual
     return {first, fieldsPerIndividual * individuals};
 }
 
-RangeWalker::RangeWalker(std::string_view line, FieldRange range)
-    : FieldWalker(range.count > 0 ? fieldsFrom(line, range.first) : std::string_view())
-    , m_left(rest().data() ? size_t(range.count) : 0)
+FieldNumbers numbersIn(std::string_view line, FieldRange range)
 {
-}
-
-MORVEL_WIDE static size_t readBatch(RangeWalker &walker, double *values)
-{
-    const size_t fields = walker.next();
-    readNumbers<false>(walker.marks(), fields, values);
-    return fields;
-}
-
-size_t NumberReader::next()
-{
-    return readBatch(m_walker, m_values);
+    return range.count > 0 ? FieldNumbers(fieldsFrom(line, range.first), size_t(range.count)) : FieldNumbers({});
 }

@@ -1,27 +1,34 @@
-// The numbers of genotype and dosage lines, two at a time.
+// The numbers of genotype and dosage lines, as many at a time as 64 bytes hold.
 #pragma once
+
+#include "text/fields.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
-// A number in thousandths, or notShort where it has another form than "1", "0.5" or "0.123", as text::readShortNumber()
-// takes it.
-inline constexpr int32_t notShort = -1;
+// Stands for a field that is no short number: one of another form than "1", "0.5" or "0.123", as
+// text::readShortNumber() takes it. Below 0, and in 16 bits no sum of it, or of twice it, with what else stands in a
+// triplet is from 0 to 3000.
+inline constexpr int16_t notShort = -30000;
 
 struct ShortNumberKernels {
+    // More than are asked for may be written, and bytes behind them.
+    static constexpr size_t surplus = 64;
+
+    // Reads short numbers of a line in thousandths, from `next`, where a field begins, as long as all fields in 64
+    // bytes are short, until there are `most` or more. Returns how many, and the place behind them in `next`.
+    using Read = size_t (*)(const char *&next, const char *end, int16_t *numbers, size_t most);
+
     const char *name;
     bool (*isSupported)();
+    Read readFields;  // between single blanks; an empty one counts as 0
+    Read readWords;   // between any white space
 
-    // Reads so many pairs of neighbouring fields of a LineReader's line: [0] lies between the first two marks, [1]
-    // behind it; the next pair lies `step` marks on. An empty field counts as 0 or, among words, as notShort.
-    void (*readFields)(const char *const *marks, size_t step, size_t pairs, int32_t (*numbers)[2]);
-    void (*readWords)(const char *const *marks, size_t step, size_t pairs, int32_t (*numbers)[2]);
+    Read reader(text::Separator separator) const
+    {
+        return separator == text::Separator::Blank ? readFields : readWords;
+    }
 
     static std::span<const ShortNumberKernels> all();
 };
-
-// Reads neighbouring fields as numbers, at most a walker's batch; what is no number is 0. Of words, stops before an
-// empty one; returns how many it read.
-template <bool areWords>
-size_t readNumbers(const char *const *marks, size_t count, double *values);

@@ -3,21 +3,19 @@
 // lies from the class that it was rounded to.
 #include "genotypes/columns.h"
 #include "genotypes/markerhints.h"
+#include "genotypes/numberwalker.h"
 #include "genotypes/options.h"
 #include "main/console.h"
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
-#include "text/fields.h"
 #include "text/lines.h"
-#include "text/readnumber.h"
 #include "text/writer.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-
-using Walker = text::FieldWalker<text::Separator::Blank>;
 
 static constexpr OutputOption tripletOutOption
     = {"-out", "input name", "genotype-triplet file; deviations go to it + .stats", takenAsName};
@@ -45,90 +43,119 @@ static constexpr char triplets[][9] = {"1 0 0   ", "0 1 0   ", "0 0 1   ", "? ? 
 static constexpr size_t noClass = 3;
 
 namespace {
-// The results for a number of thousandths that has a class.
-struct ReadyDosage {
-    char triplet[8];
-    char text[7];  // of the deviation, and the blank behind it
+// How far a number of thousandths that has a class lies from it.
+struct ReadyDeviation {
+    char text[7];  // and the blank behind it
     uint8_t textSize;
-    double deviation;  // absolute
+};
+struct ReadyDeviations {
+    static constexpr uint16_t count = 2500;
+
+    std::array<ReadyDeviation, count + 1> texts = {};  // the last one is empty
+    std::array<double, count + 1> sizes = {};          // absolute
+
+    ReadyDeviations();
+};
+
+// Where dosages stand among the ready deviations, and their classes.
+struct Places {
+    uint16_t deviations[FieldNumbers::batchSize];
+    uint8_t classes[FieldNumbers::batchSize];
 };
 }  // namespace
 
-using ReadyDosages = std::array<ReadyDosage, 2500>;
-
-static ReadyDosages makeReadyDosages()
+ReadyDeviations::ReadyDeviations()
 {
-    ReadyDosages ready;
-    for (size_t i = 0; i < ready.size(); ++i) {
-        const double value = double(i) / 1000;
-        const int digvalue = int(value + 0.5);
-        const double deviation = value - digvalue;
-        char text[text::maxRealSize + 1];
-        char *end = text::writeReal(text, deviation);
+    for (size_t i = 0; i < count; ++i) {
+        const double value = text::thousandthValues[i];
+        const double deviation = value - int(value + 0.5);
+        char bytes[text::maxRealSize + 1];
+        char *end = text::writeReal(bytes, deviation);
         *end++ = ' ';
-        std::memcpy(ready[i].text, text, sizeof ready[i].text);
-        ready[i].textSize = uint8_t(end - text);
-        ready[i].deviation = std::abs(deviation);
-        std::memcpy(ready[i].triplet, triplets[digvalue], sizeof ready[i].triplet);
+        std::memcpy(texts[i].text, bytes, sizeof texts[i].text);
+        texts[i].textSize = uint8_t(end - bytes);
+        sizes[i] = std::abs(deviation);
     }
-    return ready;
+}
+
+MORVEL_WIDE static void findPlaces(const int16_t *dosages, size_t count, Places &places)
+{
+    for (size_t i = 0; i < count; ++i) {
+        places.deviations[i] = std::min(uint16_t(dosages[i]), ReadyDeviations::count);
+        places.classes[i] = uint8_t((dosages[i] >= 500) + (dosages[i] >= 1500));
+    }
+}
+
+static char *writeTriplets(const uint8_t *classes, size_t count, char *end)
+{
+    for (size_t i = 0; i < count; ++i, end += tripletSize)
+        std::memcpy(end, triplets[classes[i]], 8);
+    return end;
+}
+
+// A dosage whose deviation is not ready: finds its class, and writes and returns its deviation.
+static double convertOdd(double value, uint8_t &group, char *&end)
+{
+    const double digvalue = std::trunc(value + 0.5);
+    const double deviation = value - digvalue;
+    const bool hasClass = digvalue >= 0 && digvalue <= 2;
+    group = uint8_t(hasClass ? size_t(digvalue) : noClass);
+    if (hasClass)
+        end = text::writeReal(end, deviation);
+    else
+        *end++ = '?';
+    *end++ = ' ';
+    return std::abs(deviation);
 }
 
 // In a loop of its own, without calls, the sum stays in a register.
-static void addDeviations(const double *deviations, size_t count)
+static void addDeviations(const double *deviations, const double *end)
 {
     double sum = cumdeviation;
-    for (size_t i = 0; i < count; ++i)
-        sum += deviations[i];
+    for (const double *each = deviations; each != end; ++each)
+        sum += *each;
     cumdeviation = sum;
-    devtimes += int64_t(count) - std::count(deviations, deviations + count, 0.0);
+    devtimes += end - deviations;
 }
 
-// Writes the triplet of every dosage and its deviation, or "?" where it has no class, each with a blank
-// behind.
-MORVEL_WIDE static void convertDosages(std::string_view dosages, const ReadyDosages &readyDosages, text::Writer &out,
-                                       text::Writer &stats)
+// Writes the deviation of every dosage, or "?" where it has no class, each with a blank behind.
+static char *writeDeviations(const FieldNumbers &dosages, size_t count, const ReadyDeviations &ready, Places &places,
+                             char *end)
 {
-    double deviations[Walker::batchSize];  // absolute
-    Walker walker(dosages);
-    size_t fields;
-    do {
-        fields = walker.next(Walker::batchSize);
-        char *outEnd = out.reserve(Walker::batchSize * tripletSize + 2);
-        char *statsEnd = stats.reserve(Walker::batchSize * (text::maxRealSize + 1));
-        for (size_t i = 0; i < fields; ++i, outEnd += tripletSize) {
-            const text::ShortNumber number = text::readShortNumber(walker.begin(i), walker.size(i));
-            const size_t thousandths = size_t(text::thousandthsOf(number.digits));
-            if (!number.invalid && thousandths < readyDosages.size()) [[likely]] {
-                const ReadyDosage &ready = readyDosages[thousandths];
-                deviations[i] = ready.deviation;
-                std::memcpy(outEnd, ready.triplet, 8);
-                std::memcpy(statsEnd, ready.text, 8);
-                statsEnd += ready.textSize;
-                continue;
-            }
-            const double value = text::readDouble(walker.field(i));
-            const double digvalue = std::trunc(value + 0.5);
-            const double deviation = value - digvalue;
-            deviations[i] = std::abs(deviation);
-            const bool hasClass = digvalue >= 0 && digvalue <= 2;
-            std::memcpy(outEnd, triplets[hasClass ? size_t(digvalue) : noClass], 8);
-            if (hasClass)
-                statsEnd = text::writeReal(statsEnd, deviation);
-            else
-                *statsEnd++ = '?';
-            *statsEnd++ = ' ';
-        }
-        out.commit(outEnd);
-        stats.commit(statsEnd);
-        addDeviations(deviations, fields);
-    } while (fields == Walker::batchSize);
+    double deviations[FieldNumbers::batchSize];  // absolute, those that are not 0
+    double *next = deviations;
+    for (size_t i = 0; i < count; ++i) {
+        const size_t place = places.deviations[i];
+        const ReadyDeviation &text = ready.texts[place];
+        std::memcpy(end, &text, 8);
+        end += text.textSize;
+        double deviation = ready.sizes[place];
+        if (text.textSize == 0) [[unlikely]]
+            deviation = convertOdd(dosages.value(i), places.classes[i], end);
+        *next = deviation;
+        next += std::bit_cast<uint64_t>(deviation) != 0;  // as a number it would be compared by a branch
+    }
+    addDeviations(deviations, next);
+    return end;
+}
+
+// Writes the triplet of every dosage and its deviation.
+static void convertDosages(std::string_view line, const ReadyDeviations &ready, text::Writer &out, text::Writer &stats)
+{
+    FieldNumbers dosages(line);
+    Places places;
+    while (const size_t count = dosages.next()) {
+        findPlaces(dosages.numbers(), count, places);
+        char *const statsEnd = stats.reserve(count * (text::maxRealSize + 1));
+        stats.commit(writeDeviations(dosages, count, ready, places, statsEnd));
+        out.commit(writeTriplets(places.classes, count, out.reserve(count * tripletSize + 2)));
+    }
 }
 
 // Converts the lines from beg to end. An empty line counts, but gives none.
 static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &stats)
 {
-    const ReadyDosages readyDosages = makeReadyDosages();
+    const ReadyDeviations readyDeviations;
     const MarkerLook look = {MarkerLook::Content::Dosages, false, "0", chosen.lastbeforegeno};
     Progress progress(chosen.filename);
     std::string_view line;
@@ -140,7 +167,7 @@ static void convertLines(text::LineReader &in, text::Writer &out, text::Writer &
         copyLeadingColumns(line, chosen.lastbeforegeno, stats);
         const std::string_view dosages = copyLeadingColumns(line, chosen.lastbeforegeno, out);
         if (dosages.data())
-            convertDosages(dosages, readyDosages, out, stats);
+            convertDosages(dosages, readyDeviations, out, stats);
         out.replaceLast('\n');
         stats.replaceLast('\n');
     }

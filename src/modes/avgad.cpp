@@ -33,10 +33,12 @@ static double sumSquares(std::string_view line, double mean)
 {
     if (line.size() <= keptLineSize)
         return addSquares(0.0, Values.data(), Values.size(), mean);
-    double sum = 0;
-    NumberReader dosages(line, range);
-    while (const size_t fields = dosages.next())
-        sum = addSquares(sum, dosages.values(), fields, mean);
+    double sum = 0, values[FieldNumbers::batchSize];
+    FieldNumbers dosages = numbersIn(line, range);
+    while (const size_t fields = dosages.next()) {
+        dosages.formValues(fields, values);
+        sum = addSquares(sum, values, fields, mean);
+    }
     return sum;
 }
 
@@ -45,14 +47,15 @@ static void averageDosages(std::string_view line, text::Writer &out)
     const bool keepsValues = show == 0 && line.size() <= keptLineSize;
     Values.clear();
     double cumvalue = 0;
-    double count = 0;
-    NumberReader dosages(line, range);
+    double count = 0, values[FieldNumbers::batchSize];
+    FieldNumbers dosages = numbersIn(line, range);
     while (const size_t fields = dosages.next()) {
+        dosages.formValues(fields, values);
         for (size_t i = 0; i < fields; ++i)
-            cumvalue += dosages.values()[i];
+            cumvalue += values[i];
         count += double(fields);
         if (keepsValues)
-            Values.insert(Values.end(), dosages.values(), dosages.values() + fields);
+            Values.insert(Values.end(), values, values + fields);
     }
     const double avgvalue = cumvalue / count;  // of no dosages: not a number
     out.put(avgvalue);

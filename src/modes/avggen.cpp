@@ -30,11 +30,12 @@ static void readOptions()
 }
 
 // Reads further triplets and their dosages; returns how many. A triplet that is not complete is none.
-static size_t readTriplets(NumberReader &numbers, double *dosages)
+static size_t readTriplets(FieldNumbers &numbers, double *values, double *dosages)
 {
     const size_t triplets = numbers.next() / 3;
+    numbers.formValues(3 * triplets, values);
     for (size_t i = 0; i < triplets; ++i)
-        dosages[i] = 2 * numbers.values()[3 * i + 2] + numbers.values()[3 * i + 1];
+        dosages[i] = 2 * values[3 * i + 2] + values[3 * i + 1];
     return triplets;
 }
 
@@ -44,9 +45,9 @@ static double sumSquares(std::string_view line, double mean)
     if (line.size() <= keptLineSize)
         return addSquares(0.0, Values.data(), Values.size(), mean);
     double sum = 0;
-    double dosages[NumberReader::batchSize / 3];
-    NumberReader numbers(line, range);
-    while (const size_t triplets = readTriplets(numbers, dosages))
+    double values[FieldNumbers::batchSize], dosages[FieldNumbers::batchSize / 3];
+    FieldNumbers numbers = numbersIn(line, range);
+    while (const size_t triplets = readTriplets(numbers, values, dosages))
         sum = addSquares(sum, dosages, triplets, mean);
     return sum;
 }
@@ -57,13 +58,13 @@ static void averageTriplets(std::string_view line, text::Writer &out)
     Values.clear();
     double cum1 = 0, cum2 = 0, cum3 = 0, cumvalue = 0;
     double count = 0;
-    double dosages[NumberReader::batchSize / 3];
-    NumberReader numbers(line, range);
-    while (const size_t triplets = readTriplets(numbers, dosages)) {
+    double values[FieldNumbers::batchSize], dosages[FieldNumbers::batchSize / 3];
+    FieldNumbers numbers = numbersIn(line, range);
+    while (const size_t triplets = readTriplets(numbers, values, dosages)) {
         for (size_t i = 0; i < triplets; ++i) {
-            cum1 += numbers.values()[3 * i];
-            cum2 += numbers.values()[3 * i + 1];
-            cum3 += numbers.values()[3 * i + 2];
+            cum1 += values[3 * i];
+            cum2 += values[3 * i + 1];
+            cum3 += values[3 * i + 2];
             cumvalue += dosages[i];
         }
         count += double(triplets);

@@ -10,17 +10,13 @@
 #include "main/progress.h"
 #include "modes/modes.h"
 #include "processors/wide.h"
-#include "text/fields.h"
 #include "text/lines.h"
-#include "text/readnumber.h"
 #include "text/writer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <vector>
-
-using Walker = text::FieldWalker<text::Separator::Blank>;
 
 static constexpr InputOption fileOption = {"-file", Use::Required, "genotype-triplet file"};
 static constexpr OutputOption outOption = {"-out", "input name", "output file"};
@@ -139,22 +135,15 @@ MORVEL_WIDE static float sumKeptSquares(const std::vector<float> &values, float 
 }
 
 // Over dosages that were not kept, and are read again.
-MORVEL_WIDE static float sumReadSquares(std::string_view genotypes, float mean)
+static float sumReadSquares(std::string_view genotypes, float mean)
 {
-    Walker walker(genotypes);
-    float sum = 0;
-    size_t fields;
-    do {
-        fields = walker.next(Walker::batchSize);
-        float values[Walker::batchSize / 3];
-        for (size_t i = 0; i < fields / 3; ++i) {
-            const float hetero = float(text::readMostlyShort(walker.field(3 * i + 1)));
-            const float homo = float(text::readMostlyShort(walker.field(3 * i + 2)));
-            const float ad = 2 * homo + hetero;
-            values[i] = hardCalls ? ad + 0.5f : ad;
-        }
-        sum = addSquares(sum, values, fields / 3, mean);
-    } while (fields == Walker::batchSize);
+    const auto form = hardCalls ? formDosages<true> : formDosages<false>;
+    FieldNumbers numbers(genotypes);
+    float sum = 0, values[FieldNumbers::batchSize / 3];
+    while (const size_t triplets = numbers.next() / 3) {
+        form(numbers, triplets, values);
+        sum = addSquares(sum, values, triplets, mean);
+    }
     return sum;
 }
 

@@ -34,16 +34,16 @@ MORVEL_WIDE static void averageBins(const std::vector<Bin> &bins, const std::vec
 
 // One pass over the dosage file for one phenotype.
 static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, const Decision &decision,
-                           size_t columns, BinScanFiles &files, Progress &progress)
+                           size_t individuals, BinScanFiles &files, Progress &progress)
 {
     const std::vector<double> x = binPositions(bins);
-    std::vector<double> y(bins.size()), dosages(columns - leadingColumns);
+    std::vector<double> y(bins.size()), dosages(individuals);
     const MarkerLook look = {MarkerLook::Content::Dosages, true, "0", leadingColumns, 2};
     Summary summary;
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
         lookAtMarker(line, look);
-        if (readDosages(line, marker, dosages) != columns)
+        if (readDosages(line, marker, dosages) != leadingColumns + individuals)
             refuseMarker();
         averageBins(bins, dosages, y);
         const Fit fit = fitLine(x, y, decision.leastSlope, decision.table);
@@ -80,7 +80,7 @@ static void universal(const BinScan &scan)
         if (hasBins(phenotype.p2List)) {
             const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
             lookAtBins(phenotype.name, phenotype.values, bins);
-            summary = scanMarkers(phenotype.name, bins, scan.decision, columns, files, progress);
+            summary = scanMarkers(phenotype.name, bins, scan.decision, individuals, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());
         }

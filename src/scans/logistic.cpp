@@ -1,4 +1,5 @@
 #include "scans/logistic.h"
+#include "numbers/natural.h"
 #include "processors/lanes.h"
 
 #include <algorithm>
@@ -180,7 +181,7 @@ LogisticFit fitLogistic(DosageGroups &groups)
         x -= mean;
     while (groups.x.size() % lanes != 0)
         groups.add(0, 0, 0);
-    const LogisticEstimate start = {std::log(cases / (n - cases))};
+    const LogisticEstimate start = {naturalLogarithm(cases / (n - cases))};
     LogisticEstimate estimate = start;
     result.isFirth
         = mostControl <= leastCase || mostCase <= leastControl || !settle(groups, false, 25, range, estimate);
@@ -198,20 +199,27 @@ LogisticFit fitLogistic(DosageGroups &groups)
     return result;
 }
 
-// Extended precision keeps the digits independent of the variants of the C library for different processors.
+// As the sum of what each group's likelihood gains over that of the mean odds, so that small ones keep their digits:
+// with d the logarithm of the group's odds over the mean ones and p the probability at these, that is cases d - n ln(1
+// + p (e^d - 1)). Where d is positive, cases and controls change places.
 double logisticR2(const DosageGroups &groups, const LogisticFit &fit)
 {
-    long double n = 0, cases = 0, likelihood = 0;
+    double n = 0, cases = 0;
     for (size_t i = 0; i < groups.x.size(); ++i) {
-        const long double odds = fit.intercept + static_cast<long double>(fit.fit.slope) * groups.x[i];
         n += groups.n[i];
         cases += groups.cases[i];
-        const long double larger = odds > 0 ? odds : 0;
-        likelihood += groups.cases[i] * odds - groups.n[i] * (larger + std::log1p(std::exp(-std::fabs(odds))));
     }
-    const long double controls = n - cases;
-    const long double null = cases * std::log(cases / n) + controls * std::log(controls / n);
-    // Roundings, whose digits differ between processors, are no fit.
-    const long double r2 = 1 - likelihood / null;
-    return std::fabs(r2) < 1e-15L ? 0 : double(r2);
+    const double controls = n - cases;
+    const double null = cases * naturalLogarithm(cases / n) + controls * naturalLogarithm(controls / n);
+    const double base = fit.intercept - naturalLogarithm(cases / controls);
+    double gain = 0;
+    for (size_t i = 0; i < groups.x.size(); ++i) {
+        const double d = base + fit.fit.slope * groups.x[i];
+        const double against = d > 0 ? groups.n[i] - groups.cases[i] : groups.cases[i];
+        const double rarer = powerLessOne(-std::fabs(d)) * ((d > 0 ? controls : cases) / n);
+        gain -= against * std::fabs(d) + groups.n[i] * logarithmOfOnePlus(rarer);
+    }
+    const double r2 = gain / -null;
+    // Roundings are no fit.
+    return std::fabs(r2) < 1e-15 ? 0 : r2;
 }

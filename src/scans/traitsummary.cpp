@@ -32,8 +32,10 @@ double Significance::leastT(double p, double freedom) const
 
 void TraitSummary::Records::add(double squaredT, double freedom, const std::string &marker)
 {
+    // Among other degrees of freedom roundings may decide.
+    constexpr double clear = 1 + 1e-9;
     const auto above = most.lower_bound(freedom);
-    if (above != most.end() && above->second >= squaredT)
+    if (above != most.end() && above->second >= (above->first == freedom ? squaredT : squaredT * clear))
         return;
     inOrder.push_back({squaredT, freedom, marker});
     const auto place = most.insert_or_assign(freedom, squaredT).first;

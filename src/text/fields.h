@@ -61,87 +61,6 @@ enum class Separator {
     WhiteSpace  // each single white-space byte: several in a row make empty fields, to be passed over
 };
 
-// Walks the fields of a line a batch at a time, for loops too hot for a vector of all fields: the ends of the
-// fields are found 64 bytes at a step, and a line of any length costs the same small memory.
-template <Separator separator>
-class FieldWalker {
-public:
-    static constexpr size_t batchSize = 768;  // divisible by 3: whole genotype triplets
-
-    explicit FieldWalker(std::string_view line)
-        : m_next(line.data() ? line.data() : nothing + 1), m_block(m_next), m_end(m_next + line.size())
-    {
-    }
-
-    // Finds the ends of at most `most` (up to batchSize) further fields; returns how many, which is fewer than
-    // `most` only at the end of the line.
-    size_t next(size_t most)
-    {
-        m_marks[0] = m_next - 1;
-        const char **const ends = m_marks + 1;
-        size_t count = 0;
-        // A whole block at a time while there is room for the most that it can hold.
-        while (count + 64 <= most && m_block != m_end)
-            count += takeBlock(ends + count);
-        while (count < most && !m_isDone) {
-            if (m_separators) {
-                ends[count++] = m_base + std::countr_zero(m_separators);
-                m_separators &= m_separators - 1;
-            } else if (m_block != m_end) {
-                scanBlock();
-            } else {
-                ends[count++] = m_end;
-                m_isDone = true;
-            }
-        }
-        if (count > 0)
-            m_next = ends[count - 1] + 1;
-        return count;
-    }
-
-    // Field i of the batch is [begin(i), end(i)).
-    const char *begin(size_t i) const { return m_marks[i] + 1; }
-    const char *end(size_t i) const { return m_marks[i + 1]; }
-    size_t size(size_t i) const { return size_t(end(i) - begin(i)); }
-    std::string_view field(size_t i) const { return {begin(i), size(i)}; }
-
-    // Field i of the batch lies between marks i and i + 1.
-    const char *const *marks() const { return m_marks; }
-
-    // What follows the fields walked so far; a null view when the last field was among them.
-    std::string_view rest() const
-    {
-        return m_isDone || m_end == nothing + 1 ? std::string_view() : std::string_view(m_next, size_t(m_end - m_next));
-    }
-
-private:
-    static constexpr char nothing[2] = {};  // stands for a null view: the mark before its field is inside
-
-    void scanBlock();
-
-    // Adds the ends in what is left of the current block, and goes on to the next one.
-    size_t takeBlock(const char **ends)
-    {
-        const size_t count = size_t(std::popcount(m_separators));
-        uint64_t separators = m_separators;
-        for (size_t i = 0; i < count; i += 8) {
-            // Always eight: what is too many is overwritten, and costs less than leaving the loop at a guess.
-            for (size_t k = i; k < i + 8; ++k, separators &= separators - 1)
-                ends[k] = m_base + std::countr_zero(separators);
-        }
-        scanBlock();
-        return count;
-    }
-
-    const char *m_next;   // first byte of the next field
-    const char *m_block;  // not scanned from here on
-    const char *m_end;
-    const char *m_base = nullptr;  // of the block scanned last
-    uint64_t m_separators = 0;     // of that block, bit i for byte i, without those walked
-    bool m_isDone = false;
-    const char *m_marks[batchSize + 9];
-};
-
 // Bit i tells whether byte i of 64 is the one sought.
 inline uint64_t byteBits(const char *bytes, char sought)
 {
@@ -188,22 +107,6 @@ uint64_t separatorBits(const char *bytes)
     }
 #endif
     return bits;
-}
-
-template <Separator separator>
-inline void FieldWalker<separator>::scanBlock()
-{
-    m_base = m_block;
-    const size_t left = size_t(m_end - m_block);
-    if (left >= 64) {
-        m_separators = separatorBits<separator>(m_block);
-        m_block += 64;
-    } else {
-        char last[64] = {};
-        std::memcpy(last, m_block, left);
-        m_separators = separatorBits<separator>(last);
-        m_block = m_end;
-    }
 }
 
 inline std::string_view findField(std::string_view line, std::string_view delimiter, size_t position)

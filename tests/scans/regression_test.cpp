@@ -172,6 +172,19 @@ TEST(Logistic, PrintsNoRoundingsAsR2WhereSharesAreEqual)
     }
 }
 
+// Of two groups with the shares (1 + d) / 2 and (1 - d) / 2 it is ((1 + d) ln(1 + d) + (1 - d) ln(1 - d)) / ln 4, that is
+// (d^2 + d^4 / 6 + ...) / ln 4.
+TEST(Logistic, KeepsTheDigitsOfASmallR2)
+{
+    for (const double d : {1e-3, 5e-5, 1e-6}) {
+        DosageGroups groups;
+        groups.add(0, 2e9, 1e9 * (1 + d));
+        groups.add(1, 2e9, 1e9 * (1 - d));
+        const double expected = d * d * (1 + d * d / 6) / std::log(4.0);
+        EXPECT_NEAR(logisticR2(groups, fitLogistic(groups)), expected, 1e-9 * expected) << d;
+    }
+}
+
 // The slope is the log of the odds ratio of a table of 2 x 2, and its squared error the sum of the inverse counts
 // (Woolf 1955).
 TEST(Logistic, IsTheOddsRatioOfATable)

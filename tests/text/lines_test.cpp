@@ -124,40 +124,6 @@ TEST(SplitFields, KeepsOrDropsEmptyFields)
     EXPECT_EQ(split("ab", ""), (Texts{"", "a", "b", ""}));
 }
 
-// Walks in batches of random size and puts the fields together again.
-template <text::Separator separator>
-static Texts walk(std::string_view line, std::mt19937_64 &generator)
-{
-    text::FieldWalker<separator> walker(line);
-    Texts fields;
-    for (;;) {
-        const size_t most = 1 + generator() % walker.batchSize;
-        const size_t count = walker.next(most);
-        for (size_t i = 0; i < count; ++i)
-            fields.emplace_back(walker.field(i));
-        if (count < most)
-            return fields;
-    }
-}
-
-TEST(FieldWalker, FindsTheFieldsThatSplittingFinds)
-{
-    std::mt19937_64 generator(3);
-    for (int i = 0; i < 3000; ++i) {
-        std::string line(generator() % 2000, ' ');
-        const size_t blanks = 1 + generator() % 10;
-        for (char &byte : line)
-            byte = generator() % 10 < blanks ? ' ' : char(generator());
-        ASSERT_EQ(walk<text::Separator::Blank>(line, generator), split(line, " ")) << i;
-        ASSERT_EQ(seek(line.substr(0, 200), " "), split(line.substr(0, 200), " ")) << i;
-
-        const Texts fields = walk<text::Separator::WhiteSpace>(line, generator);
-        for (char &byte : line)
-            byte = text::isWhiteSpace(byte) ? ' ' : byte;
-        ASSERT_EQ(fields, split(line, " ")) << i;
-    }
-}
-
 TEST(Writer, KeepsOrderAcrossItsBuffer)
 {
     const Folder folder;

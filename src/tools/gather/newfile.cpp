@@ -51,7 +51,8 @@ NewFile::NewFile(const std::string &name) : m_name(name)
         fatal("Cannot write '%s': it is no regular file\n", name.c_str());
     const size_t base = m_name.rfind('/') + 1;  // 0 where there is none
     m_newName = m_name.substr(0, base) + ".new." + m_name.substr(base);
-    unnamed();  // lives longer than what is opened
+    std::remove(m_newName.c_str());  // of a run that was killed, or a link that must not be followed
+    unnamed();                       // lives longer than what is opened
     errno = 0;
     if (!out.open(m_newName))
         failFile("write", name);

@@ -113,7 +113,7 @@ static void allowManyFiles()
 PartLines::PartLines(const Parts &parts, const std::string &suffix)
 {
     allowManyFiles();
-    constexpr size_t memory = size_t(64) << 20, least = size_t(4) << 10, most = size_t(256) << 10;
+    constexpr size_t memory = size_t(16) << 20, least = size_t(4) << 10, most = size_t(256) << 10;
     const size_t block = std::clamp(memory / parts.parts.size(), least, most);
     for (const Part &part : parts.parts) {
         const auto output = std::ranges::find(part.record.outputs, suffix, &Output::suffix);

@@ -69,6 +69,17 @@ static std::vector<std::string> suffixesOf(const Command &command)
     return suffixes;
 }
 
+// The part comes by it.
+static void refuseStandardInput(const Command &command)
+{
+    for (const Option *option : command.mode->options) {
+        const std::string value = command.value(option->name);
+        if (option->kind == Value::InputFile && option->name != std::string_view(command.rule->input)
+            && (value == "/dev/stdin" || value == "/dev/fd/0" || value == "/proc/self/fd/0"))
+            fatal("'%s' cannot be the %s of a part, which is read from there itself\n", value.c_str(), option->name);
+    }
+}
+
 // The program cannot tell, since it reads from a pipe.
 static void refuseInputs(const Command &command, const std::vector<std::string> &split)
 {
@@ -108,6 +119,8 @@ static void run()
         fatal("Mode %s is not split: a part of it has files of its own, and no -inputs\n", rule.mode);
     if (!hasList && rule.cut != Cut::Files)
         split = {command.value(rule.input)};
+    if (!split.empty())
+        refuseStandardInput(command);
     refuseInputs(command, split);
     record.mode = rule.mode;
     describeRun(command, split, record);
