@@ -1,23 +1,44 @@
 #!/usr/bin/env bash
 # Times this build against that of an earlier commit: both made in the same way, run in turn on the same core; processor
-# seconds, medians of the runs and of the ratios.
-#   bench/against.sh [COMMIT [FOLDER [RUNS]]]
+# seconds, medians of the runs and of the ratios. With a kind of processor, both take any for one of that kind at most.
+#   bench/against.sh [COMMIT [FOLDER [RUNS [avx512|avx2|sse2]]]]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
 commit=${1:-e38fb76}
 data=$(realpath -m "${2:-out/bench-against}")
 runs=${3:-7}
+kind=${4:-avx512}
 build_for_bench
 mkdir -p "$data"
+
 if [ ! -x "$data/build/morvel" ]; then
     git worktree add --force --detach "$data/source" "$commit" >/dev/null
     cmake -S "$data/source" -B "$data/build" -DCMAKE_BUILD_TYPE=Release >/dev/null
     cmake --build "$data/build" --parallel "$(nproc)" --target morvel >/dev/null
     git worktree remove --force "$data/source"
 fi
+
+# for_kind FOLDER NAME: links the program of a build again, with what makes it take the processor for a lesser one.
+for_kind() {
+    local link
+    link=$(sed "s# -o morvel # '$data/lesser.o' '$data/cpuinfo.o' -o '$data/$2' #" "$1/CMakeFiles/morvel.dir/link.txt")
+    (cd "$1" && eval "$link")
+}
+
 new=$PWD/build/morvel
 old=$data/build/morvel
+if [ "$kind" != avx512 ]; then
+    ar p "$(c++ -print-libgcc-file-name)" cpuinfo.o >"$data/cpuinfo.o"
+    objcopy --redefine-sym __cpu_indicator_init=probeProcessor "$data/cpuinfo.o"
+    least=
+    [ "$kind" != sse2 ] || least=-DLEAST
+    c++ -O2 -fPIC $least -c bench/lesserprocessor.cpp -o "$data/lesser.o"
+    for_kind build "new-$kind"
+    for_kind "$data/build" "old-$kind"
+    new=$data/new-$kind
+    old=$data/old-$kind
+fi
 make=$PWD/build/bench/makedata
 limits=$PWD/build/bench/limits
 cd "$data"
@@ -43,12 +64,12 @@ job() {
     shift 2
     : >times
     for run in $(seq "$runs"); do
-        rm -f made*
+        rm -f made made.*
         new_time=$(spent "$new" "$@")
         size=$([ "$output" = - ] && echo 0 || stat -c %s "$output")
-        rm -f made*
+        rm -f made made.*
         old_time=$(spent "$old" "$@")
-        rm -f made*
+        rm -f made made.*
         floor=$(spent "$limits" "$input" made "$size")
         echo "$new_time $old_time $floor" >>times
     done

@@ -18,15 +18,18 @@ endforeach()
 foreach(page README.md CHANGELOG.md)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page})
   file(READ ${page} text)
-  string(REGEX REPLACE "\\]\\(docs/(usage|recipes|performance|gallery)\\.md" "](\\1.md" text "${text}")
+  string(REGEX REPLACE "\\]\\(docs/(usage|recipes|performance|gallery|scale)\\.md" "](\\1.md" text "${text}")
   string(REPLACE "](docs/example.svg" "](example.svg" text "${text}")
   string(REGEX REPLACE "\\[[^]]*\\]\\((docs/[a-z]+\\.md|CONTRIBUTING\\.md)\\)" "\\1 of the source" text "${text}")
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/installed/${page} CONTENT "${text}" @ONLY)
   install(FILES ${CMAKE_BINARY_DIR}/installed/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endforeach()
-install(FILES docs/usage.md docs/recipes.md docs/gallery.md docs/example.svg docs/performance.md packaging/copyright ${CMAKE_BINARY_DIR}/changelog.gz
+install(FILES docs/usage.md docs/recipes.md docs/gallery.md docs/example.svg docs/performance.md docs/scale.md packaging/copyright
+              ${CMAKE_BINARY_DIR}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES examples/example.gen examples/example.pheno examples/region.gen DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+install(DIRECTORY workflow DESTINATION ${CMAKE_INSTALL_DATADIR}/morvel USE_SOURCE_PERMISSIONS
+        PATTERN __pycache__ EXCLUDE)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "MORVEL developers <support@morvel.example>")
@@ -41,8 +44,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What morvel-plot draws with; everything else works without.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS gnuplot-nox)
+# What morvel-plot draws with, and what the workflow runs on and packs with; everything else works without.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnuplot-nox, snakemake, tabix")
 # Loaded while the program runs.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS zlib1g)
 if(ISAL_INCLUDE)

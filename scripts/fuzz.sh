@@ -68,7 +68,7 @@ fuzz_program() {
     rm -rf "$folder/seeds"
     mkdir -p "$folder/seeds" build-fuzz-program/found
     cp "${@:2}" "$folder/seeds"
-    logged timeout $((seconds * 2 + 60)) afl-fuzz -i "$folder/seeds" -o "$kept" -x "$folder/words" -m none -t 1000 \
+    logged timeout $((seconds * 2 + 120)) afl-fuzz -i "$folder/seeds" -o "$kept" -x "$folder/words" -m none -t 10000 \
         -V $seconds -- "$target" @@
     tell "$1" "$(sed -n 's/^execs_done *: //p' "$kept/default/fuzzer_stats")" \
         "$(sed -n 's/^edges_found *: //p' "$kept/default/fuzzer_stats")" "$target" \

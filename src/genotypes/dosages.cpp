@@ -110,16 +110,16 @@ MORVEL_WIDE void formThousandths(const int16_t *triplets, size_t count, uint16_t
 }
 
 template <bool isHardCall>
-static char *writeOdd(const FieldNumbers &numbers, size_t i, char *end)
+static char *writeOdd(float ad, char *end)
 {
-    const float ad = raised<isHardCall>(readDosage(numbers, i));
     end = isHardCall ? text::writeInteger(end, wholePart(ad)) : text::writeReal(end, ad);
     *end++ = ' ';
     return end;
 }
 
+// `values` are the dosages where they are known already.
 template <bool isHardCall>
-static char *writeTexts(const FieldNumbers &numbers, size_t count, char *end)
+static char *writeTexts(const FieldNumbers &numbers, size_t count, const float *values, char *end)
 {
     const DosageTexts &texts = dosageTexts(isHardCall);
     uint16_t thousandths[batchTriplets];
@@ -129,7 +129,7 @@ static char *writeTexts(const FieldNumbers &numbers, size_t count, char *end)
         std::memcpy(end, &text, 8);
         end += text[7];
         if (text[7] == 0) [[unlikely]]
-            end = writeOdd<isHardCall>(numbers, i, end);
+            end = writeOdd<isHardCall>(values ? values[i] : raised<isHardCall>(readDosage(numbers, i)), end);
     }
     return end;
 }
@@ -143,11 +143,13 @@ static void convertTriplets(std::string_view genotypes, text::Writer &out, [[may
         const size_t fields = numbers.next();
         const size_t triplets = fields / 3;
         char *const end = out.reserve(batchTriplets * (text::maxRealSize + 1));
-        out.commit(writeTexts<isHardCall>(numbers, triplets, end));
         if constexpr (hasSummary) {
             float values[batchTriplets];
             formDosages<isHardCall>(numbers, triplets, values);
             sink->add(values, triplets);
+            out.commit(writeTexts<isHardCall>(numbers, triplets, values, end));
+        } else {
+            out.commit(writeTexts<isHardCall>(numbers, triplets, nullptr, end));
         }
         hasTriplets |= triplets > 0;
         if (fields < FieldNumbers::batchSize) {

@@ -6,10 +6,10 @@
 
 #include <string_view>
 
-// Stands for a dosage above 3000 thousandths, or of numbers that are not short.
+// Stands for a dosage above 3000 thousandths, or one of numbers that are not short.
 inline constexpr uint16_t otherThousandths = 3001;
 
-// The dosages of so many triplets of short numbers, in thousandths.
+// The dosages of so many triplets of a batch in thousandths, or otherThousandths.
 void formThousandths(const int16_t *triplets, size_t count, uint16_t *thousandths);
 
 // The dosages of so many triplets of a batch, in single precision; for hard calls with the half that is added before

@@ -7,8 +7,10 @@ static constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 
 static double readAnyDosage(std::string_view word, double na_value)
 {
+    if (word == "NA")
+        return missing;
     const double dosage = text::readDouble(word);
-    return word == "NA" || dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
+    return dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
 }
 
 size_t readGappyDosages(std::string_view line, double na_value, std::span<std::string_view> leading,

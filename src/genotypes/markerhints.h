@@ -11,10 +11,9 @@ struct MarkerLook {
     const char *zerosCountAs;  // what three zeros are; null where they and nan are known to be missing
     int64_t leadingColumns = 0;
     int64_t nameColumn = 0;  // from 1: of the names by which results tell markers apart; 0: they do not
-    char delimiter = ' ';    // parts fields too
 };
 
 // Looks in a marker's line for what may be missing or not meant, and at its name for one that was there before. Does
-// nothing where no hints are wanted; of a long file the values of every 64th marker behind the first two megabytes are
-// looked at. A line that is read again counts once.
+// nothing where no hints are wanted; of a long file the values of every 256th marker behind the first half a megabyte
+// are looked at. The hints are of the first reading of a file.
 void lookAtMarker(std::string_view line, const MarkerLook &look);

@@ -8,6 +8,7 @@
 
 #include <span>
 #include <string_view>
+#include <vector>
 
 inline constexpr size_t leadingColumns = 5;  // the second one holds the marker's name
 inline constexpr size_t wrongColumns = size_t(-1);
@@ -50,9 +51,32 @@ size_t readMarker(std::string_view line, std::span<std::string_view> leading, si
     return columns + first;
 }
 
-// Reads a dosage line: the marker's name, and its dosages, [individual]. Returns the number of words, or wrongColumns
-// as soon as there are more than leadingColumns and the dosages. What is no number is 0.
-size_t readDosages(std::string_view line, std::string_view &marker, std::span<double> dosages);
+// The numbers that so many thousandths are, as text::thousandthValues has them.
+void divideThousandths(const int16_t *thousandths, size_t count, double *values);
+
+// Reads dosage lines. What is no number is 0.
+class DosageReader {
+public:
+    explicit DosageReader(size_t individuals) : m_thousandths(individuals), m_values(individuals) {}
+
+    // Reads the marker's name and its dosages. Returns the number of words, or wrongColumns as soon as there are more
+    // than leadingColumns and the dosages.
+    size_t read(std::string_view line, std::string_view &marker);
+
+    // Of a line with a dosage for everybody: the dosages in thousandths, [individual], where all are short numbers;
+    // null elsewhere.
+    const int16_t *thousandths() const { return m_isShort ? m_thousandths.data() : nullptr; }
+    // The dosages, [individual]. They are formed when they are asked for first.
+    const std::vector<double> &values();
+
+private:
+    void formValues(size_t end);
+
+    std::vector<int16_t> m_thousandths;
+    std::vector<double> m_values;
+    size_t m_formed = 0;  // of the values
+    bool m_isShort = false;
+};
 
 // Ends the run over a line that does not have as many columns as the first one.
 [[noreturn]] void refuseMarker();

@@ -2,7 +2,7 @@
 #include "processors/wide.h"
 
 #include <algorithm>
-#include <utility>
+#include <bit>
 
 static constexpr char nothing[1] = {};  // stands for a null view
 

@@ -32,7 +32,7 @@ public:
     // Field i of the batch as readDouble() has it.
     double value(size_t i) const
     {
-        return m_numbers[i] < 0 ? text::readDouble(longField(i)) : text::thousandthValues[size_t(m_numbers[i])];
+        return m_numbers[i] < 0 ? text::readMostlyDecimal(longField(i)) : text::thousandthValues[size_t(m_numbers[i])];
     }
 
     // The first so many of the batch as readDouble() has them.

@@ -177,6 +177,15 @@ static constexpr auto packings = [] {
 
 namespace {
 struct Avx2Window {
+    // As that of lanes.h, which clang will not let return so wide a register to a function for these processors.
+    template <class Register>
+    MORVEL_AVX2 static Register load(const void *from)
+    {
+        Register to;
+        std::memcpy(&to, from, sizeof to);
+        return to;
+    }
+
     MORVEL_AVX2 static __m256i between(__m256i bytes, char first, char last)
     {
         const __m256i distances = _mm256_sub_epi8(bytes, _mm256_set1_epi8(first));
@@ -251,6 +260,14 @@ static bool supportsPacking()
 
 namespace {
 struct PackingWindow {
+    template <class Register>
+    MORVEL_PACKING static Register load(const void *from)
+    {
+        Register to;
+        std::memcpy(&to, from, sizeof to);
+        return to;
+    }
+
     MORVEL_PACKING static uint64_t between(__m512i bytes, char first, char last)
     {
         return _mm512_cmple_epu8_mask(_mm512_sub_epi8(bytes, _mm512_set1_epi8(first)),

@@ -124,7 +124,7 @@ std::string InputOption::require() const
 
 std::string OutputOption::read(const std::string &input) const
 {
-    const std::string output = given().value_or(input + ".out");
+    std::string output = given().value_or(input + ".out");
     fitBuffer(*this, output);
     return output;
 }

@@ -1,9 +1,10 @@
 // Names that should tell things apart, for a hint on those that come again.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
 class RepeatedNames {
 public:
@@ -14,6 +15,9 @@ public:
     void look(std::string_view name);
 
 private:
+    bool insert(uint64_t hash);
+
     const char *m_kind, *m_what;
-    std::unordered_set<uint64_t> m_hashes;
+    std::vector<uint64_t> m_slots;  // hashes, in the first free slot from the one that they name; 0 is free
+    size_t m_count = 0;
 };

@@ -57,7 +57,8 @@ struct ReadyDeviations {
     ReadyDeviations();
 };
 
-// Where dosages stand among the ready deviations, and their classes.
+// Where dosages stand among the ready deviations, and their classes. Those that are not ready stand behind them, and
+// their classes are found later.
 struct Places {
     uint16_t deviations[FieldNumbers::batchSize];
     uint8_t classes[FieldNumbers::batchSize];
@@ -94,7 +95,7 @@ static char *writeTriplets(const uint8_t *classes, size_t count, char *end)
 }
 
 // A dosage whose deviation is not ready: finds its class, and writes and returns its deviation.
-static double convertOdd(double value, uint8_t &group, char *&end)
+[[gnu::always_inline]] static inline double convertOdd(double value, uint8_t &group, char *&end)
 {
     const double digvalue = std::trunc(value + 0.5);
     const double deviation = value - digvalue;
@@ -119,8 +120,8 @@ static void addDeviations(const double *deviations, const double *end)
 }
 
 // Writes the deviation of every dosage, or "?" where it has no class, each with a blank behind.
-static char *writeDeviations(const FieldNumbers &dosages, size_t count, const ReadyDeviations &ready, Places &places,
-                             char *end)
+MORVEL_WIDE static char *writeDeviations(const FieldNumbers &dosages, size_t count, const ReadyDeviations &ready,
+                                         Places &places, char *end)
 {
     double deviations[FieldNumbers::batchSize];  // absolute, those that are not 0
     double *next = deviations;
@@ -146,9 +147,10 @@ static void convertDosages(std::string_view line, const ReadyDeviations &ready, 
     Places places;
     while (const size_t count = dosages.next()) {
         findPlaces(dosages.numbers(), count, places);
+        char *const outEnd = out.reserve(count * tripletSize + 2);
         char *const statsEnd = stats.reserve(count * (text::maxRealSize + 1));
         stats.commit(writeDeviations(dosages, count, ready, places, statsEnd));
-        out.commit(writeTriplets(places.classes, count, out.reserve(count * tripletSize + 2)));
+        out.commit(writeTriplets(places.classes, count, outEnd));
     }
 }
 

@@ -12,11 +12,13 @@
 #include "processors/wide.h"
 #include "scans/binscan.h"
 #include "scans/binsums.h"
+#include "scans/dosageblock.h"
 #include "scans/hits.h"
 #include "scans/hitstore.h"
 #include "scans/options.h"
 #include "scans/phenotype.h"
 #include "scans/scanhints.h"
+#include "scans/slopeguess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -88,53 +90,36 @@ bool DosageLines::convertNext(std::string_view &line)
 }
 
 namespace {
-// Some markers side by side.
-struct Block {
-    explicit Block(size_t individuals) : rows(individuals), line(individuals * lineMarkers) {}
+// The genotype file, some markers at a time.
+struct Genotypes {
+    Genotypes(DosageLines &from, size_t individuals) : lines(from), reader(individuals), block(individuals) {}
 
-    static constexpr size_t lineMarkers = 8;  // what is written of a row at a time
+    void readBlock();
 
-    struct alignas(64) Row {
-        double dosages[blockMarkers];
-    };
-    std::vector<Row> rows;     // [individual]
-    std::vector<double> line;  // [marker][individual]
-    std::string names[blockMarkers];
-    size_t markers = 0;
-    size_t bytes = 0;       // of their lines
+    DosageLines &lines;
+    DosageReader reader;
+    DosageBlock block;
+    size_t bytes = 0;       // of the block's lines
     bool isBroken = false;  // the line behind them does not fit
 };
 }  // namespace
 
-// Puts up to lineMarkers markers in their place in the rows.
-static void placeLines(Block &block, size_t first)
+// Reads as many markers as there are, up to blockMarkers.
+void Genotypes::readBlock()
 {
-    const size_t n = block.rows.size();
-    for (size_t i = 0; i < n; ++i) {
-        for (size_t m = 0; m < Block::lineMarkers; ++m)
-            block.rows[i].dosages[first + m] = block.line[m * n + i];
-    }
-}
-
-// Reads as many markers as there are, up to blockMarkers. Lanes without a marker keep what they held.
-static void readBlock(DosageLines &lines, Block &block)
-{
-    const size_t n = block.rows.size();
-    block.markers = block.bytes = 0;
+    const size_t words = leadingColumns + block.individuals();
+    block.clear();
+    bytes = 0;
     std::string_view line, name;
-    while (block.markers < blockMarkers && lines.next(line)) {
-        double *dosages = &block.line[block.markers % Block::lineMarkers * n];
-        if (readDosages(line, name, {dosages, n}) != leadingColumns + n) {
-            block.isBroken = true;
+    while (block.markers() < blockMarkers && lines.next(line)) {
+        if (reader.read(line, name) != words) {
+            isBroken = true;
             break;
         }
-        block.bytes += line.size() + 1;
-        block.names[block.markers++] = name;
-        if (block.markers % Block::lineMarkers == 0)
-            placeLines(block, block.markers - Block::lineMarkers);
+        bytes += line.size() + 1;
+        block.add(name, reader);
     }
-    if (block.markers % Block::lineMarkers != 0)
-        placeLines(block, block.markers / Block::lineMarkers * Block::lineMarkers);
+    block.finish();
 }
 
 namespace {
@@ -144,13 +129,22 @@ struct Trait {
     std::vector<size_t> binCounts;  // none for a phenotype without values
     std::vector<double> x;          // of the bins
     double sumX = 0, sumXX = 0;
+    std::vector<float> weights;  // of the slope's guess, [bin]
+    double guessError = 0;
     Summary summary;
 };
 
-// Phenotypes with values that follow each other, and the members of their bins as BinKernels::addTile() takes them.
+// The members of bins in a tile as BinKernels::addTile() takes them.
+struct TileMembers {
+    std::vector<uint8_t> members;
+    std::vector<uint32_t> starts;  // [phenotype of the chunk]
+};
+
+// Phenotypes with values that follow each other.
 struct Chunk {
     std::vector<size_t> traits;
-    std::vector<std::vector<uint8_t>> members;  // [tile]
+    std::vector<TileMembers> tiles;
+    size_t unguessedBlocks = 0;  // for which it does not pay to guess slopes
 };
 
 // The phenotypes of one pass.
@@ -165,8 +159,9 @@ struct Table {
 static void addMembers(const std::vector<Bin> &bins, Chunk &chunk)
 {
     std::vector<size_t> next(bins.size());
-    for (size_t tile = 0; tile < chunk.members.size(); ++tile) {
-        std::vector<uint8_t> &members = chunk.members[tile];
+    for (size_t tile = 0; tile < chunk.tiles.size(); ++tile) {
+        std::vector<uint8_t> &members = chunk.tiles[tile].members;
+        chunk.tiles[tile].starts.push_back(uint32_t(members.size()));
         for (size_t k = 0; k < bins.size(); ++k) {
             const std::vector<size_t> &individuals = bins[k].individuals;
             const size_t count = members.size();
@@ -191,19 +186,22 @@ static void addTrait(const Phenotype &phenotype, const std::vector<Bin> &bins, T
         trait.binCounts.push_back(bins[k].individuals.size());
         trait.sumX += trait.x[k];
         trait.sumXX += trait.x[k] * trait.x[k];
-        table.bytes += bins[k].individuals.size() + 2 * sizeof(double);
+        table.bytes += bins[k].individuals.size() + 2 * sizeof(double) + sizeof(float);
     }
     const size_t chunkTraits = std::max(chunkBytes / (bins.size() * blockMarkers * sizeof(double)), size_t(1));
     const size_t tiles = (phenotype.values.size() + tileRows - 1) / tileRows;
     if (table.chunks.empty() || table.chunks.back().traits.size() == chunkTraits)
-        table.chunks.emplace_back().members.resize(tiles);
-    table.bytes += tiles * bins.size();
+        table.chunks.emplace_back().tiles.resize(tiles);
+    table.bytes += tiles * (bins.size() + sizeof(uint32_t));
+    SlopeGuess guess = guessSlope(trait.x, trait.binCounts, mostThousandths / 1000.0);
+    trait.weights.assign(guess.weights.begin(), guess.weights.end());
+    trait.guessError = guess.error;
     Chunk &chunk = table.chunks.back();
     chunk.traits.push_back(table.traits.size() - 1);
     addMembers(bins, chunk);
     if (chunk.traits.size() == chunkTraits) {
-        for (std::vector<uint8_t> &members : chunk.members)
-            members.shrink_to_fit();
+        for (TileMembers &tile : chunk.tiles)
+            tile.members.shrink_to_fit();
     }
 }
 
@@ -218,8 +216,15 @@ public:
         m_out.openToMemory(m_row);
     }
 
+    // Whether mayMatter() can be false.
+    bool leavesOut() const { return m_leastSlope > 0; }
+
+    // False where no marker of a block can be a hit of the phenotype or its best one, by the sums of thousandths of its
+    // bins as BinKernels::addThousandths() makes them.
+    bool mayMatter(size_t index, const uint32_t *sums) const;
+
     // Looks at the markers of the block for one phenotype. `sums` are those of its bins, [bin][marker], and are lost.
-    void decide(size_t index, const Block &block, double *sums);
+    void decide(size_t index, const DosageBlock &block, double *sums);
 
     // Writes what is not written yet of the phenotype's hits.
     void writeHits(size_t index) { m_hits.write(index, m_hitFile); }
@@ -234,9 +239,8 @@ private:
     std::string m_row;
     text::Writer m_out;  // to m_row
     const BinKernels &m_kernels = *kernelsInUse<BinKernels>;
-    // On purpose fits without R2 pass by an R2 of -1 where the limit lets them.
-    const bool m_takesAll = m_decision.statistic == 0 && -1 >= m_decision.limit;
-    const double m_leastSlope = m_takesAll ? -std::numeric_limits<double>::infinity() : m_decision.leastSlope;
+    const double m_leastSlope = leastCountedSlope(m_decision);
+    const bool m_takesAll = m_leastSlope < 0;
     const double m_leastR2 = m_decision.leastPassingR2(testgroups);
     std::vector<double> m_y;
 };
@@ -254,7 +258,15 @@ void Decisions::addHit(size_t index, const std::string &marker, const Fit &fit)
     m_hits.add(index, m_row);
 }
 
-void Decisions::decide(size_t index, const Block &block, double *sums)
+bool Decisions::mayMatter(size_t index, const uint32_t *sums) const
+{
+    const Trait &trait = m_table.traits[index];
+    const double limit = std::min(m_leastSlope, trait.summary.absMaxSlope) - trait.guessError;
+    return !(limit > 0)
+           || m_kernels.reaches(trait.weights.data(), trait.x.size(), std::nextafter(float(limit), 0.0f), sums);
+}
+
+void Decisions::decide(size_t index, const DosageBlock &block, double *sums)
 {
     alignas(64) double slopes[blockMarkers], r2s[blockMarkers];
     Trait &trait = m_table.traits[index];
@@ -262,11 +274,11 @@ void Decisions::decide(size_t index, const Block &block, double *sums)
     const BinPoints points = {trait.x, trait.binCounts, trait.sumX, trait.sumXX};
     if (!m_kernels.fitBlock(points, m_leastSlope, summary.absMaxSlope, sums, slopes, r2s))
         return;
-    for (size_t m = 0; m < block.markers; ++m) {
+    for (size_t m = 0; m < block.markers(); ++m) {
         const double absSlope = std::fabs(slopes[m]);
         if (absSlope > summary.absMaxSlope) {
             summary.absMaxSlope = absSlope;
-            summary.bestMarker = block.names[m];
+            summary.bestMarker = block.name(m);
         }
         if (absSlope < m_leastSlope || !(r2s[m] >= m_leastR2 || m_takesAll))
             continue;
@@ -275,32 +287,107 @@ void Decisions::decide(size_t index, const Block &block, double *sums)
             m_y[k] = sums[k * blockMarkers + m];
         const Fit fit = fitLine(trait.x, m_y, m_decision.leastSlope, m_decision.table);
         if (m_decision.isHit(fit, summary.counts))
-            addHit(index, block.names[m], fit);
+            addHit(index, block.name(m), fit);
     }
+}
+
+namespace {
+// Forms the sums of the phenotypes' bins for a block of markers, and has them decided on.
+class BlockScan {
+public:
+    BlockScan(size_t chunkTraits, Decisions &decisions)
+        : m_sums(chunkTraits * m_bins * blockMarkers), m_shortSums(m_sums.size()), m_decisions(decisions)
+    {
+    }
+
+    void scan(DosageBlock &block, Chunk &chunk);
+
+private:
+    void findMattering(const uint16_t *thousandths, const Chunk &chunk);
+    void decideAll(DosageBlock &block, const Chunk &chunk);
+    void decideOne(DosageBlock &block, const Chunk &chunk, size_t i);
+
+    const BinKernels &m_kernels = *kernelsInUse<BinKernels>;
+    const size_t m_bins = size_t(testgroups);
+    std::vector<double> m_sums;         // [phenotype][bin][marker]
+    std::vector<uint32_t> m_shortSums;  // likewise
+    std::vector<size_t> m_mattering;    // phenotypes of the chunk
+    Decisions &m_decisions;
+};
+}  // namespace
+
+// Finds the phenotypes to which some marker may matter.
+void BlockScan::findMattering(const uint16_t *thousandths, const Chunk &chunk)
+{
+    const size_t traits = chunk.traits.size();
+    std::fill_n(m_shortSums.begin(), traits * m_bins * blockMarkers, 0);
+    for (size_t tile = 0; tile < chunk.tiles.size(); ++tile) {
+        m_kernels.addThousandths(thousandths + tile * tileRows * blockMarkers, chunk.tiles[tile].members.data(), traits,
+                                 m_bins, m_shortSums.data());
+    }
+    m_mattering.clear();
+    for (size_t i = 0; i < traits; ++i) {
+        if (m_decisions.mayMatter(chunk.traits[i], &m_shortSums[i * m_bins * blockMarkers]))
+            m_mattering.push_back(i);
+    }
+}
+
+void BlockScan::decideAll(DosageBlock &block, const Chunk &chunk)
+{
+    const size_t traits = chunk.traits.size();
+    const double *const dosages = block.dosages();
+    std::fill_n(m_sums.begin(), traits * m_bins * blockMarkers, 0.0);
+    for (size_t tile = 0; tile < chunk.tiles.size(); ++tile) {
+        m_kernels.addTile(dosages + tile * tileRows * blockMarkers, chunk.tiles[tile].members.data(), traits, m_bins,
+                          m_sums.data());
+    }
+    for (size_t i = 0; i < traits; ++i)
+        m_decisions.decide(chunk.traits[i], block, &m_sums[i * m_bins * blockMarkers]);
+}
+
+void BlockScan::decideOne(DosageBlock &block, const Chunk &chunk, size_t i)
+{
+    const double *const dosages = block.dosages();
+    std::fill_n(m_sums.begin(), m_bins * blockMarkers, 0.0);
+    for (size_t tile = 0; tile < chunk.tiles.size(); ++tile) {
+        const TileMembers &members = chunk.tiles[tile];
+        m_kernels.addTile(dosages + tile * tileRows * blockMarkers, &members.members[members.starts[i]], 1, m_bins,
+                          m_sums.data());
+    }
+    m_decisions.decide(chunk.traits[i], block, m_sums.data());
+}
+
+// Where the thousandths tell that few phenotypes matter, the sums in the order and precision that the digits depend on
+// are formed for these only: a third of the time.
+void BlockScan::scan(DosageBlock &block, Chunk &chunk)
+{
+    constexpr size_t pause = 15;  // blocks without a guess after one that did not pay
+    if (!m_decisions.leavesOut() || !block.thousandths() || chunk.unguessedBlocks > 0) {
+        chunk.unguessedBlocks -= chunk.unguessedBlocks > 0;
+        return decideAll(block, chunk);
+    }
+    findMattering(block.thousandths(), chunk);
+    if (m_mattering.size() > chunk.traits.size() / 2 + 8) {
+        chunk.unguessedBlocks = pause;
+        return decideAll(block, chunk);
+    }
+    for (const size_t i : m_mattering)
+        decideOne(block, chunk, i);
 }
 
 // One pass over the genotypes for the phenotypes of the table.
 static void scanMarkers(DosageLines &lines, size_t individuals, Table &table, Decisions &decisions, Progress &progress)
 {
-    const BinKernels &kernels = *kernelsInUse<BinKernels>;
-    const size_t bins = size_t(testgroups);
-    std::vector<Block::Row> sums(table.chunks[0].traits.size() * bins);
-    Block block(individuals);
+    Genotypes genotypes(lines, individuals);
+    BlockScan scan(table.chunks[0].traits.size(), decisions);
     do {
-        readBlock(lines, block);
-        for (const Chunk &chunk : table.chunks) {
-            std::fill(sums.begin(), sums.end(), Block::Row());
-            for (size_t tile = 0; tile < chunk.members.size(); ++tile) {
-                kernels.addTile(block.rows[tile * tileRows].dosages, chunk.members[tile].data(), chunk.traits.size(),
-                                bins, sums[0].dosages);
-            }
-            for (size_t i = 0; i < chunk.traits.size(); ++i)
-                decisions.decide(chunk.traits[i], block, sums[i * bins].dosages);
-        }
-        if (block.isBroken)
+        genotypes.readBlock();
+        for (Chunk &chunk : table.chunks)
+            scan.scan(genotypes.block, chunk);
+        if (genotypes.isBroken)
             refuseMarker();
-        progress.advance(block.bytes);
-    } while (block.markers == blockMarkers);
+        progress.advance(genotypes.bytes);
+    } while (genotypes.block.markers() == blockMarkers);
 }
 
 // The bins are those of gwas.

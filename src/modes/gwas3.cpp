@@ -113,34 +113,57 @@ static PhenotypeTable readPhenotypes()
     return table;
 }
 
+// How many of each class there are.
+MORVEL_WIDE static std::array<uint16_t, classCount> countTile(std::span<const uint8_t> classes)
+{
+    std::array<uint16_t, classCount> counts = {};
+    for (const uint8_t group : classes) {
+        for (size_t k = 0; k < classCount; ++k)
+            counts[k] = uint16_t(counts[k] + (group == k));
+    }
+    return counts;
+}
+
+// Puts the individuals of a tile in the order of their classes.
+MORVEL_WIDE static void orderTile(std::span<const uint8_t> classes, const std::array<uint16_t, classCount> &counts,
+                                  uint16_t *order)
+{
+    constexpr unsigned placeBits = 16;
+    // Of each class, side by side: in a register, where in memory each would wait for the last one.
+    uint64_t nextPlaces = 0;
+    for (size_t k = 0, place = 0; k < classCount; ++k) {
+        place += counts[k];
+        nextPlaces |= uint64_t(place) << (k + 1) * placeBits;
+    }
+    for (size_t i = 0; i < classes.size(); ++i) {
+        const unsigned shift = classes[i] * placeBits;
+        order[uint16_t(nextPlaces >> shift)] = uint16_t(i);
+        nextPlaces += uint64_t(1) << shift;
+    }
+}
+
 // Puts the individuals of every tile in the order of their classes, and within a class in their own order:
-// the order of the additions.
+// the order of the additions. Those without a class come last.
 static void orderByClass(Marker &marker, size_t tileRows)
 {
     const size_t n = marker.classes.size();
     marker.order.resize(n);
     marker.orderCounts.clear();
     std::fill_n(marker.classCounts, classCount, 0.0);
-    marker.hasError = false;
-    static std::vector<uint16_t> lists[classCount + 1];
-    for (auto &list : lists)
-        list.resize(tileRows);
     for (size_t first = 0; first < n; first += tileRows) {
-        size_t counts[classCount + 1] = {};
-        const size_t size = std::min(tileRows, n - first);
-        for (size_t i = 0; i < size; ++i) {
-            const uint8_t group = marker.classes[first + i];
-            lists[group][counts[group]++] = uint16_t(i);
-        }
-        uint16_t *out = marker.order.data() + first;
-        auto &tileCounts = marker.orderCounts.emplace_back();
-        for (size_t k = 0; k < classCount; ++k) {
-            out = std::copy_n(lists[k].begin(), counts[k], out);
-            tileCounts[k] = uint16_t(counts[k]);
+        const std::span<const uint8_t> classes(&marker.classes[first], std::min(tileRows, n - first));
+        const auto &counts = marker.orderCounts.emplace_back(countTile(classes));
+        for (size_t k = 0; k < classCount; ++k)
             marker.classCounts[k] += double(counts[k]);
-        }
-        marker.hasError |= counts[classCount] > 0;
+        orderTile(classes, counts, marker.order.data() + first);
     }
+    marker.hasError = marker.classCounts[0] + marker.classCounts[1] + marker.classCounts[2] < double(n);
+}
+
+// Bit 0 of each of 8 bytes.
+static uint64_t lowestBits(uint64_t bytes)
+{
+    return (bytes & 0x0101010101010101) * 0x0102040810204080 >> 56;
 }
 
 // The members of class 1 and class 2 as bits. Bits of somebody without a class mean nothing.
@@ -149,10 +172,19 @@ static void packMembers(Marker &marker)
     const size_t n = marker.classes.size();
     marker.members1.assign((n + 63) / 64, 0);
     marker.members2.assign((n + 63) / 64, 0);
-    for (size_t i = 0; i < n; ++i) {
-        marker.members1[i / 64] |= uint64_t(marker.classes[i] & 1) << i % 64;
-        marker.members2[i / 64] |= uint64_t(marker.classes[i] >> 1 & 1) << i % 64;
+    const auto add = [&](size_t i, uint64_t classes) {
+        marker.members1[i / 64] |= lowestBits(classes) << i % 64;
+        marker.members2[i / 64] |= lowestBits(classes >> 1) << i % 64;
+    };
+    size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        uint64_t eight = 0;
+        for (size_t k = 0; k < 8; ++k)
+            eight |= uint64_t(marker.classes[i + k]) << 8 * k;
+        add(i, eight);
     }
+    for (; i < n; ++i)
+        add(i, marker.classes[i]);
 }
 
 namespace {
@@ -437,13 +469,14 @@ static void doFastGwas(const Decision &decision)
     }
     const ClassReader reader(Delim, hasLine ? line : "");
     FastScan scan(table, decision);
-    const MarkerLook look
-        = {MarkerLook::Content::Triplets, true, "class 0", int64_t(leadingColumns), 2, Delim.empty() ? ' ' : Delim[0]};
+    const MarkerLook look = {MarkerLook::Content::Triplets, true, "class 0", leadingColumns, 2};
+    const bool areWords = Delim == " " || Delim == "\t";
     int64_t rows = 0;
     for (; hasLine; hasLine = nextMarkerLine(in, line)) {
         Marker &marker = scan.next();
         marker.classes.resize(table.individuals);
-        lookAtMarker(line, look);
+        if (areWords)
+            lookAtMarker(line, look);
         if (!reader.read(line, name, marker.classes)) {
             scan.finishBatch();
             refuseMarker();

@@ -13,6 +13,7 @@
 #include "text/writer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -51,8 +52,8 @@ static bool headeryes;
 static std::vector<int> MapPos;    // base pairs
 static std::vector<double> MapCm;  // centimorgans at these positions
 
-// Memory that grows by blocks and never moves, so that no data is held twice. Whole blocks of this size and
-// alignment can be single pages of the processor, which saves a quarter of the time of a run.
+// Memory that grows by blocks and never moves, so that no data is held twice. Whole blocks of this size and alignment
+// can be single pages of the processor.
 static constexpr size_t hugePageSize = size_t(2) << 20;
 using Block = std::unique_ptr<char, decltype(&std::free)>;
 
@@ -67,36 +68,6 @@ static Block makeBlock(size_t size)
 }
 
 namespace {
-// The lines: copies or, of long ones, the memory that they were read into.
-class LineStore {
-public:
-    const char *add(std::string_view line, text::LineReader &in)
-    {
-        if (line.size() > hugePageSize) {
-            if (auto memory = in.handOver(line)) {
-                m_handedOver.push_back(std::move(memory));
-                return m_handedOver.back().get();
-            }
-        }
-        if (line.size() > m_left) {
-            m_left = std::max(line.size(), hugePageSize);
-            m_blocks.push_back(makeBlock(m_left));
-            m_next = m_blocks.back().get();
-        }
-        char *copy = m_next;
-        line.copy(copy, line.size());
-        m_next += line.size();
-        m_left -= line.size();
-        return copy;
-    }
-
-private:
-    std::vector<Block> m_blocks;
-    std::vector<text::LineReader::Memory> m_handedOver;
-    char *m_next = nullptr;
-    size_t m_left = 0;
-};
-
 struct Marker {
     const char *line;
     size_t size : 63;  // of the line
@@ -211,10 +182,53 @@ static double interpolate(int x, size_t k)
     return MapCm[k - 1] + ((MapCm[k] - MapCm[k - 1]) * d1) / (d2 + d1);
 }
 
-MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Markers &markers)
+namespace {
+// Finds the fields in two columns of a LineReader's line.
+class FieldFinder {
+public:
+    FieldFinder(std::string_view delimiter, size_t firstColumn, size_t secondColumn)
+        : m_delimiter(delimiter), m_columns{firstColumn, secondColumn}
+    {
+    }
+
+    // A line without one of them ends the run.
+    void find(std::string_view line, int64_t lineNumber, std::string_view (&fields)[2]) const
+    {
+        if (!findInBlock(line, fields)) [[unlikely]] {
+            for (size_t i = 0; i < 2; ++i)
+                fields[i] = requiredField(line, m_delimiter, m_columns[i], lineNumber);
+        }
+    }
+
+private:
+    // Both at once where they end among the first 64 bytes.
+    bool findInBlock(std::string_view line, std::string_view (&fields)[2]) const
+    {
+        if (m_delimiter.size() != 1)
+            return false;
+        uint64_t ends = text::firstBits(text::byteBits(line.data(), m_delimiter[0]), line.size());
+        ends |= line.size() < 64 ? uint64_t(1) << line.size() : 0;
+        if (size_t(std::popcount(ends)) < std::max(m_columns[0], m_columns[1]))
+            return false;
+        for (size_t i = 0; i < 2; ++i) {
+            uint64_t left = ends;
+            size_t first = 0;
+            for (size_t column = 1; column < m_columns[i]; ++column, left &= left - 1)
+                first = size_t(std::countr_zero(left)) + 1;
+            fields[i] = line.substr(first, size_t(std::countr_zero(left)) - first);
+        }
+        return true;
+    }
+
+    std::string_view m_delimiter;
+    size_t m_columns[2];
+};
+}  // namespace
+
+MORVEL_WIDE static void readMarkers(text::LineReader &in, Markers &markers)
 {
     const std::string delimiter = Delim;
-    const size_t positionColumn = poscolumn, valueColumn = pcolumn;
+    const FieldFinder finder(delimiter, poscolumn, pcolumn);
     IntervalFinder intervals;
     Progress progress(filename);
     std::string_view line;
@@ -226,8 +240,10 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
         ++lineNumber;
         if (line.empty())
             continue;
-        const int position = text::readInteger(requiredField(line, delimiter, positionColumn, lineNumber));
-        const double pValue = text::readMostlyDecimal(requiredField(line, delimiter, valueColumn, lineNumber));
+        std::string_view fields[2];
+        finder.find(line, lineNumber, fields);
+        const int position = text::readMostlyDigits(fields[0]);
+        const double pValue = text::readMostlyDecimal(fields[1]);
         if (position < last) [[unlikely]] {
             firstFall = fallCount++ == 0 ? lineNumber : firstFall;
         }
@@ -235,7 +251,7 @@ MORVEL_WIDE static void readMarkers(text::LineReader &in, LineStore &store, Mark
         const size_t k = intervals.find(position);
         // Unmapped markers take part in distances as -1.
         const double cM = k == 0 ? -1 : interpolate(position, k);
-        markers.add({store.add(line, in), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
+        markers.add({line.data(), line.size() & ~size_t(0) >> 1, k == 0, cM, pValue});
     }
     if (fallCount > 0)
         addDataHint("positions fall " + std::to_string(fallCount) + " times, first in line " + std::to_string(firstFall)
@@ -278,6 +294,19 @@ static bool prunePairs(Markers &markers, text::Writer &removed)
     return remove;
 }
 
+// Lines that follow each other in memory, with a line break between them, are written together.
+static void writeKept(Markers &markers, text::Writer &out)
+{
+    for (size_t i = 0; i < markers.size();) {
+        const char *const first = markers[i].line;
+        const char *end = first + markers[i].size;
+        while (++i < markers.size() && markers[i].line == end + 1)
+            end = markers[i].line + markers[i].size;
+        out.put(std::string_view(first, size_t(end - first)));
+        out.put('\n');
+    }
+}
+
 static void ldPrune()
 {
     text::Writer removed, out;
@@ -288,16 +317,13 @@ static void ldPrune()
     if (!in.open(filename) || !map.open(mapname) || !out.open(outname))
         quit();
     readMap(map);
-    LineStore store;
     Markers markers;
-    readMarkers(in, store, markers);
+    in.keepLines();
+    readMarkers(in, markers);
     // On purpose a last pair that was kept ends the pruning, whatever was pruned before it in the same pass.
     while (markers.size() >= 2 && prunePairs(markers, removed)) {
     }
-    for (size_t i = 0; i < markers.size(); ++i) {
-        out.put(markers[i].text());
-        out.put('\n');
-    }
+    writeKept(markers, out);
     out.close();
     removed.close();
 }

@@ -220,7 +220,7 @@ LongNumber longLogarithmOf(uint64_t mantissa, int exponent, size_t limbs)
 {
     const bool isNearTwo = mantissa > one + one / 2;  // below 1 then, for few terms near x = 1
     const uint64_t unit = isNearTwo ? 2 * one : one;
-    const auto rest = longLogarithm(isNearTwo ? unit - mantissa : mantissa - unit, mantissa + unit, limbs);
+    auto rest = longLogarithm(isNearTwo ? unit - mantissa : mantissa - unit, mantissa + unit, limbs);
     exponent += isNearTwo;
     if (exponent == 0)
         return rest;

@@ -111,11 +111,11 @@ static std::vector<double> dosagesOf(std::string_view line, bool hasTriplets)
         line = {converted.data(), size};
     }
     const size_t words = countWords(line);
-    std::vector<double> dosages(words > leadingColumns ? words - leadingColumns : 0);
+    DosageReader reader(words > leadingColumns ? words - leadingColumns : 0);
     std::string_view name;
-    if (readDosages(line, name, dosages) != words || dosages.empty())
+    if (reader.read(line, name) != words || reader.values().empty())
         refuseMarker();
-    return dosages;
+    return reader.values();
 }
 
 static FittedLine lineOf(const Fit &fit)

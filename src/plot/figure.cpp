@@ -97,7 +97,7 @@ void Figure::beginPanel(const Box &box, const Axis &x, const Axis &y, bool hasFr
 
 std::string Figure::addData(std::string_view rows)
 {
-    const std::string name = "$data" + std::to_string(++m_dataCount);
+    std::string name = "$data" + std::to_string(++m_dataCount);
     m_data += name + " << END\n";
     m_data += rows;
     m_data += "END\n";

@@ -157,7 +157,7 @@ static std::string runGnuplot(const std::string &script)
     lseek(input, 0, SEEK_SET);
     const Process process = startGnuplot(input, errors);
     close(input);
-    const std::string picture = readAll(process.output);
+    std::string picture = readAll(process.output);
     int status = 0;
     while (waitpid(process.id, &status, 0) < 0 && errno == EINTR) {
     }

@@ -398,6 +398,7 @@ static void report()
                                             "removals",
                                             "kept by pruning",
                                             "removed by pruning"};
+    rows.reserve(findings.size());
     for (const Finding &finding : findings)
         rows.push_back({finding.file, kinds[size_t(finding.kind)]});
     page.table("Files looked at", {"File", "Content"}, rows);

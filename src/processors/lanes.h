@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-// A register as a vector of lanes, and the same lanes as bits.
+// A register as a vector of lanes, and the same lanes as bits; of 16 bits, two of them as one lane.
 template <class Number, size_t bytes>
 struct Lanes;
 #define MORVEL_LANES(Number, Integer, size)                                                                            \
@@ -22,6 +22,9 @@ MORVEL_LANES(double, uint64_t, 64);
 MORVEL_LANES(float, int32_t, 16);
 MORVEL_LANES(float, int32_t, 32);
 MORVEL_LANES(float, int32_t, 64);
+MORVEL_LANES(uint16_t, uint32_t, 16);
+MORVEL_LANES(uint16_t, uint32_t, 32);
+MORVEL_LANES(uint16_t, uint32_t, 64);
 #undef MORVEL_LANES
 
 // For what is inlined into the entry points, each compiled for its processors.

@@ -27,6 +27,67 @@ MORVEL_INLINE void addTile(const double *rows, const uint8_t *members, size_t bi
     }
 }
 
+template <size_t bytes>
+MORVEL_INLINE void addThousandths(const uint16_t *rows, const uint8_t *members, size_t bins, uint32_t *sums)
+{
+    using Short = typename Lanes<uint16_t, bytes>::Real;
+    using Pair = typename Lanes<uint16_t, bytes>::Bits;
+    constexpr size_t lanes = bytes / sizeof(uint16_t), registers = blockMarkers / lanes;
+    constexpr ptrdiff_t mostMembers = 2 * (65535 / mostThousandths);  // whose sums fit both chains of lanes
+    for (size_t k = 0; k < bins; ++k, sums += blockMarkers) {
+        const uint8_t *member = members + 1, *const end = member + *members;
+        members = end;
+        Pair even[registers], odd[registers];
+        for (size_t i = 0; i < registers; ++i) {
+            even[i] = load<Pair>(sums + 2 * i * lanes / 2);
+            odd[i] = load<Pair>(sums + (2 * i + 1) * lanes / 2);
+        }
+        while (member != end) {
+            const uint8_t *const stop = end - member > mostMembers ? member + mostMembers : end;
+            Short first[registers] = {}, second[registers] = {};
+            for (; stop - member >= 2; member += 2) {
+                for (size_t i = 0; i < registers; ++i) {
+                    first[i] += load<Short>(rows + member[0] * blockMarkers + i * lanes);
+                    second[i] += load<Short>(rows + member[1] * blockMarkers + i * lanes);
+                }
+            }
+            if (member != stop) {
+                for (size_t i = 0; i < registers; ++i)
+                    first[i] += load<Short>(rows + *member * blockMarkers + i * lanes);
+                ++member;
+            }
+            for (size_t i = 0; i < registers; ++i) {
+                even[i] += ((Pair)first[i] & 0xffff) + ((Pair)second[i] & 0xffff);
+                odd[i] += ((Pair)first[i] >> 16) + ((Pair)second[i] >> 16);
+            }
+        }
+        for (size_t i = 0; i < registers; ++i) {
+            store(sums + 2 * i * lanes / 2, even[i]);
+            store(sums + (2 * i + 1) * lanes / 2, odd[i]);
+        }
+    }
+}
+
+template <size_t bytes>
+MORVEL_INLINE bool reaches(const float *weights, size_t bins, float limit, const uint32_t *sums)
+{
+    using Real = typename Lanes<float, bytes>::Real;
+    using Bits = typename Lanes<float, bytes>::Bits;
+    constexpr size_t lanes = bytes / sizeof(float);
+    Bits isFound = {};
+    for (size_t lane = 0; lane < blockMarkers; lane += lanes) {
+        Real slope = {};
+        for (size_t k = 0; k < bins; ++k)
+            slope += weights[k] * __builtin_convertvector(load<Bits>(sums + k * blockMarkers + lane), Real);
+        isFound |= ~((slope < limit) & (slope > -limit));
+    }
+    uint64_t words[bytes / sizeof(uint64_t)], found = 0;  // fewer than the lanes
+    store(words, isFound);
+    for (const uint64_t word : words)
+        found |= word;
+    return found != 0;
+}
+
 // The steps of fitLine().
 template <size_t bytes>
 MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, double *sums, double *slopes,
@@ -88,6 +149,15 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
     {                                                                                                                  \
         addTile<bytes>(rows, members, phenotypes * bins, sums);                                                        \
     }                                                                                                                  \
+    target static void addThousandths##name(const uint16_t *rows, const uint8_t *members, size_t phenotypes,           \
+                                            size_t bins, uint32_t *sums)                                               \
+    {                                                                                                                  \
+        addThousandths<bytes>(rows, members, phenotypes * bins, sums);                                                 \
+    }                                                                                                                  \
+    target static bool reaches##name(const float *weights, size_t bins, float limit, const uint32_t *sums)             \
+    {                                                                                                                  \
+        return reaches<bytes>(weights, bins, limit, sums);                                                             \
+    }                                                                                                                  \
     target static bool fitBlock##name(const BinPoints &points, double least, double most, double *sums,                \
                                       double *slopes, double *r2s)                                                     \
     {                                                                                                                  \
@@ -96,7 +166,8 @@ MORVEL_INLINE bool fitBlock(const BinPoints &points, double least, double most, 
 
 MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-#define MORVEL_ROW(name, bytes, target) {#name, supports##name, addTile##name, fitBlock##name},
+#define MORVEL_ROW(name, bytes, target)                                                                                \
+    {#name, supports##name, addTile##name, addThousandths##name, reaches##name, fitBlock##name},
 static const BinKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
 std::span<const BinKernels> BinKernels::all()

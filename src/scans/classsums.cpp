@@ -2,6 +2,18 @@
 #include "processors/lanes.h"
 
 #include <algorithm>
+#include <utility>
+
+#if defined(MORVEL_WIDE_KERNELS)
+#include <immintrin.h>
+#endif
+
+// One by one: in a loop the compiler takes some of them through memory, which costs a fifth of the time.
+template <class Register, size_t registers, size_t... indices>
+MORVEL_INLINE void storeEach(double *to, const Register (&from)[registers], std::index_sequence<indices...>)
+{
+    (store(to + indices * sizeof(Register) / sizeof(double), from[indices]), ...);
+}
 
 // `registers` side by side keep the adders busy while each waits for its own last sum.
 template <size_t bytes, size_t registers>
@@ -19,8 +31,7 @@ MORVEL_INLINE void addColumns(const double *rows, size_t width, const uint16_t *
             for (size_t i = 0; i < registers; ++i)
                 sum[i] += load<Real>(row + i * lanes);
         }
-        for (size_t i = 0; i < registers; ++i)
-            store(sums + i * lanes, sum[i]);
+        storeEach(sums, sum, std::make_index_sequence<registers>());
     }
 }
 
@@ -70,6 +81,14 @@ MORVEL_INLINE void countBitsOfBytes(Bits &bits)
     bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
 }
 
+// Whole numbers below 2^52: the bits of 2^52 and such a number are those of their sum.
+template <class Bits>
+MORVEL_INLINE auto realOf(const Bits &bits)
+{
+    using Real = typename Lanes<double, sizeof(Bits)>::Real;
+    return (Real)(bits | 0x4330000000000000) - 0x1p52;
+}
+
 // Replaces every lane by the sum of its bytes, as a real number.
 template <class Bits, class Real>
 MORVEL_INLINE void sumBytes(Bits &bits, Real &sum)
@@ -77,9 +96,7 @@ MORVEL_INLINE void sumBytes(Bits &bits, Real &sum)
     bits = (bits & 0x00ff00ff00ff00ff) + ((bits >> 8) & 0x00ff00ff00ff00ff);
     bits = (bits & 0x0000ffff0000ffff) + ((bits >> 16) & 0x0000ffff0000ffff);
     bits = (bits & 0xffffffff) + (bits >> 32);
-    // The bits of 2^52 and a number below it are those of their sum.
-    bits |= 0x4330000000000000;
-    sum += (Real)bits - 0x1p52;
+    sum += realOf(bits);
 }
 
 template <size_t bytes>
@@ -112,6 +129,34 @@ MORVEL_INLINE void countPresent(const uint64_t *present, const double *presentCo
         store(counts + 2 * groupLanes + lane, count2);
     }
 }
+
+#if defined(MORVEL_WIDE_KERNELS)
+// Where the processor counts the bits of a lane by itself: a quarter of the time.
+#define MORVEL_COUNTING __attribute__((target("avx512f,avx512bw,avx512vl,avx512vpopcntdq,bmi,bmi2,popcnt")))
+MORVEL_COUNTING static void countPresentCounting(const uint64_t *present, const double *presentCounts,
+                                                 const uint64_t *class1, const uint64_t *class2, size_t words,
+                                                 double *counts)
+{
+    static_assert(groupLanes == 8);
+    using Real = Lanes<double, 64>::Real;
+    using Bits = Lanes<double, 64>::Bits;
+    Bits sum1 = {}, sum2 = {};
+    for (size_t word = 0; word < words; ++word) {
+        const auto values = load<Bits>(present + word * groupLanes);
+        sum1 += (Bits)_mm512_popcnt_epi64((__m512i)(values & class1[word]));
+        sum2 += (Bits)_mm512_popcnt_epi64((__m512i)(values & class2[word]));
+    }
+    const Real count1 = realOf(sum1), count2 = realOf(sum2);
+    store<Real>(counts, load<Real>(presentCounts) - count1 - count2);
+    store(counts + groupLanes, count1);
+    store(counts + 2 * groupLanes, count2);
+}
+
+static bool supportsCounting()
+{
+    return supportsAvx512() && __builtin_cpu_supports("avx512vpopcntdq") > 0;
+}
+#endif
 
 // The steps of fitLine() for the points x = 1, 2, 3.
 template <size_t bytes>
@@ -179,7 +224,12 @@ MORVEL_INLINE void fitGroup(const double *sums, size_t width, const double *coun
 MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
 #define MORVEL_ROW(name, bytes, target) {#name, supports##name, addRows##name, countPresent##name, fitGroup##name},
-static const ScanKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
+static const ScanKernels kernels[] = {
+    MORVEL_FOR_PROCESSORS(MORVEL_ROW)
+#if defined(MORVEL_WIDE_KERNELS)
+        {"Counting", supportsCounting, addRowsAvx512, countPresentCounting, fitGroupAvx512},
+#endif
+};
 
 std::span<const ScanKernels> ScanKernels::all()
 {

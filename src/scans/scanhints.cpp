@@ -129,8 +129,9 @@ void explainIndividuals(size_t values, size_t columns, bool hasTriplets)
     // With a header line or without.
     const auto isOf = [lines](size_t count) { return count > 1 && (lines == count || lines == count + 1); };
     if (individuals == 0)
-        text += hasTriplets ? "; -delim parts the fields of the genotype file too"
-                            : "; are the fields of the genotype file parted by blanks?";
+        text += hasTriplets
+                    ? "; -delim parts the fields of the genotype file too"
+                    : "; are the fields of the genotype file parted by blanks, and is its first line a marker's?";
     else if (values == 0)
         text += "; only one field: is -delim right?";
     else if (!hasTriplets && numbers == 3 * values)

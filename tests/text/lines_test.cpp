@@ -20,8 +20,6 @@ static Texts linesOf(const std::string &path, size_t block)
     std::string_view line;
     while (in.next(line)) {
         lines.emplace_back(line);
-        if (const auto memory = in.handOver(line))
-            lines.back().assign(memory.get(), line.size());
         if (!in.atEnd())
             lines.back() += '|';
     }
@@ -49,6 +47,31 @@ TEST(LineReader, EndsLinesAndTheFileWhateverTheBlock)
         folder.write("in", row.bytes);
         for (const size_t block : {1, 2, 7, 4096})
             EXPECT_EQ(linesOf(folder.path("in"), block), row.lines) << row.name << ", block " << block;
+    }
+}
+
+// Lines of all sizes, also some that make the memory grow while others are kept.
+TEST(LineReader, KeepsLines)
+{
+    std::mt19937 random(1);
+    std::string bytes;
+    while (bytes.size() < 20000000)
+        bytes += std::string(random() % (random() % 50 ? 100000 : 6000000), char('a' + random() % 26)) + (random() % 2 ? "\n" : "\r\n");
+    const Folder folder;
+    folder.write("in", bytes);
+    for (const size_t block : {4000, 300000}) {
+        text::LineReader in;
+        ASSERT_TRUE(in.open(folder.path("in"), block));
+        in.keepLines();
+        std::vector<std::string_view> lines;
+        for (std::string_view line; in.next(line);)
+            lines.push_back(line);
+        size_t at = 0;
+        for (const std::string_view line : lines) {
+            ASSERT_TRUE(bytes.compare(at, line.size(), line) == 0);
+            at = bytes.find('\n', at) + 1;
+        }
+        EXPECT_EQ(at, bytes.size());
     }
 }
 

@@ -141,6 +141,7 @@ TEST(ReadThousandths, AgreesWithReadRealOrDeclines)
                 field += bytes[rest % bytes.size()];
             const std::string behind = field + std::string(8, bytes[n % bytes.size()]);
             ASSERT_EQ(text::readMostlyDecimal({behind.data(), size}), text::readReal(field).value) << field;
+            ASSERT_EQ(text::readMostlyDigits({behind.data(), size}), text::readInteger(field)) << field;
             const int thousandths = text::readThousandths(behind.data(), size);
             if (thousandths < 0)
                 continue;
@@ -163,4 +164,6 @@ TEST(ReadInteger, TakesWholeFieldsOf32Bits)
                  {"2.5", 0}, {"1e3", 0}, {"12abc", 0}, {"", 0}, {"-", 0}, {"+-1", 0}, {"0x1", 0}, {"1 2", 0}};
     for (const auto &row : cases)
         EXPECT_EQ(text::readInteger(row.field), row.value) << row.field;
+    EXPECT_EQ(text::readMostlyDigits("12345678"), 12345678);
+    EXPECT_EQ(text::readMostlyDigits("123456789"), 123456789);
 }

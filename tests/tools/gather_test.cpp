@@ -11,7 +11,9 @@
 #include <gmock/gmock.h>
 #include <sstream>
 
+namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
+using std::to_string;
 
 static Words wordsOf(const std::string &text)
 {
@@ -31,9 +33,9 @@ static Result gather(const Folder &folder, const Words &words, const std::string
 static Result runPart(const Folder &folder, size_t part, size_t count, const std::string &options,
                       const std::string &inputs = "", const std::string &shell = "")
 {
-    Words words = wordsOf("run -part " + std::to_string(part) + " -of " + std::to_string(count) + " " + inputs + " --");
+    Words words = wordsOf("run -part " + to_string(part) + " -of " + to_string(count) + " " + inputs + " --");
     words.push_back(std::getenv("MORVEL_PROGRAM"));
-    for (const std::string &word : wordsOf(options + " -out part." + std::to_string(part)))
+    for (const std::string &word : wordsOf(options + " -out part." + to_string(part)))
         words.push_back(word);
     return gather(folder, words, shell);
 }
@@ -64,7 +66,7 @@ static std::string markers(uint64_t seed, size_t count, const std::vector<std::s
             data += " " + kinds[random.below(kinds.size())];
         if (i % 4 == 1)
             same = data;
-        return "1 rs" + std::to_string(i) + " " + std::to_string(100 * i) + " A " + std::string(1 + i % 3 * 5, 'G')
+        return "1 rs" + to_string(i) + " " + to_string(100 * i) + " A " + std::string(1 + i % 3 * 5, 'G')
             + (i % 4 == 3 ? same : data) + (i + 1 == count ? "" : i % 5 == 2 ? "\r\n" : i % 5 == 3 ? "\n\n" : "\n");
     });
 }
@@ -73,9 +75,9 @@ static std::string phenotypes(uint64_t seed, bool areCases)
 {
     RandomText random(seed);
     return repeated(smallCount, [&](size_t i) {
-        std::string line = "ph\t" + std::to_string(i);
+        std::string line = "ph\t" + to_string(i);
         for (size_t k = 0; k < people; ++k) {
-            const std::string number = areCases ? std::to_string(1 + random.below(2)) : std::to_string(random.below(50));
+            const std::string number = areCases ? to_string(1 + random.below(2)) : to_string(random.below(50));
             line += i == 5 || random.oneIn(8) ? " NA" : " " + number;
         }
         return line + "\n";
@@ -88,8 +90,9 @@ static std::string results(uint64_t seed)
     RandomText random(seed);
     return "chr pos p\n" + repeated(90, [&](size_t i) {
         const std::string label = i < 40 ? "1" : i == 40 ? "2" : i < 89 ? "X" : "Y";
-        return label + " " + std::to_string(1000 * (i + 1)) + " "
-            + (random.oneIn(9) && i < 89 ? "NA" : "1e-" + std::to_string(random.below(12))) + (i % 7 == 3 ? "\n\n" : "\n");
+        return label + " " + to_string(1000 * (i + 1)) + " "
+            + (random.oneIn(9) && i < 89 ? "NA" : "1e-" + to_string(random.below(12)))
+            + (i % 7 == 3 ? "\n\n" : "\n");
     });
 }
 
@@ -97,9 +100,9 @@ static std::string samples(uint64_t seed, size_t count)
 {
     RandomText random(seed);
     return "name\ta\tb\tc\n" + repeated(count, [&](size_t i) {
-        std::string line = "sample " + std::to_string(i);
+        std::string line = "sample " + to_string(i);
         for (size_t k = 0; k < 3; ++k)
-            line += "\t0." + std::to_string(random.below(1000));
+            line += "\t0." + to_string(random.below(1000));
         return line + "\n";
     });
 }
@@ -141,7 +144,8 @@ static const char *const splitRuns[] = {
 static void expectJoinedAsWhole(const Folder &folder, const std::string &options, size_t count,
                                 const std::string &inputs = "", const std::string &wholeOptions = "")
 {
-    ASSERT_EQ(folder.run(wordsOf((wholeOptions.empty() ? options : wholeOptions) + " -out whole")).status, 0) << options;
+    const std::string &all = wholeOptions.empty() ? options : wholeOptions;
+    ASSERT_EQ(folder.run(wordsOf(all + " -out whole")).status, 0) << options;
     for (size_t part = 1; part <= count; ++part)
         ASSERT_EQ(runPart(folder, part, count, options, inputs).errors, "") << options << ", part " << part;
     ASSERT_EQ(join(folder).errors, "") << options << ", parts: " << count;
@@ -212,9 +216,10 @@ TEST(Gather, HasTheChromosomesOfLdpruneOneBehindTheOther)
     folder.write("map", "position rate cM\n1 1 0\n90000 1 9\n");
     std::string kept, removed;
     for (size_t part = 1; part <= 3; ++part) {
-        const std::string file = "chr" + std::to_string(part);
+        const std::string file = "chr" + to_string(part);
         folder.write(file, results(part));
-        const std::string options = "-M ldprune -map map -delim space -poscolumn 2 -pcolumn 3 -threshold 0.15 -file " + file;
+        const std::string options
+            = "-M ldprune -map map -delim space -poscolumn 2 -pcolumn 3 -threshold 0.15 -file " + file;
         ASSERT_EQ(folder.run(wordsOf(options + " -out own")).status, 0);
         kept += folder.read("own");
         removed += folder.read("own.removed");
@@ -240,7 +245,7 @@ TEST(Gather, SummariesOfPartsBecomeThatOfAllMarkers)
                 const double level = random.oneIn(5) ? double(random.below(9)) : 9 * double(random.below(1000)) / 1000;
                 const double squaredT = random.oneIn(20) ? NAN : level * (1 + 4e-13 * double(random.below(6)));
                 const double slope = double(random.below(9)), freedom = double(100 - random.below(kinds));
-                const std::string marker = "m" + std::to_string(random.below(1000000));
+                const std::string marker = "m" + to_string(random.below(1000000));
                 for (TraitSummary *summary : {&whole, &own})
                     summary->add(slope, squaredT, freedom, marker, significance);
             }
@@ -271,7 +276,7 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
         for (const char *side : {"", ".stats", ".tallies", ".part"})
             folder.write(to + side, folder.read(from + side));
     };
-    const auto edit = [](const Folder &folder, const std::string &name, const std::string &from, const std::string &to) {
+    const auto edit = [](const Folder &folder, const char *name, const std::string &from, const char *to) {
         std::string bytes = folder.read(name);
         folder.write(name, bytes.replace(bytes.find(from), from.size(), to));
     };
@@ -279,8 +284,8 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
         const char *words;  // of the message
         std::function<void(const Folder &)> change;
     } cases[] = {
-        {"Part 2 is missing: there is no 'part.2.part'", [](auto &f) { std::filesystem::remove(f.path("part.2.part")); }},
-        {"Part 1 is missing", [](auto &f) { std::filesystem::remove(f.path("part.1.part")); }},
+        {"Part 2 is missing: there is no 'part.2.part'", [](auto &f) { fs::remove(f.path("part.2.part")); }},
+        {"Part 1 is missing", [](auto &f) { fs::remove(f.path("part.1.part")); }},
         {"'part.3' is part 2 of 3, where part 3 should be", [&](auto &f) { move(f, "part.2", "part.3"); }},
         {"'part.1' is part 3 of 3, where part 1 should be", [&](auto &f) { move(f, "part.3", "part.1"); }},
         {"Part 2, 'part.2', is one of 4 parts, part 1 one of 3", [&](auto &f) { runPart(f, 2, 4, scan); }},
@@ -303,13 +308,15 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
              runPart(f, 3, 3, "-M regscan1 -pfile pheno -gfile gen2 -statlimit 1");
          }},
         {"'part.2.stats' of part 2 has ", [](auto &f) { f.write("part.2.stats", "cut"); }},
-        {"Part 3 is missing its file 'part.3'", [](auto &f) { std::filesystem::remove(f.path("part.3")); }},
+        {"Part 3 is missing its file 'part.3'", [](auto &f) { fs::remove(f.path("part.3")); }},
         {"'part.2.part' is no record of a part, or damaged",
          [](auto &f) { f.write("part.2.part", f.read("part.2.part").substr(0, 200)); }},
         {"Part 2 does not begin where part 1 ends", [&](auto &f) { edit(f, "part.2.part", "from 0 ", "from 0 1"); }},
-        {"begin with 33 columns, those of part 1 with 32", [&](auto &f) { edit(f, "part.2.part", "columns 32", "columns 33"); }},
+        {"begin with 33 columns, those of part 1 with 32",
+         [&](auto &f) { edit(f, "part.2.part", "columns 32", "columns 33"); }},
         // Of the same sizes, as no run leaves them.
-        {"'part.3.stats' has other phenotypes than part 1", [&](auto &f) { edit(f, "part.3.stats", "ph\t3", "ph\t4"); }},
+        {"'part.3.stats' has other phenotypes than part 1",
+         [&](auto &f) { edit(f, "part.3.stats", "ph\t3", "ph\t4"); }},
         {"'part.3.tallies' is damaged", [&](auto &f) { edit(f, "part.3.tallies", " ", "x"); }},
         {"'part.2' has another header than part 1", [&](auto &f) { edit(f, "part.2", "Pheno", "pheno"); }},
         {"'part.2' ends before it should", [&](auto &f) { edit(f, "part.2.stats", "\t4\t4\t", "\t4\t9\t"); }},
@@ -320,10 +327,10 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
         ASSERT_EQ(runPart(whole, part, 3, scan).errors, "");
     for (const auto &row : cases) {
         const Folder folder;
-        std::filesystem::copy(whole.path("."), folder.path("."),
-                              std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+        fs::copy(whole.path("."), folder.path("."),
+                              fs::copy_options::recursive | fs::copy_options::overwrite_existing);
         for (const char *name : {"gen", "pheno"})
-            std::filesystem::last_write_time(folder.path(name), std::filesystem::last_write_time(whole.path(name)));
+            fs::last_write_time(folder.path(name), fs::last_write_time(whole.path(name)));
         row.change(folder);
         folder.write("joined", "before");
         const Result result = join(folder);
@@ -402,9 +409,9 @@ TEST(Gather, LosesNothingWhereAResultCannotBeWritten)
         EXPECT_EQ(folder.files(), before) << row.out;
     }
     // Compressed, and by a link.
-    std::filesystem::create_symlink("joined", folder.path("link"));
+    fs::create_symlink("joined", folder.path("link"));
     EXPECT_EQ(gather(folder, {"join", "-parts", "part.%", "-out", "link"}).errors, "");
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+    EXPECT_TRUE(fs::is_symlink(folder.path("link")));
     EXPECT_EQ(folder.read("joined"), folder.read("part.1") + folder.read("part.2"));
     EXPECT_EQ(gather(folder, {"join", "-parts", "part.%", "-out", "joined.gz"}).errors, "");
     ASSERT_EQ(folder.run(wordsOf("-M gentoAD -file gen -out whole.gz")).status, 0);

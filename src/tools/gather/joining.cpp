@@ -157,14 +157,6 @@ static string_view traitOf(string_view row, size_t columns, const std::string &f
     return row.substr(0, columnFromEnd(row, 5, columns, file));
 }
 
-static void joinHits(PartLines &hits, size_t i, string_view count, text::Writer &out)
-{
-    for (int64_t row = countIn(count, hits.name(i)); row > 0; --row) {
-        out.put(hits.take(i));
-        out.put('\n');
-    }
-}
-
 // Phenotype by phenotype: the hits of all parts, and a row of what they found together.
 void joinRegressions(const Parts &parts, text::Writer &hitFile, text::Writer &statisticsFile)
 {
@@ -184,12 +176,13 @@ void joinRegressions(const Parts &parts, text::Writer &hitFile, text::Writer &st
             if (!isScanned)
                 continue;
             const string_view count = fieldAtPlace(row, columnFromEnd(row, 6, columns, statistics.name(i)));
-            summary.counts.hits += countIn(count, statistics.name(i));
+            const int64_t found = countIn(count, statistics.name(i));
+            summary.counts.hits += found;
             text::ExactNumbers tally(tallies.take(i));
             string_view number;
             if (!tally.nextWord(number) || !summary.addWritten(tally, significance))
                 refusePart(tallies.name(i), "is damaged");
-            joinHits(hits, i, count, hitFile);
+            hits.copy(i, found, hitFile);
         }
         statisticsFile.put(trait);
         if (isScanned)

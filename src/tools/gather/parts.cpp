@@ -135,6 +135,24 @@ string_view PartLines::take(size_t i)
     return line;
 }
 
+// What follows a line within the block is written in one piece with it.
+void PartLines::copy(size_t i, int64_t lines, text::Writer &out)
+{
+    while (lines > 0) {
+        out.put(take(i));
+        out.put('\n');
+        --lines;
+        string_view line;
+        const char *first = nullptr, *end = nullptr;
+        for (; lines > 0 && m_files[i].nextInBlock(line); --lines) {
+            first = first ? first : line.data();
+            end = line.data() + line.size() + 1;
+        }
+        if (first)
+            out.put(string_view(first, size_t(end - first)));
+    }
+}
+
 std::string PartLines::takeHeader()
 {
     std::string header;

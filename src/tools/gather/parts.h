@@ -42,6 +42,8 @@ public:
     const std::string &name(size_t i) const { return m_names[i]; }
     // The next line as it stands, valid until the next call for this part; a missing one ends the run.
     std::string_view take(size_t i);
+    // Writes as many lines of the part with their line ends.
+    void copy(size_t i, int64_t lines, text::Writer &out);
     bool next(size_t i, std::string_view &line) { return m_files[i].next(line); }
     // The first line of every part, which must be the same; nothing where no part has any.
     std::string takeHeader();
