@@ -72,6 +72,7 @@ struct CloseFile {
 };
 }  // namespace
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
+using Memory = std::unique_ptr<char, decltype(&std::free)>;
 
 static void readTest3()
 {
@@ -130,12 +131,12 @@ static void readTest4()
         std::fputs("File error", stderr);
         quit();
     }
-    const text::LineReader::Memory block(static_cast<char *>(std::malloc(readBytes)));
+    const Memory block(static_cast<char *>(std::malloc(readBytes)), std::free);
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
     }
-    const text::LineReader::Memory work(static_cast<char *>(std::malloc(workSize)));
+    const Memory work(static_cast<char *>(std::malloc(workSize)), std::free);
     if (!work) {
         std::fputs("Memory error2", stderr);
         quit();
