@@ -72,6 +72,7 @@ struct CloseFile {
 };
 }  // namespace
 using StandardFile = std::unique_ptr<std::FILE, CloseFile>;
+using Memory = std::unique_ptr<char, decltype(&std::free)>;
 
 static void readTest3()
 {
@@ -120,12 +121,6 @@ static long seek(int file, long offset, int from)
     return long(place);
 }
 
-// Null where there is no memory.
-static std::unique_ptr<char, decltype(&std::free)> tryToAllocate(size_t size)
-{
-    return {static_cast<char *>(std::malloc(size)), std::free};
-}
-
 static void readTest4()
 {
     constexpr size_t readBytes = 3200000;
@@ -136,12 +131,12 @@ static void readTest4()
         std::fputs("File error", stderr);
         quit();
     }
-    const auto block = tryToAllocate(readBytes);
+    const Memory block(static_cast<char *>(std::malloc(readBytes)), std::free);
     if (!block) {
         std::fputs("Memory error1", stderr);
         quit();
     }
-    const auto work = tryToAllocate(workSize);
+    const Memory work(static_cast<char *>(std::malloc(workSize)), std::free);
     if (!work) {
         std::fputs("Memory error2", stderr);
         quit();

@@ -95,7 +95,7 @@ bool Sieve::isOut(const int16_t *thousandths, double most) const
 
 // One pass over the dosage file for one phenotype.
 static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> &bins, const Decision &decision,
-                           size_t individuals, BinScanFiles &files, Progress &progress)
+                           size_t columns, size_t individuals, BinScanFiles &files, Progress &progress)
 {
     const std::vector<double> x = binPositions(bins);
     const Sieve sieve(bins, x, individuals, decision);
@@ -106,7 +106,7 @@ static Summary scanMarkers(const std::string &phenotype, const std::vector<Bin> 
     std::string_view line, marker;
     while (nextMarkerLine(files.genotypes, line)) {
         lookAtMarker(line, look);
-        if (dosages.read(line, marker) != leadingColumns + individuals)
+        if (dosages.read(line, marker) != columns)
             refuseMarker();
         progress.advance(line.size());
         if (dosages.thousandths() && sieve.isOut(dosages.thousandths(), summary.absMaxSlope))
@@ -145,7 +145,7 @@ static void universal(const BinScan &scan)
         if (hasBins(phenotype.p2List)) {
             const std::vector<Bin> bins = fillBins(findBins(scan.bins, phenotype.p2List), phenotype.values);
             lookAtBins(phenotype.name, phenotype.values, bins);
-            summary = scanMarkers(phenotype.name, bins, scan.decision, individuals, files, progress);
+            summary = scanMarkers(phenotype.name, bins, scan.decision, columns, individuals, files, progress);
             for (const Bin &bin : bins)
                 binCounts.push_back(bin.individuals.size());
         }

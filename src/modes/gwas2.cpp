@@ -92,11 +92,15 @@ bool DosageLines::convertNext(std::string_view &line)
 namespace {
 // The genotype file, some markers at a time.
 struct Genotypes {
-    Genotypes(DosageLines &from, size_t individuals) : lines(from), reader(individuals), block(individuals) {}
+    Genotypes(DosageLines &from, size_t inFirst, size_t individuals)
+        : lines(from), columns(inFirst), reader(individuals), block(individuals)
+    {
+    }
 
     void readBlock();
 
     DosageLines &lines;
+    const size_t columns;  // of the first line, and so of all
     DosageReader reader;
     DosageBlock block;
     size_t bytes = 0;       // of the block's lines
@@ -107,12 +111,11 @@ struct Genotypes {
 // Reads as many markers as there are, up to blockMarkers.
 void Genotypes::readBlock()
 {
-    const size_t words = leadingColumns + block.individuals();
     block.clear();
     bytes = 0;
     std::string_view line, name;
     while (block.markers() < blockMarkers && lines.next(line)) {
-        if (reader.read(line, name) != words) {
+        if (reader.read(line, name) != columns) {
             isBroken = true;
             break;
         }
@@ -376,9 +379,8 @@ void BlockScan::scan(DosageBlock &block, Chunk &chunk)
 }
 
 // One pass over the genotypes for the phenotypes of the table.
-static void scanMarkers(DosageLines &lines, size_t individuals, Table &table, Decisions &decisions, Progress &progress)
+static void scanMarkers(Genotypes &&genotypes, Table &table, Decisions &decisions, Progress &progress)
 {
-    Genotypes genotypes(lines, individuals);
     BlockScan scan(table.chunks[0].traits.size(), decisions);
     do {
         genotypes.readBlock();
@@ -415,7 +417,7 @@ static void universal2(const BinScan &scan, bool hasTriplets, const ScanMemory &
             else if (!isLast)
                 lines.prepareToReread();
             hasScanned = true;
-            scanMarkers(lines, individuals, table, decisions, progress);
+            scanMarkers({lines, columns, individuals}, table, decisions, progress);
         }
         for (size_t i = 0; i < table.traits.size(); ++i) {
             const Trait &trait = table.traits[i];
