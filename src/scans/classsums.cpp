@@ -138,18 +138,23 @@ MORVEL_COUNTING static void countPresentCounting(const uint64_t *present, const 
                                                  double *counts)
 {
     static_assert(groupLanes == 8);
-    using Real = Lanes<double, 64>::Real;
-    using Bits = Lanes<double, 64>::Bits;
-    Bits sum1 = {}, sum2 = {};
+    __m512i sum1 = _mm512_setzero_si512(), sum2 = sum1;
     for (size_t word = 0; word < words; ++word) {
-        const auto values = load<Bits>(present + word * groupLanes);
-        sum1 += (Bits)_mm512_popcnt_epi64((__m512i)(values & class1[word]));
-        sum2 += (Bits)_mm512_popcnt_epi64((__m512i)(values & class2[word]));
+        const __m512i values = _mm512_loadu_si512(present + word * groupLanes);
+        const __m512i inClass1 = _mm512_and_si512(values, _mm512_set1_epi64(int64_t(class1[word])));
+        const __m512i inClass2 = _mm512_and_si512(values, _mm512_set1_epi64(int64_t(class2[word])));
+        sum1 = _mm512_add_epi64(sum1, _mm512_popcnt_epi64(inClass1));
+        sum2 = _mm512_add_epi64(sum2, _mm512_popcnt_epi64(inClass2));
     }
-    const Real count1 = realOf(sum1), count2 = realOf(sum2);
-    store<Real>(counts, load<Real>(presentCounts) - count1 - count2);
-    store(counts + groupLanes, count1);
-    store(counts + 2 * groupLanes, count2);
+    uint64_t counts1[groupLanes], counts2[groupLanes];
+    _mm512_storeu_si512(counts1, sum1);
+    _mm512_storeu_si512(counts2, sum2);
+    for (size_t lane = 0; lane < groupLanes; ++lane) {
+        const double count1 = double(counts1[lane]), count2 = double(counts2[lane]);
+        counts[lane] = presentCounts[lane] - count1 - count2;
+        counts[groupLanes + lane] = count1;
+        counts[2 * groupLanes + lane] = count2;
+    }
 }
 
 static bool supportsCounting()
