@@ -1,11 +1,12 @@
 # To be sourced: quiet steps, and the Debian packages that they need.
 
-# The log of the script, in the folder of the build; the first call of a script names it.
+# The log of the script, in a folder of its build; scripts that name none share one.
 start_log() {
     log=$1
     mkdir -p "$(dirname "$log")"
     : >"$log"
 }
+start_log build/script.log
 
 # Runs a command with all that it says in the log. Where it fails, shows the end of that, names the log and ends the
 # script with its status.
