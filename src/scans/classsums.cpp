@@ -146,15 +146,14 @@ MORVEL_COUNTING static void countPresentCounting(const uint64_t *present, const 
         sum1 = _mm512_add_epi64(sum1, _mm512_popcnt_epi64(inClass1));
         sum2 = _mm512_add_epi64(sum2, _mm512_popcnt_epi64(inClass2));
     }
-    uint64_t counts1[groupLanes], counts2[groupLanes];
-    _mm512_storeu_si512(counts1, sum1);
-    _mm512_storeu_si512(counts2, sum2);
-    for (size_t lane = 0; lane < groupLanes; ++lane) {
-        const double count1 = double(counts1[lane]), count2 = double(counts2[lane]);
-        counts[lane] = presentCounts[lane] - count1 - count2;
-        counts[groupLanes + lane] = count1;
-        counts[2 * groupLanes + lane] = count2;
-    }
+    // As realOf().
+    const __m512d base = _mm512_set1_pd(0x1p52);
+    const __m512i bits = _mm512_castpd_si512(base);
+    const __m512d count1 = _mm512_sub_pd(_mm512_castsi512_pd(_mm512_or_si512(sum1, bits)), base);
+    const __m512d count2 = _mm512_sub_pd(_mm512_castsi512_pd(_mm512_or_si512(sum2, bits)), base);
+    _mm512_storeu_pd(counts, _mm512_sub_pd(_mm512_sub_pd(_mm512_loadu_pd(presentCounts), count1), count2));
+    _mm512_storeu_pd(counts + groupLanes, count1);
+    _mm512_storeu_pd(counts + 2 * groupLanes, count2);
 }
 
 static bool supportsCounting()
