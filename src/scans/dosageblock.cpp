@@ -33,9 +33,9 @@ void DosageBlock::add(std::string_view name, DosageReader &dosages)
     const int16_t *const thousandths = dosages.thousandths();
     const bool isShort = thousandths && largestOf(thousandths, m_individuals) <= mostThousandths;
     if (isShort)
-        std::copy_n(thousandths, m_individuals, &m_thousandths[m_markers * m_stride]);
+        std::copy_n(thousandths, m_individuals, m_thousandths.data() + m_markers * m_stride);
     else
-        std::ranges::copy(dosages.values(), &m_dosages[m_markers % groupMarkers * m_individuals]);
+        std::ranges::copy(dosages.values(), m_dosages.data() + m_markers % groupMarkers * m_individuals);
     m_isShort &= isShort;
     m_isMarkerShort[m_markers] = isShort;
     m_names[m_markers++] = name;
@@ -56,8 +56,8 @@ void DosageBlock::placeGroup(size_t group)
     const size_t first = group * groupMarkers, end = std::min(first + groupMarkers, m_markers);
     for (size_t marker = first; marker < end; ++marker) {
         if (m_isMarkerShort[marker])
-            divideThousandths(&m_thousandths[marker * m_stride], m_individuals,
-                              &m_dosages[marker % groupMarkers * m_individuals]);
+            divideThousandths(m_thousandths.data() + marker * m_stride, m_individuals,
+                              m_dosages.data() + marker % groupMarkers * m_individuals);
     }
     for (size_t i = 0; i < m_individuals; ++i) {
         for (size_t m = 0; m < groupMarkers; ++m)
@@ -94,7 +94,7 @@ void DosageBlock::finish()
         return;
     for (size_t i = 0; i < m_individuals; i += 8) {
         for (size_t m = 0; m < blockMarkers; m += 8)
-            turn(&m_thousandths[m * m_stride + i], m_stride, m_shortRows[i].thousandths + m, blockMarkers);
+            turn(m_thousandths.data() + m * m_stride + i, m_stride, m_shortRows[i].thousandths + m, blockMarkers);
     }
 }
 
