@@ -280,15 +280,8 @@ void writeWhole(const std::string &name, std::string_view bytes)
         fatal("Cannot write '%s'\n", name.c_str());
     const mode_t mask = umask(0);
     umask(mask);
-    bool isWritten = true;
-    while (isWritten && !bytes.empty()) {
-        const ssize_t written = write(file, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        isWritten = written > 0;
-        bytes.remove_prefix(isWritten ? size_t(written) : 0);
-    }
-    isWritten = isWritten && fchmod(file, exists ? existing.st_mode & 07777 : 0666 & ~mask) == 0;
+    bool isWritten
+        = text::writeSteadily(file, bytes) && fchmod(file, exists ? existing.st_mode & 07777 : 0666 & ~mask) == 0;
     if (waiting.empty())
         isWritten = isWritten && giveName(file, name);
     isWritten = close(file) == 0 && isWritten;

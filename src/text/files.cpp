@@ -91,8 +91,7 @@ static ssize_t readSteadily(int file, char *to, size_t bytes)
     return got;
 }
 
-// False where not all of the bytes could be written.
-static bool writeSteadily(int file, std::string_view bytes)
+bool writeSteadily(int file, std::string_view bytes)
 {
     while (!bytes.empty()) {
         const ssize_t written = ::write(file, bytes.data(), bytes.size());

@@ -34,7 +34,10 @@ int openToRead(const std::string &name);
 // onFailure.
 size_t readSome(int file, char *to, size_t bytes, const std::string &name);
 
-// Writes all of the bytes; `name` is for the message of a failure, which goes to onFailure.
+// Writes all of the bytes, also where signals interrupt; false where that fails, with the reason in errno.
+bool writeSteadily(int file, std::string_view bytes);
+
+// The same; `name` is for the message of a failure, which goes to onFailure.
 void writeAll(int file, std::string_view bytes, const std::string &name);
 
 // A stream of the C library on the descriptor, which goes on where a signal has interrupted a call: the library's own

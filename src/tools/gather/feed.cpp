@@ -1,6 +1,7 @@
 #include "tools/gather/feed.h"
 #include "genotypes/markers.h"
 #include "main/console.h"
+#include "text/files.h"
 
 #include <cerrno>
 #include <csignal>
@@ -74,15 +75,7 @@ Child::Child(const Command &command, bool isFed)
 
 bool Child::feed(string_view bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t done = write(m_pipe, bytes.data(), bytes.size());
-        if (done < 0 && errno == EINTR)
-            continue;
-        if (done < 0)
-            return false;
-        bytes.remove_prefix(size_t(done));
-    }
-    return true;
+    return text::writeSteadily(m_pipe, bytes);
 }
 
 bool Child::finish()
