@@ -2,11 +2,10 @@
 #pragma once
 
 #include "scans/df.h"
+#include "support/runs.h"
 
 #include <string>
 #include <vector>
-
-using Texts = std::vector<std::string>;
 
 // Lines that are not empty, without their ends; fields with empty ones; words.
 Texts plainLines(const std::string &bytes);
