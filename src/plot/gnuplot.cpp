@@ -138,9 +138,7 @@ static std::string readAll(int file)
     std::string bytes;
     std::array<char, 1 << 16> block;
     for (;;) {
-        const ssize_t got = read(file, block.data(), block.size());
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = text::steadily([&] { return read(file, block.data(), block.size()); });
         if (got <= 0)
             break;
         bytes.append(block.data(), size_t(got));
@@ -159,8 +157,7 @@ static std::string runGnuplot(const std::string &script)
     close(input);
     std::string picture = readAll(process.output);
     int status = 0;
-    while (waitpid(process.id, &status, 0) < 0 && errno == EINTR) {
-    }
+    text::steadily([&] { return waitpid(process.id, &status, 0); });
     lseek(errors, 0, SEEK_SET);
     const std::string messages = readAll(errors);
     if (status != 0 || picture.empty()) {

@@ -1,6 +1,7 @@
 // What readers and writers share: file identity, and how a failed transfer or a lack of memory is reported.
 #pragma once
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -19,6 +20,16 @@ extern FailureHandler onFailure;
 
 // Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
 extern void (*onUnopened)(const std::string &name, int error);
+
+// As the call of the system, which returns -1 where it fails; but a signal is no failure.
+template <class Call>
+auto steadily(const Call &call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
 
 // True where the name, or the link that it is, leads to a file of any kind.
 bool exists(const std::string &name);

@@ -23,9 +23,7 @@ bool Writer::openWith(int flags, const std::string &name)
 {
     close();
     m_memory = nullptr;
-    do {
-        m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
-    } while (m_file < 0 && errno == EINTR);
+    m_file = steadily([&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666); });
     if (m_file < 0) {
         if (onUnopened)
             onUnopened(name, errno);
