@@ -25,7 +25,7 @@ void failMemory()
 
 void (*onUnopened)(const std::string &name, int error) = nullptr;
 
-static void tellUnopened(const std::string &name)
+void tellUnopened(const std::string &name)
 {
     const int error = errno;
     if (onUnopened)
@@ -42,6 +42,12 @@ static fs::path targetOf(const std::string &name)
         path = path.parent_path() / fs::read_symlink(path, error);
     const fs::path target = fs::weakly_canonical(fs::absolute(path, error), error);
     return error ? path.lexically_normal() : target;
+}
+
+std::string targetOfLink(const std::string &name)
+{
+    std::error_code error;
+    return fs::is_symlink(name, error) ? targetOf(name).string() : name;
 }
 
 bool exists(const std::string &name)
@@ -93,6 +99,17 @@ bool writeSteadily(int file, std::string_view bytes)
         bytes.remove_prefix(size_t(written));
     }
     return true;
+}
+
+bool closeSteadily(int file)
+{
+    // EINTR leaves the file closed on Linux, with everything handed over.
+    return ::close(file) == 0 || errno == EINTR;
+}
+
+bool settle(int file)
+{
+    return steadily([=] { return fsync(file); }) == 0 || errno == EINVAL;
 }
 
 size_t readSome(int file, char *to, size_t bytes, const std::string &name)
