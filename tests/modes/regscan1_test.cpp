@@ -289,6 +289,8 @@ TEST(Regscan1, HasARowForEachDegenerateCase)
               "a\t1\t0\tNA\tNA\tNA\tNA\tNA\tNA\tNA\tNA\n"
               "b\t2\t2\t1.5\t0.707107\t0\t0\tNA\tNA\tNA\tNA\n"
               "c\t3\t2\t1.5\t0.707107\t0\t0\tNA\tNA\tNA\tNA\n");
+    // Of equal p-values, here 0, the first one is the best, whatever the individuals.
+    EXPECT_TRUE(scan("a 1 2 3 4\n", "1 m 9 A G 0 1 2 NA\n1 n 9 A G 0 1 2 3\n").statistics.ends_with("\t1\t0\tm\tinf\n"));
 }
 
 // Cases 10 of 40 without the allele, 25 of 50 with it, the values by R's glm(); and none of 10 against 5 of 5.

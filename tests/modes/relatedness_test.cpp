@@ -113,24 +113,30 @@ TEST(Family, KnowsThousandsOfPairs)
     EXPECT_EQ(folder.read("out.stats"), "fsize 2 thold 0.1 totind 6000 famnum 3000 avg 2 maxfam 2\n");
 }
 
-// Their places are counted by blocks.
+// Their places are counted by blocks. With a file of weights its individuals come first.
 TEST(Relout, RanksThousandsOfCandidates)
 {
-    std::string table, expected;
-    std::vector<int> pairOf(1000), isLeft(1000, 1);  // by value less 1
+    std::string table, weights;
+    std::vector<int> pairOf(1000);  // by value less 1
     for (int i = 0; i < 1000; ++i) {
         pairOf[size_t(i * 7 % 1000)] = i;
         table += "A" + std::to_string(i) + "\tB" + std::to_string(i) + "\t" + std::to_string(i * 7 % 1000 + 1) + "\n";
-    }
-    for (int value = 1000; value > 0; --value) {
-        const int pair = pairOf[size_t(value) - 1];
-        const auto loc = 2 * std::count(isLeft.begin(), isLeft.begin() + pair, 1);
-        const std::string left = " " + std::to_string(2 * value);
-        expected += std::to_string(loc) + " A" + std::to_string(pair) + " 1 " + std::to_string(value) + left + left
-                    + "\n";
-        isLeft[size_t(pair)] = 0;
+        weights += "B" + std::to_string(i) + "\t1\n";
     }
     const Folder folder;
-    convert(folder, "relout6", table);
-    EXPECT_EQ(folder.read("out"), expected);
+    folder.write("weights", weights);
+    for (const bool isWeighted : {false, true}) {
+        std::vector<int> isLeft(1000, 1);
+        std::string expected;
+        for (int value = 1000; value > 0; --value) {
+            const int pair = pairOf[size_t(value) - 1];
+            const auto before = std::count(isLeft.begin(), isLeft.begin() + pair, 1);
+            const std::string left = " " + std::to_string(2 * value);
+            expected += std::to_string(isWeighted ? before : 2 * before) + (isWeighted ? " B" : " A")
+                        + std::to_string(pair) + " 1 " + std::to_string(value) + left + left + "\n";
+            isLeft[size_t(pair)] = 0;
+        }
+        convert(folder, "relout6", table, isWeighted ? Texts{"-pfile", "weights"} : Texts());
+        EXPECT_EQ(folder.read("out"), expected);
+    }
 }

@@ -136,6 +136,9 @@ TEST(Phenotypes, AreRefusedOrToldOfWhereSomethingIsLikelyToBeWrong)
          "2 individuals of 'list' without a row in 'table': b, c; -absent missing gives missing values\n"},
         {"ID\ty\na\t1\n", "b\na\n", {"-absent", "missing"}, "y NA 1\n",
          "1 individual of 'list' without a row in 'table', filled with missing values: b\n"},
+        {"ID\ty\na\t1\n", "a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\n", {}, "",
+         "10 individuals of 'list' without a row in 'table': b, c, d, e, f, g, h, i, j, k; -absent missing gives missing "
+         "values\n"},
         {"ID\ty\n01\t1\n", "1\n", {"-absent", "missing"}, "", "No individual of 'list' has a row in 'table': 1\n"},
         {"ID\ty\na\t1\nb\t2\na\t1\n", "a\nb\n", {}, "", "Individual \"a\" stands in the lines 2 and 4 of 'table'\n"},
         {"ID\ty\na\t1\n", "a\na\n", {}, "", "Individual \"a\" stands twice in 'list'\n"},
