@@ -123,20 +123,15 @@ void Source::rewind()
         m_kind = Kind::Unknown;
 }
 
-static double regularSize(const struct stat &file)
-{
-    return S_ISREG(file.st_mode) ? double(file.st_size) : 0;
-}
-
 double Source::size() const
 {
     struct stat file;
     if (fstat(m_file, &file) != 0)
         return 0;
     if (m_kind != Kind::Packed)
-        return regularSize(file);
+        return double(file.st_size);
     const auto used = double(m_unpacker->position());
-    return used > 0 ? regularSize(file) * m_content / used : 0;
+    return used > 0 ? double(file.st_size) * m_content / used : 0;
 }
 
 void lookForForeign(const std::string &name)
@@ -155,7 +150,7 @@ double contentSize(const std::string &name)
             return source->size();
     }
     struct stat file;
-    return stat(name.c_str(), &file) == 0 ? regularSize(file) : 0;
+    return stat(name.c_str(), &file) == 0 ? double(file.st_size) : 0;
 }
 
 int openContent(const std::string &name)
