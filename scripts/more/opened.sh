@@ -7,5 +7,5 @@ start_log build/opened.log
 install_packages $build_packages libgtest-dev libgmock-dev python3 strace
 
 logged cmake --preset release
-logged cmake --build --preset release --parallel "$(nproc)" --target morvel morvel-table morvel-plot
+logged cmake --build --preset release --parallel "$(nproc)" --target morvel morvel-table morvel-plot morvel-gather
 python3 -B tests/faults/opened.py build

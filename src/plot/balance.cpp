@@ -99,9 +99,7 @@ Figure drawBalance(const std::string &file, const Size &asked)
 
 static void balance()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawBalance(file, picture.size()));
+    drawFile(drawBalance);
 }
 
 constinit const Mode balanceKind

@@ -177,9 +177,8 @@ Figure drawFamily(const std::string &file, size_t mostFamilies, const Size &aske
 
 static void family()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawFamily(file, size_t(mostOption.read()), picture.size()));
+    drawFile(
+        [](const std::string &file, const Size &size) { return drawFamily(file, size_t(mostOption.read()), size); });
 }
 
 constinit const Mode familyKind

@@ -1,6 +1,7 @@
 #include "plot/gnuplot.h"
 #include "main/console.h"
 #include "text/files.h"
+#include "text/wholefile.h"
 
 #include <array>
 #include <cerrno>
@@ -138,9 +139,7 @@ static std::string readAll(int file)
     std::string bytes;
     std::array<char, 1 << 16> block;
     for (;;) {
-        const ssize_t got = read(file, block.data(), block.size());
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = text::steadily([&] { return read(file, block.data(), block.size()); });
         if (got <= 0)
             break;
         bytes.append(block.data(), size_t(got));
@@ -159,8 +158,7 @@ static std::string runGnuplot(const std::string &script)
     close(input);
     std::string picture = readAll(process.output);
     int status = 0;
-    while (waitpid(process.id, &status, 0) < 0 && errno == EINTR) {
-    }
+    text::steadily([&] { return waitpid(process.id, &status, 0); });
     lseek(errors, 0, SEEK_SET);
     const std::string messages = readAll(errors);
     if (status != 0 || picture.empty()) {
@@ -225,68 +223,14 @@ std::string drawn(const Figure &figure, Format format)
     return format == Format::Pdf ? completedPdf(picture) : completedSvg(picture, figure);
 }
 
-static std::string folderOf(const std::string &name)
-{
-    const size_t slash = name.rfind('/');
-    return slash == name.npos ? "." : name.substr(0, slash + 1);
-}
-
-// The file gets another name at once, whether or not there is one of that name; where it cannot, it goes.
-static bool replaceBy(const std::string &waiting, const std::string &name)
-{
-    if (rename(waiting.c_str(), name.c_str()) == 0)
-        return true;
-    unlink(waiting.c_str());
-    return false;
-}
-
-// Names a file that has no name. One that is there already is replaced.
-static bool giveName(int file, const std::string &name)
-{
-    const std::string unnamed = "/proc/self/fd/" + std::to_string(file);
-    const auto isNamed = [&unnamed](const std::string &given) {
-        return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, given.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    };
-    if (isNamed(name))
-        return true;
-    const std::string waiting = name + "." + std::to_string(getpid());
-    return errno == EEXIST && isNamed(waiting) && replaceBy(waiting, name);
-}
-
 void writeWhole(const std::string &name, std::string_view bytes)
 {
-    struct stat existing;
-    const bool exists = stat(name.c_str(), &existing) == 0;
-    if (exists && !S_ISREG(existing.st_mode)) {
-        // A pipe or a device has no other name to wait under.
-        const int file = open(name.c_str(), O_WRONLY | O_CLOEXEC);
-        if (file < 0)
-            fatal("Cannot write '%s'\n", name.c_str());
-        text::writeAll(file, bytes, name);
-        close(file);
-        return;
+    text::WholeFile file;
+    bool isWritten = file.open(name);
+    if (isWritten) {
+        file.out.put(bytes);
+        isWritten = file.publish();
     }
-    // Without a name until it is whole: a run that is killed leaves nothing behind. Some file systems have no such
-    // files.
-    std::string waiting;
-    int file = -1;
-    if (access("/proc/self/fd", X_OK) == 0)
-        file = open(folderOf(name).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
-    if (file < 0) {
-        waiting = name + ".XXXXXX";
-        file = mkostemp(waiting.data(), O_CLOEXEC);
-    }
-    if (file < 0)
-        fatal("Cannot write '%s'\n", name.c_str());
-    const mode_t mask = umask(0);
-    umask(mask);
-    bool isWritten
-        = text::writeSteadily(file, bytes) && fchmod(file, exists ? existing.st_mode & 07777 : 0666 & ~mask) == 0;
-    if (waiting.empty())
-        isWritten = isWritten && giveName(file, name);
-    isWritten = close(file) == 0 && isWritten;
-    if (!waiting.empty())
-        isWritten = isWritten ? replaceBy(waiting, name) : (unlink(waiting.c_str()), false);
     if (!isWritten)
         fatal("Cannot write '%s'\n", name.c_str());
 }

@@ -191,9 +191,7 @@ Figure drawMixture(const std::string &file, const Size &asked)
 
 static void mixture()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawMixture(file, picture.size()));
+    drawFile(drawMixture);
 }
 
 constinit const Mode mixtureKind

@@ -50,4 +50,11 @@ void Picture::save(Figure figure) const
     writeWhole(m_name, drawn(figure, m_format));
 }
 
+void drawFile(const std::function<Figure(const std::string &file, const Size &size)> &draw)
+{
+    const std::string file = fileOption.require();
+    const Picture picture({file});
+    picture.save(draw(file, picture.size()));
+}
+
 }  // namespace plot

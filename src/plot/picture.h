@@ -4,6 +4,7 @@
 #include "main/options.h"
 #include "plot/gnuplot.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,5 +35,8 @@ private:
     Format m_format;
     Size m_size;
 };
+
+// A picture of the one file that -file names.
+void drawFile(const std::function<Figure(const std::string &file, const Size &size)> &draw);
 
 }  // namespace plot

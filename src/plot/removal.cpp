@@ -75,9 +75,7 @@ Figure drawRemoval(const std::string &file, const Size &asked)
 
 static void removal()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawRemoval(file, picture.size()));
+    drawFile(drawRemoval);
 }
 
 constinit const Mode removalKind

@@ -208,9 +208,7 @@ Figure drawScan(const std::string &file, const Size &asked)
 
 static void scan()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawScan(file, picture.size()));
+    drawFile(drawScan);
 }
 
 constinit const Mode scanKind = {

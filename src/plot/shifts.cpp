@@ -76,9 +76,9 @@ Figure drawShifts(const std::string &file, const std::string &delimiter, const S
 
 static void shifts()
 {
-    const std::string file = fileOption.require();
-    const Picture picture({file});
-    picture.save(drawShifts(file, delimOption.given() ? delimOption.read() : "", picture.size()));
+    drawFile([](const std::string &file, const Size &size) {
+        return drawShifts(file, delimOption.given() ? delimOption.read() : "", size);
+    });
 }
 
 constinit const Mode shiftsKind

@@ -25,7 +25,7 @@ void failMemory()
 
 void (*onUnopened)(const std::string &name, int error) = nullptr;
 
-static void tellUnopened(const std::string &name)
+void tellUnopened(const std::string &name)
 {
     const int error = errno;
     if (onUnopened)
@@ -42,6 +42,12 @@ static fs::path targetOf(const std::string &name)
         path = path.parent_path() / fs::read_symlink(path, error);
     const fs::path target = fs::weakly_canonical(fs::absolute(path, error), error);
     return error ? path.lexically_normal() : target;
+}
+
+std::string targetOfLink(const std::string &name)
+{
+    std::error_code error;
+    return fs::is_symlink(name, error) ? targetOf(name).string() : name;
 }
 
 bool exists(const std::string &name)
@@ -66,10 +72,7 @@ bool isSameFile(const std::string &name1, const std::string &name2)
 
 int openToRead(const std::string &name)
 {
-    int file;
-    do {
-        file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    } while (file < 0 && errno == EINTR);
+    const int file = steadily([&] { return ::open(name.c_str(), O_RDONLY | O_CLOEXEC); });
     struct stat status;
     if (file >= 0 && fstat(file, &status) == 0 && !S_ISDIR(status.st_mode))
         return file;
@@ -84,24 +87,29 @@ int openToRead(const std::string &name)
 // As ::read(), but a signal is no failure.
 static ssize_t readSteadily(int file, char *to, size_t bytes)
 {
-    ssize_t got;
-    do {
-        got = ::read(file, to, bytes);
-    } while (got < 0 && errno == EINTR);
-    return got;
+    return steadily([=] { return ::read(file, to, bytes); });
 }
 
 bool writeSteadily(int file, std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
+        const ssize_t written = steadily([&] { return ::write(file, bytes.data(), bytes.size()); });
         if (written <= 0)
             return false;
         bytes.remove_prefix(size_t(written));
     }
     return true;
+}
+
+bool closeSteadily(int file)
+{
+    // EINTR leaves the file closed on Linux, with everything handed over.
+    return ::close(file) == 0 || errno == EINTR;
+}
+
+bool settle(int file)
+{
+    return steadily([=] { return fsync(file); }) == 0 || errno == EINVAL;
 }
 
 size_t readSome(int file, char *to, size_t bytes, const std::string &name)
@@ -164,9 +172,7 @@ void TemporaryFile::append(std::string_view bytes)
 void TemporaryFile::read(char *to, size_t bytes, size_t offset) const
 {
     while (bytes > 0) {
-        const ssize_t done = ::pread(m_file, to, bytes, off_t(offset));
-        if (done < 0 && errno == EINTR)
-            continue;
+        const ssize_t done = steadily([&] { return ::pread(m_file, to, bytes, off_t(offset)); });
         if (done <= 0)
             onFailure("read", m_name);
         to += done;

@@ -1,6 +1,7 @@
 // What readers and writers share: file identity, and how a failed transfer or a lack of memory is reported.
 #pragma once
 
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -19,9 +20,24 @@ extern FailureHandler onFailure;
 
 // Told of every file that cannot be opened and the reason, an error number, if set: for hints to a person.
 extern void (*onUnopened)(const std::string &name, int error);
+// Calls it, with the reason that stands in errno and stays there.
+void tellUnopened(const std::string &name);
+
+// As the call of the system, which returns -1 where it fails; but a signal is no failure.
+template <class Call>
+auto steadily(const Call &call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
 
 // True where the name, or the link that it is, leads to a file of any kind.
 bool exists(const std::string &name);
+
+// What a symbolic link leads to in the end, whether or not that exists; any other name as it is.
+std::string targetOfLink(const std::string &name);
 
 // True when both names lead to the same regular file: by the same name, through a hard link or through
 // symbolic links, also while the file does not exist yet. Pipes, devices and folders are never the same.
@@ -29,6 +45,12 @@ bool isSameFile(const std::string &name1, const std::string &name2);
 
 // A descriptor for reading, or -1 with the reason in errno; a folder is refused.
 int openToRead(const std::string &name);
+
+// Closes an output; false where what was written may be lost, with the reason in errno.
+bool closeSteadily(int file);
+
+// Brings all that was written to the disk, of a pipe nothing; false where that fails, with the reason in errno.
+bool settle(int file);
 
 // Some bytes, at most `bytes`; 0 at the end of the file. `name` is for the message of a failure, which goes to
 // onFailure.

@@ -70,9 +70,7 @@ size_t PlaceReader::readAt(char *to, size_t bytes, uint64_t offset) const
 {
     size_t done = 0;
     while (done < bytes) {
-        const ssize_t got = pread(m_file, to + done, bytes - done, off_t(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = steadily([&] { return pread(m_file, to + done, bytes - done, off_t(offset + done)); });
         if (got < 0)
             refuse();
         if (got == 0)

@@ -22,32 +22,28 @@ bool Writer::openToAppend(const std::string &name)
 bool Writer::openWith(int flags, const std::string &name)
 {
     close();
-    m_memory = nullptr;
-    do {
-        m_file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
-    } while (m_file < 0 && errno == EINTR);
-    if (m_file < 0) {
-        if (onUnopened)
-            onUnopened(name, errno);
+    const int file = steadily([&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666); });
+    if (file < 0) {
+        tellUnopened(name);
         return false;
     }
-    start(name);
+    openDescriptor(file, name);
     return true;
 }
 
 bool Writer::openStandardOutput()
 {
-    close();
-    m_memory = nullptr;
-    m_file = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    if (m_file < 0)
-        return false;
-    start("standard output");
-    return true;
+    const int file = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    if (file >= 0)
+        openDescriptor(file, "standard output");
+    return file >= 0;
 }
 
-void Writer::start(const std::string &name)
+void Writer::openDescriptor(int file, const std::string &name)
 {
+    close();
+    m_memory = nullptr;
+    m_file = file;
     m_name = name;
     m_packer = makePacker(m_file, m_name);
     m_buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
@@ -79,8 +75,7 @@ void Writer::close()
         *link = m_nextOpen;
     const int file = m_file;
     m_file = -1;
-    // EINTR leaves the file closed on Linux, with everything handed over.
-    if (::close(file) != 0 && errno != EINTR)
+    if (!closeSteadily(file))
         onFailure("write", m_name);
 }
 

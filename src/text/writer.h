@@ -30,6 +30,8 @@ public:
     bool openToAppend(const std::string &name);
     // Standard output where it stands: neither emptied nor overwritten.
     bool openStandardOutput();
+    // The file behind the descriptor, which is closed in the end, as one of this name.
+    void openDescriptor(int file, const std::string &name);
     // Instead of a file: appends to `bytes`, which has all of it after flush().
     void openToMemory(std::string &bytes);
     void close();
@@ -68,7 +70,6 @@ private:
     static Writer *firstOpen;
 
     bool openWith(int flags, const std::string &name);
-    void start(const std::string &name);
     void writeAllButLast();
     void write(const char *bytes, size_t size);
     void writeBuffer();

@@ -1,5 +1,6 @@
 """Which files a run opens, as strace sees it: those it was told to and those it is made of, no others; temporary files
-have no name, or are made without following a link, and none is left behind when the run is killed.
+have no name, or are made without following a link, and none is left behind when the run is killed. What companions make
+appears when it is whole.
 
     opened.py BUILD
 
@@ -18,7 +19,8 @@ CALL = re.compile(r'(\d+) +(\w+)\((?:AT_FDCWD, )?"?([^",)]*)"?(.*)')
 OWN = re.compile(r"/etc/ld\.so\.(cache|preload)|/etc/localtime|/dev/null|/sys/devices/system/cpu/(possible|online)|"
                  r"/.*/(lib[^/]*|morvel-decoder)\.so[.\d]*")
 KILLS = 5
-WAITING = ".new."
+WHOLE = ("morvel-plot", "morvel-gather")  # whose outputs appear when they are whole
+WAITING = re.compile(r"\.morvel-[0-9a-f]{16}")
 
 
 class Row:
@@ -74,7 +76,7 @@ class Traced:
             self.status, self.errors = run.returncode, run.stderr[-300:]
             self.temporary = str(folder / "temporary")
             self.lines = (folder / "log").read_text(errors="replace").splitlines()
-            self.left = {file.name for file in (folder / "run").iterdir()}
+            self.left = {file.name: file.read_bytes() for file in (folder / "run").iterdir()}
             self.left_behind = os.listdir(self.temporary)
         self.calls = [call.groups() for call in map(CALL.match, self.lines) if call]
 
@@ -88,12 +90,9 @@ def strangers(row, run):
         unnamed = name == run.temporary and "O_TMPFILE" in rest
         reading = name in row.files and "O_RDONLY" in rest and "O_CREAT" not in rest
         writing = name in row.outputs and ("O_WRONLY" in rest or call == "unlink")
-        # A picture gets its name when it is whole; a report looks at all files of a beginning; what morvel-gather joins
-        # waits under another name, which is all that it leaves when it is killed.
-        if name.startswith(WAITING) and row.words[0] == "morvel-gather":
-            name = name.removeprefix(WAITING)
-            writing = name in row.outputs
-        unnamed |= name == "." and row.words[0] == "morvel-plot" and bool(re.search("O_TMPFILE|O_DIRECTORY", rest))
+        # An output that appears when it is whole gets its name then; a report looks at all files of a beginning.
+        unnamed |= name == "." and (row.words[0] in WHOLE and "O_TMPFILE" in rest
+                                    or row.words[0] == "morvel-plot" and "O_DIRECTORY" in rest)
         named = re.fullmatch(r', AT_FDCWD, "(.*)", AT_SYMLINK_FOLLOW\) = 0', rest) if call == "linkat" else None
         writing |= named is not None and named[1] in row.outputs
         if call == "execve" and name.endswith("/gnuplot"):
@@ -114,11 +113,15 @@ def failures(row):
     if run.status != 0:
         yield f"status {run.status}: {run.errors}"
     yield from strangers(row, run)
-    opened = [i for i, line in enumerate(line for line in run.lines if " openat(" in line)
-              if run.temporary in line and "O_TMPFILE" in line]
-    row.temporaries = len(opened)
-    if opened:
-        yield from named_instead(row, opened[0] + 1)
+    row.complete = run.left
+    opened = [(name, rest) for process, call, name, rest in run.calls if (process, call) == (run.calls[0][0], "openat")]
+    unnamed = [(name, at + 1) for at, (name, rest) in enumerate(opened) if "O_TMPFILE" in rest]
+    temporary = [at for name, at in unnamed if name == run.temporary]
+    row.temporaries = len(temporary)
+    if temporary:
+        yield from named_instead(row, temporary[0])
+    if row.words[0] in WHOLE:
+        yield from whole(row, next(at for name, at in unnamed if name == "."))
     yield from killed(row)
 
 
@@ -136,6 +139,32 @@ def named_instead(row, at):
         yield f"named temporary file: status {run.status}, leaves {run.left_behind}"
 
 
+def half(row, before, left):
+    """What is neither as before nor as it should be."""
+    return [name for name in {*before, *left} if left.get(name) not in (before.get(name), row.complete.get(name))]
+
+
+def whole(row, at):
+    """Outputs are there whole or as before, and nothing beside them: with unnamed files and without, in place of older
+    outputs, and where calls fail."""
+    unnamed, fails = f"openat:error=EOPNOTSUPP:when={at}", ":error=EIO"
+    # The report's reading of the folder needs fcntl as well.
+    at_once = [] if row.words[1] == "report" else [[None, unnamed, "fcntl" + fails]]
+    for old, *injected in ([None, unnamed], [None, unnamed, "rename" + fails], [None, "linkat" + fails],
+                           [b"old"], [b"old", "fchmod" + fails], [b"old", "rename" + fails], *at_once):
+        before = row.files | ({name: old for name in row.outputs} if old else {})
+        run = Traced(Row(row.name, row.words, before, row.outputs), "-e", "trace=fcntl,fchmod," + NAMING,
+                     *(word for each in injected for word in ("-e", "inject=" + each)))
+        waiting = [rest for _, call, name, rest in run.calls if call == "openat" and WAITING.fullmatch(name)]
+        if len(waiting) != injected.count(unnamed) or any("O_CREAT|O_EXCL" not in rest for rest in waiting):
+            yield f"{injected}: waits by {waiting}"
+        told = re.search(rb": Cannot write '(.*)'(: .*)?\n$", run.errors)
+        ends = (run.status == 1 and told and told[1].decode() in row.outputs if fails in "".join(injected)
+                else run.status == 0 and run.left == row.complete)
+        if not ends or half(row, before, run.left):
+            yield f"{injected} on {old}: status {run.status}, {run.errors}, {half(row, before, run.left)} in {[*run.left]}"
+
+
 def killed(row):
     """At some of its calls."""
     transfers = "read,write,pread64,lseek,close,openat"
@@ -143,9 +172,9 @@ def killed(row):
     when = [(transfers, count * k // (KILLS + 1)) for k in range(1, KILLS)] + [("linkat,rename", 1)]
     for calls, k in when:
         run = Traced(row, "-e", "trace=" + calls, "-e", f"inject={calls}:signal=KILL:when={k}")
-        waiting = {WAITING + name for name in row.outputs if row.words[0] == "morvel-gather"}
-        if run.left_behind or run.left - {*row.files, *row.outputs} - waiting:
-            yield f"killed at {calls}, call {k}: leaves {run.left_behind} {run.left}"
+        left = half(row, row.files, run.left) if row.words[0] in WHOLE else {*run.left} - {*row.files, *row.outputs}
+        if run.left_behind or left:
+            yield f"killed at {calls}, call {k}: leaves {run.left_behind} {left}"
 
 
 def main():

@@ -395,7 +395,7 @@ TEST(Gather, LosesNothingWhereAResultCannotBeWritten)
     const struct {
         const char *out, *words, *shell = "";
     } cases[] = {
-        {"joined", "Cannot write '.new.joined'", "ulimit -f 8;"},
+        {"joined", "Cannot write 'joined'", "ulimit -f 8;"},
         {"none/joined", "Cannot write 'none/joined': No such file or directory"},
         {"/dev/full", "Cannot write '/dev/full': it is no regular file"},
         {"part.2", "Output file 'part.2' is also an input"},

@@ -83,8 +83,7 @@ bool Child::finish()
     if (m_pipe >= 0)
         close(m_pipe);
     int status = 0;
-    while (waitpid(m_process, &status, 0) < 0 && errno == EINTR) {
-    }
+    text::steadily([&] { return waitpid(m_process, &status, 0); });
     m_end = WIFSIGNALED(status) ? "was ended by signal " + std::to_string(WTERMSIG(status))
                                 : "ended with status " + std::to_string(WEXITSTATUS(status));
     return status == 0;

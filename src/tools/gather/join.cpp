@@ -80,7 +80,7 @@ static void join()
     std::optional<NewFile> side;
     if (hasSide)
         side.emplace(sidename);
-    joinInto(parts, out.out, side ? &side->out : nullptr);
+    joinInto(parts, out.out(), side ? &side->out() : nullptr);
     // The main one last: where it stands, all do.
     if (side)
         side->publish();

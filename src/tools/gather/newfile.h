@@ -1,26 +1,24 @@
-// Files that appear under their name when they are complete.
+// Files that appear under their name when all of them has reached the disk.
 #pragma once
 
-#include "text/writer.h"
+#include "text/wholefile.h"
 
 #include <string>
 
 namespace gather {
 
-// Written under another name in the same folder, ".new." before its own, which goes where the run ends early. A failure
-// ends the run.
+// A regular file that appears under its name when all of it has reached the disk. A failure ends the run.
 class NewFile {
 public:
     explicit NewFile(const std::string &name);
-    NewFile(const NewFile &) = delete;
 
+    text::Writer &out() { return m_file.out; }
     // Brings all of it to the disk and gives it its name.
     void publish();
 
-    text::Writer out;
-
 private:
-    std::string m_name, m_newName;
+    std::string m_name;
+    text::WholeFile m_file;
 };
 
 // Brings what is in the file to the disk; returns its size.

@@ -87,7 +87,7 @@ void writeRecord(Record record, const std::string &outname, const std::vector<st
     for (const Output &output : record.outputs)
         text << "output " << output.size << ' ' << output.suffix << '\n';
     text << lastLine << '\n';
-    file.out.put(text.str());
+    file.out().put(text.str());
     file.publish();
 }
 
