@@ -1,5 +1,5 @@
 #include "genotypes/numberwalker.h"
-#include "processors/wide.h"
+#include "support/kernels.h"
 #include "support/random.h"
 
 #include <cmath>
@@ -42,7 +42,6 @@ static std::vector<std::string> walk(std::string_view line, size_t most)
 TEST(NumberWalker, ReadsEveryFieldWithAllInstructions)
 {
     RandomText random(5);
-    const auto *const usual = kernelsInUse<ShortNumberKernels>;
     for (int run = 0; run < 4000; ++run) {
         const size_t fields = random.below(4) ? random.below(40) : random.below(2400);
         const size_t variety = random.below(2) ? forms.size() : shortForms, oddOnes = 1 + random.below(60);
@@ -62,16 +61,11 @@ TEST(NumberWalker, ReadsEveryFieldWithAllInstructions)
         all.resize(std::min(all.empty() ? 1 : all.size(), most), "0");  // an empty line has an empty field
         words.resize(std::min(words.size(), most));
         const std::string bytes = line + slack, whiteBytes = whiteLine + slack;
-        for (const auto &kernels : ShortNumberKernels::all()) {
-            if (!kernels.isSupported())
-                continue;
-            kernelsInUse<ShortNumberKernels> = &kernels;
-            EXPECT_EQ(walk<text::Separator::Blank>({bytes.data(), line.size()}, most), all) << kernels.name << line;
-            EXPECT_EQ(walk<text::Separator::WhiteSpace>({whiteBytes.data(), whiteLine.size()}, most), words)
-                << kernels.name << whiteLine;
-            kernelsInUse<ShortNumberKernels> = usual;
-            ASSERT_FALSE(HasFailure()) << run;
-        }
+        withEachKernels<ShortNumberKernels>([&] {
+            EXPECT_EQ(walk<text::Separator::Blank>({bytes.data(), line.size()}, most), all) << line;
+            EXPECT_EQ(walk<text::Separator::WhiteSpace>({whiteBytes.data(), whiteLine.size()}, most), words) << whiteLine;
+        });
+        ASSERT_FALSE(HasFailure()) << run;
     }
     EXPECT_EQ(FieldNumbers(std::string_view()).next(), 0u);
 }

@@ -26,21 +26,6 @@ TEST(Failure, AClosedStandardOutputIsToldOnStandardError)
     EXPECT_EQ(run.errors, "Cannot write 'standard output'\n");
 }
 
-// The sanitizers want more memory than the limit leaves.
-#if !defined(__SANITIZE_ADDRESS__)
-TEST(Failure, ALongLineWithoutMemoryForItIsToldInsteadOfAborting)
-{
-    const Folder folder;
-    folder.write("in", "rs1 5000 0.5" + std::string(20000000, ' ') + "\n");
-    folder.write("map", "position rate cM\n1 1 0\n9 1 1\n");
-    const Result run = folder.run({"-M", "ldprune", "-file", "in", "-map", "map", "-delim", "space", "-poscolumn", "2",
-                                   "-pcolumn", "3"}, "ulimit -d 16000;");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(run.messages.ends_with("\nOut of memory\n")) << run.messages;
-    EXPECT_EQ(run.errors, "");
-}
-#endif
-
 TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
 {
     using namespace std::string_literals;

@@ -1,6 +1,6 @@
 #include "main/modes.h"
 #include "main/timing.h"
-#include "support/program.h"
+#include "support/runs.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -54,26 +54,12 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
 
 TEST(Shell, CollectsPairsOfWhichTheFirstCounts)
 {
-    const struct {
-        const char *name;
-        std::vector<std::string> options;
-        const char *messages;
-    } cases[] = {
-        {"an option standing last is absent", {"-out", "o", "-file"}, "You need to specify '-pfile'.\n\n"},
-        {"the first of two counts", {"-file", "a", "-file", "b"}, "running genToAd()\nInput file not found\n"},
-        {"a value is also looked at as an option", {"-out", "-file", "a"},
-         "running genToAd()\nInput file not found\n"},
-        {"what another mode accepts is passed over", {"-gfile", "-file", "a"},
-         "running genToAd()\nInput file not found\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("b", "1 rs1 1 A G 0 0 1\n");
-        const Result run = folder.runMode("gentoad", row.options);
-        EXPECT_EQ(run.messages, row.messages) << row.name;
-        EXPECT_EQ(run.status, 1) << row.name;
-        EXPECT_EQ(folder.files().size(), 1u) << row.name;
-    }
+    expectRuns({"gentoad", {}, {}, {}, {{"b", "1 rs1 1 A G 0 0 1\n"}}, "running genToAd()\nInput file not found\n", 1}, {
+        {"an option standing last is absent", {}, {"-out", "o", "-file"}, {}, "You need to specify '-pfile'.\n\n"},
+        {"the first of two counts", {}, {"-file", "a", "-file", "b"}},
+        {"a value is also looked at as an option", {}, {"-out", "-file", "a"}},
+        {"what another mode accepts is passed over", {}, {"-gfile", "-file", "a"}},
+    });
 }
 
 TEST(Shell, AbortsOnNamesThatDoNotFit)

@@ -68,63 +68,46 @@ static std::vector<std::vector<double>> plainDistances(const Points &first, cons
     return distances;
 }
 
+// The length of the shortest circle of exchanges, each of which takes a match from the next one; the last node stands for
+// who is free and for places left empty, which are dearer than all matches. Where it is not negative, the matches are the
+// best ones (Klein 1967).
+static double bestExchange(const IndividualMatching &matching, const std::vector<std::vector<double>> &distances,
+                           size_t hitnumber)
+{
+    const double never = 1e4;
+    const size_t nobody = distances.size();
+    std::vector<size_t> owner(distances[0].size(), nobody);
+    std::vector<std::vector<double>> length(nobody + 1, std::vector<double>(nobody + 1, INFINITY));
+    for (size_t i = 0; i < nobody; ++i) {
+        for (const Neighbour &match : matching.matches()[i])
+            owner[match.point] = i;
+        length[i][nobody] = never;
+        if (matching.matches()[i].size() < hitnumber)
+            length[nobody][i] = -never;
+    }
+    const auto cost = [&](size_t i, size_t j) { return i == nobody ? 0 : std::min(distances[i][j], never); };
+    for (size_t j = 0; j < owner.size(); ++j) {
+        for (size_t i = 0; i <= nobody; ++i)
+            length[i][owner[j]] = std::min(length[i][owner[j]], cost(i, j) - cost(owner[j], j));
+    }
+    double best = 0;
+    for (size_t via = 0; via <= nobody; ++via) {
+        for (size_t from = 0; from <= nobody; ++from) {
+            for (size_t to = 0; to <= nobody; ++to) {
+                const double through = length[from][via] + length[via][to];
+                if (through < length[from][to] - 1e-9)  // no rounding makes a circle
+                    length[from][to] = through;
+            }
+            best = std::min(best, length[from][from]);
+        }
+    }
+    return best;
+}
+
 struct Total {
     size_t count = 0;
     double distance = 0;
 };
-
-// The Hungarian method on the whole matrix, every individual as many rows as it has matches.
-static Total plainOptimum(const std::vector<std::vector<double>> &distances, size_t hitnumber)
-{
-    const double never = 1e6;
-    const size_t n = distances.size() * hitnumber, m = distances[0].size();
-    const auto cost = [&](size_t i, size_t j) { return std::min(distances[(i - 1) / hitnumber][j - 1], never); };
-    std::vector<double> u(n + 1), v(m + 1);
-    std::vector<size_t> row(m + 1), before(m + 1);
-    for (size_t i = 1; i <= n; ++i) {
-        row[0] = i;
-        size_t j = 0;
-        std::vector<double> least(m + 1, INFINITY);
-        std::vector<bool> isUsed(m + 1);
-        do {
-            isUsed[j] = true;
-            double delta = INFINITY;
-            size_t next = 0;
-            for (size_t k = 1; k <= m; ++k) {
-                if (isUsed[k])
-                    continue;
-                const double reduced = cost(row[j], k) - u[row[j]] - v[k];
-                if (reduced < least[k]) {
-                    least[k] = reduced;
-                    before[k] = j;
-                }
-                if (least[k] < delta) {
-                    delta = least[k];
-                    next = k;
-                }
-            }
-            for (size_t k = 0; k <= m; ++k) {
-                if (isUsed[k]) {
-                    u[row[k]] += delta;
-                    v[k] -= delta;
-                } else {
-                    least[k] -= delta;
-                }
-            }
-            j = next;
-        } while (row[j] != 0);
-        for (; j != 0; j = before[j])
-            row[j] = row[before[j]];
-    }
-    Total total;
-    for (size_t j = 1; j <= m; ++j) {
-        if (row[j] == 0 || cost(row[j], j) == never)
-            continue;
-        ++total.count;
-        total.distance += cost(row[j], j);
-    }
-    return total;
-}
 
 // Checks that the matches are ones, and sums them up.
 static Total totalOf(const IndividualMatching &matching, const std::vector<std::vector<double>> &distances,
@@ -153,10 +136,8 @@ TEST(Matching, IsOptimalWhereAllAreAssignedTogether)
         const auto distances = plainDistances(input.first, input.pool);
         IndividualMatching matching(data, input.hitnumber);
         matching.improve(input.first.count, Order(seed % 3));
-        const Total expected = plainOptimum(distances, input.hitnumber);
-        const Total total = totalOf(matching, distances, input.hitnumber);
-        ASSERT_EQ(total.count, expected.count) << "seed " << seed;
-        ASSERT_NEAR(total.distance, expected.distance, 1e-9 * (1 + expected.distance)) << "seed " << seed;
+        totalOf(matching, distances, input.hitnumber);
+        ASSERT_EQ(bestExchange(matching, distances, input.hitnumber), 0) << "seed " << seed;
         EXPECT_FALSE(matching.improve(input.first.count, Order::File)) << "seed " << seed;
     }
 }
@@ -193,7 +174,6 @@ TEST(Matching, GainsWithEveryRoundOfBlocksAndKeepsItsOrderOfLines)
         const Input input = makeInput(seed, 40);
         const Standardised data = standardise(input.first, input.pool);
         const auto distances = plainDistances(input.first, input.pool);
-        const Total least = plainOptimum(distances, input.hitnumber);
         IndividualMatching matching(data, input.hitnumber);
         Total last = totalOf(matching, distances, input.hitnumber);
         for (bool hasGained = true; hasGained;) {
@@ -202,8 +182,6 @@ TEST(Matching, GainsWithEveryRoundOfBlocksAndKeepsItsOrderOfLines)
             EXPECT_EQ(next.count > last.count || next.distance < last.distance, hasGained) << "seed " << seed;
             last = next;
         }
-        EXPECT_LE(last.count, least.count) << "seed " << seed;
-        EXPECT_TRUE(last.count < least.count || last.distance > least.distance - 1e-9) << "seed " << seed;
     }
 }
 

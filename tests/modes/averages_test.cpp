@@ -24,21 +24,6 @@ TEST(Averages, AreWritten)
     });
 }
 
-// The individuals of a line that the options choose, `width` fields each: the positions of their first fields.
-static std::vector<long> chosen(const ModelLine &line, const OptionMap &options, long width)
-{
-    const long first = modelInteger(options, "-last-bef-geno", 5);
-    std::vector<long> positions;
-    for (long i = modelInteger(options, "-beg", 1); i <= modelInteger(options, "-end", 99999999); ++i) {
-        const long position = first + width * (i - 1);
-        if (position + width > line.size())
-            break;
-        if (position >= 0)
-            positions.push_back(position);
-    }
-    return positions;
-}
-
 static double meanOf(const std::vector<double> &values)
 {
     return std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
@@ -56,32 +41,29 @@ static ModelResult averageModel(const std::vector<ModelLine> &lines, const Optio
                                 bool isTriplets)
 {
     const std::string show = options.contains("-show") ? options.at("-show") : "all";
-    ModelResult result = {isTriplets ? "running avgGen()\n\n" : "running avgAd()\n\n", "", "(no file)"};
-    for (const ModelLine &line : lines) {
-        if (line.size() == 0)
-            continue;
-        if (show != "only-values")
-            result.out += modelColumns(line, modelInteger(options, "-last-bef-geno", 5));
+    const bool isShort = show == "no-stdev" || show == "only-values";
+    std::string messages = isTriplets ? "running avgGen()\n\n" : "running avgAd()\n\n";
+    const LineText average = [&](const ModelLine &line, const std::vector<long> &individuals) -> std::optional<std::string> {
         std::vector<double> first, second, third, dosages;
-        for (const long i : chosen(line, options, isTriplets ? 3 : 1)) {
+        for (const long i : individuals) {
             first.push_back(line.number(i));
             second.push_back(line.number(i + 1));
             third.push_back(line.number(i + 2));
             dosages.push_back(isTriplets ? 2 * third.back() + second.back() : first.back());
         }
         if (isTriplets && first.empty()) {
-            result.messages += "Counter < 1\n";
-            return result;
+            messages += "Counter < 1\n";
+            return {};
         }
-        const bool isShort = show == "no-stdev" || show == "only-values";
-        const std::string dosage = plainText(meanOf(dosages));
-        if (isTriplets)
-            result.out += plainText(meanOf(first)) + ' ' + plainText(meanOf(second)) + ' ' + plainText(meanOf(third));
-        result.out += !isTriplets ? dosage : isShort ? "" : ' ' + dosage;
-        result.out += isShort ? "" : ' ' + plainText(deviationOf(dosages));
-        if (!line.isLast)
-            result.out += "\n";
-    }
+        std::string text;
+        for (const auto *values : {&first, &second, &third})
+            text += isTriplets ? plainText(meanOf(*values)) + ' ' : "";
+        text += isTriplets && isShort ? "" : plainText(meanOf(dosages)) + ' ';
+        text += isShort ? "" : plainText(deviationOf(dosages)) + ' ';
+        return text.substr(0, text.size() - 1);
+    };
+    ModelResult result = modelRows(lines, options, isTriplets ? 3 : 1, show != "only-values", average);
+    result.messages = messages;
     return result;
 }
 

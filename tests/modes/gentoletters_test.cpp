@@ -22,41 +22,24 @@ TEST(GenToLetters, AgreesWithAPlainVersion)
     const Model model = [](const std::vector<ModelLine> &lines, const OptionMap &options) {
         const bool flip = options.contains("-flip") && options.at("-flip") == "yes";
         const std::string Delim = options.contains("-genodelim") ? ":" : "";
-        ModelResult result = {"", "", "(no file)"};
+        const LineText spell = [&](const ModelLine &line, const std::vector<long> &individuals) {
+            std::string letters[2] = {line.at(modelInteger(options, "-gen1-loc", 4) - 1),
+                                      line.at(modelInteger(options, "-gen2-loc", 5) - 1)};
+            for (std::string &each : letters) {
+                for (const char *pair : {"Aa", "Tt", "Gg", "Cc", "aT", "tA", "gC", "cG"})
+                    std::replace(each.begin(), each.end(), pair[0], flip ? pair[1] : pair[0]);
+            }
+            std::string text;
+            for (const long j : individuals) {
+                const double loc1 = line.number(j), loc2 = line.number(j + 1), loc3 = line.number(j + 2);
+                const bool isFirst = loc1 > loc2 && loc1 > loc3, isMixed = loc2 > loc1 && loc2 > loc3;
+                text += (j == individuals[0] ? "" : " ") + letters[!isFirst && !isMixed] + Delim + letters[!isFirst];
+            }
+            return text;
+        };
+        ModelResult result = modelRows(lines, options, 3, true, spell);
         result.messages = flip ? "Attn: Strands are flipped\n\n" : "Strands not flipped\n\n";
         result.messages += "running genToLetters()\n\n";
-        for (const ModelLine &line : lines) {
-            if (line.size() == 0)
-                continue;
-            const long lastbeforegeno = modelInteger(options, "-last-bef-geno", 5);
-            result.out += modelColumns(line, lastbeforegeno);
-            std::string GEN1 = line.at(modelInteger(options, "-gen1-loc", 4) - 1);
-            std::string GEN2 = line.at(modelInteger(options, "-gen2-loc", 5) - 1);
-            for (const char *pair : {"Aa", "Tt", "Gg", "Cc", "aT", "tA", "gC", "cG"}) {
-                if (flip) {
-                    std::replace(GEN1.begin(), GEN1.end(), pair[0], pair[1]);
-                    std::replace(GEN2.begin(), GEN2.end(), pair[0], pair[1]);
-                }
-            }
-            const long start = lastbeforegeno + 3 * modelInteger(options, "-beg", 1) - 3;
-            long stop = lastbeforegeno + 3 * modelInteger(options, "-end", 99999999) - 3;
-            stop = stop < line.size() - 2 ? stop : line.size() - 3;
-            for (long j = start; j <= stop; j += 3) {
-                if (j < 0)
-                    continue;
-                const double loc1 = line.number(j), loc2 = line.number(j + 1), loc3 = line.number(j + 2);
-                if (loc1 > loc2 && loc1 > loc3)
-                    result.out += GEN1 + Delim + GEN1;
-                else if (loc2 > loc1 && loc2 > loc3)
-                    result.out += GEN1 + Delim + GEN2;
-                else
-                    result.out += GEN2 + Delim + GEN2;
-                if (j < stop - 2)
-                    result.out += " ";
-            }
-            if (!line.isLast)
-                result.out += "\n";
-        }
         return result;
     };
     compareWithModel("gentoletters",

@@ -1,6 +1,7 @@
 #include "modes/gwas2.h"
 #include "main/options.h"
 #include "scans/binsums.h"
+#include "support/kernels.h"
 #include "support/program.h"
 #include "support/scaninput.h"
 

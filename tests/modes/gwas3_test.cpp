@@ -1,4 +1,5 @@
 #include "scans/classsums.h"
+#include "support/kernels.h"
 #include "support/scaninput.h"
 #include "support/scanmodel.h"
 

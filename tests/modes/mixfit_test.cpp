@@ -2,9 +2,9 @@
 #include "mixture/kernels.h"
 #include "mixture/search.h"
 #include "modes/modes.h"
+#include "support/kernels.h"
 #include "support/random.h"
 #include "support/runs.h"
-#include "processors/wide.h"
 
 #include <gtest/gtest.h>
 
@@ -112,10 +112,7 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
         Problem problem(seed);
         LiteralFit &plain = problem.fit;
         const std::string expected = plain.run(problem.references, problem.samples);
-        for (const SearchKernels &kernels : SearchKernels::all()) {
-            if (!kernels.isSupported())
-                continue;
-            kernelsInUse<SearchKernels> = &kernels;
+        withEachKernels<SearchKernels>([&] {
             const Folder folder;
             folder.write("r", problem.references);
             folder.write("s", problem.samples);
@@ -123,9 +120,8 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
                                        {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
                                        {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
             const std::string report = folder.read("s.out");
-            ASSERT_TRUE(report == expected) << kernels.name << ", seed " << seed << "\n"
-                                            << problem.references << problem.samples << report;
-        }
+            EXPECT_TRUE(report == expected) << "seed " << seed << "\n" << problem.references << problem.samples << report;
+        });
+        ASSERT_FALSE(HasFailure());
     }
-    kernelsInUse<SearchKernels> = &widestOf(SearchKernels::all());
 }

@@ -36,12 +36,30 @@ long modelInteger(const OptionMap &options, const std::string &name, long absent
     return found == options.end() || found->second.empty() ? absent : text::readInteger(found->second);
 }
 
-std::string modelColumns(const ModelLine &line, long columns)
+ModelResult modelRows(const std::vector<ModelLine> &lines, const OptionMap &options, long width, bool keepsColumns,
+                      const LineText &text)
 {
-    std::string text;
-    for (long i = 0; i < columns; ++i)
-        text += line.at(i) + ' ';
-    return text;
+    const long leading = modelInteger(options, "-last-bef-geno", 5);
+    ModelResult result = {"", "", "(no file)"};
+    for (const ModelLine &line : lines) {
+        if (line.size() == 0)
+            continue;
+        for (long i = 0; i < leading && keepsColumns; ++i)
+            result.out += line.at(i) + ' ';
+        std::vector<long> individuals;
+        for (long i = modelInteger(options, "-beg", 1); i <= modelInteger(options, "-end", 99999999); ++i) {
+            const long position = leading + width * (i - 1);
+            if (position + width > line.size())
+                break;
+            if (position >= 0)
+                individuals.push_back(position);
+        }
+        const auto written = text(line, individuals);
+        if (!written)
+            break;
+        result.out += *written + (line.isLast ? "" : "\n");
+    }
+    return result;
 }
 
 // Up to six lines; some are longer than a batch of 768 fields.

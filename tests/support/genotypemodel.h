@@ -24,8 +24,6 @@ std::vector<ModelLine> modelLines(const std::string &input);
 
 long modelInteger(const OptionMap &options, const std::string &name, long absent);
 
-// The fields before `columns`, each with a blank, empty ones beyond the end of the line.
-std::string modelColumns(const ModelLine &line, long columns);
 
 // What a run prints and writes.
 struct ModelResult {
@@ -33,6 +31,12 @@ struct ModelResult {
     bool operator==(const ModelResult &) const = default;
 };
 using Model = std::function<ModelResult(const std::vector<ModelLine> &, const OptionMap &)>;
+
+// Of the modes that write a line for each one: its leading columns, empty ones beyond its end, and what `text` makes of the
+// chosen individuals, of `width` fields each, by the positions of their first fields. No text ends the run.
+using LineText = std::function<std::optional<std::string>(const ModelLine &, const std::vector<long> &individuals)>;
+ModelResult modelRows(const std::vector<ModelLine> &lines, const OptionMap &options, long width, bool keepsColumns,
+                      const LineText &text);
 
 // Compares the program with the model on random files and on random values of these options. A failure shows
 // the seed and the input without the lines that the failure does not need.

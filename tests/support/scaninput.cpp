@@ -3,8 +3,6 @@
 #include "text/bytes.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 
 std::string ScanInput::phenotypes()
 {
@@ -75,14 +73,4 @@ std::string ScanInput::dosages()
 std::string ScanInput::triplets()
 {
     return markers(&ScanInput::triplet);
-}
-
-std::string exactText(std::initializer_list<const std::vector<double> *> results)
-{
-    std::string text;
-    for (const auto *values : results) {
-        for (const double value : *values)
-            text += " " + (std::isnan(value) ? "nan" : std::to_string(std::bit_cast<uint64_t>(value)));
-    }
-    return text;
 }

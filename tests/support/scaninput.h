@@ -1,11 +1,7 @@
-// What the tests of the association scans share besides the plain scans: random files, and kernels side by side.
+// Random files for the association scans.
 #pragma once
 
 #include "support/random.h"
-
-#include <gtest/gtest.h>
-#include <span>
-#include <vector>
 
 // Random files with much of what users and accidents put into them; tame ones have whole lines.
 struct ScanInput : RandomText {
@@ -24,20 +20,3 @@ private:
     std::string dosage();
     std::string triplet();
 };
-
-// The bits of every value, but any nan as one.
-std::string exactText(std::initializer_list<const std::vector<double> *> results);
-
-// `results` are everything that the kernels compute for a seed, as text.
-template <class Kernels>
-void expectSameWithAnyInstructions(std::string (*results)(const Kernels &, uint64_t seed))
-{
-    const std::span<const Kernels> table = Kernels::all();
-    for (uint64_t seed = 1; seed <= 400; ++seed) {
-        for (const Kernels &kernels : table) {
-            if (kernels.isSupported()) {
-                EXPECT_EQ(results(kernels, seed), results(table[0], seed)) << kernels.name << ", seed " << seed;
-            }
-        }
-    }
-}

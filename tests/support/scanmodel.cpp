@@ -45,6 +45,18 @@ std::string plainText(double value)
     return text;
 }
 
+PlainLine plainLine(const std::vector<std::pair<Long, Long>> &points)
+{
+    Long meanX = 0, meanY = 0, xx = 0, xy = 0, yy = 0, rest = 0;
+    for (const auto &[x, y] : points)
+        meanX += x / Long(points.size()), meanY += y / Long(points.size());
+    for (const auto &[x, y] : points)
+        xx += (x - meanX) * (x - meanX), xy += (x - meanX) * (y - meanY), yy += (y - meanY) * (y - meanY);
+    for (const auto &[x, y] : points)
+        rest += std::pow(y - meanY - xy / xx * (x - meanX), 2);
+    return {xx, yy, xy / xx, std::sqrt(rest / Long(points.size() - 2) / xx), xy * xy / xx / yy};
+}
+
 TTest lookUpPlainly(const TTable &table, double r2, size_t points)
 {
     const auto &[p, t] = table;
@@ -157,8 +169,7 @@ PlainScan::Groups PlainScan::classesOf(const Trait &trait, const Marker &marker)
     return groups;
 }
 
-// By the number of points less two, as far as there are tables.
-static const TTable &tableFor(size_t points)
+const TTable &tableFor(size_t points)
 {
     static const TTable tables[] = {{}, df1(), df2(), df3(), df5(), df10()};
     return tables[points < 3 || points > 11 ? 0 : points <= 5 ? points - 2 : points <= 7 ? 4 : 5];

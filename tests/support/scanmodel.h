@@ -12,6 +12,16 @@ Texts plainWords(const std::string &line);
 
 std::string plainText(double value);  // six significant digits
 
+// A line by the definitions, with more digits than a double has.
+using Long = long double;
+struct PlainLine {
+    Long xx, yy, slope, error, r2;  // first the sums of squares around the means
+};
+PlainLine plainLine(const std::vector<std::pair<Long, Long>> &points);
+
+// The table that a scan with so many bins takes; none beyond 11.
+const TTable &tableFor(size_t points);
+
 TTest lookUpPlainly(const TTable &table, double r2, size_t points);
 
 // The borders of bins from below the least to above the greatest of the values.

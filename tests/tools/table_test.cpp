@@ -14,6 +14,16 @@ static Result table(const Folder &folder, const Words &words, const std::string 
     return folder.runOther(MORVEL_PAGES_FOLDER "/morvel-table", words, shell, redirection);
 }
 
+// A run ends well where it has output; what it says on standard error is without the name.
+static void expectTable(const Folder &folder, const Words &words, const std::string &output, const std::string &errors)
+{
+    SCOPED_TRACE(testing::PrintToString(words) + testing::PrintToString(folder.files()));
+    const Result run = table(folder, words);
+    EXPECT_EQ(run.output, output);
+    EXPECT_EQ(run.errors, errors.empty() ? "" : "morvel-table: " + errors);
+    EXPECT_EQ(run.status, output.empty() ? 1 : 0);
+}
+
 static std::string textOf(const Rows &rows, const std::string &delimiter)
 {
     std::string text;
@@ -167,10 +177,7 @@ TEST(Phenotypes, AreRefusedOrToldOfWhereSomethingIsLikelyToBeWrong)
         folder.write("list", row.list);
         Words words = {"phenotypes", "-file", "table", "-individuals", "list"};
         words.insert(words.end(), row.more.begin(), row.more.end());
-        const Result run = table(folder, words);
-        EXPECT_EQ(run.output, row.output) << row.table;
-        EXPECT_EQ(run.errors, *row.errors ? std::string("morvel-table: ") + row.errors : "") << row.table;
-        EXPECT_EQ(run.status, *row.output ? 0 : 1) << row.table;
+        expectTable(folder, words, row.output, row.errors);
     }
 }
 
@@ -203,10 +210,7 @@ TEST(Table, ReadsWhatSpreadsheetsWriteOrSaysWhyNot)
         words.insert(words.end(), row.more.begin(), row.more.end());
         if (!std::ranges::count(words, "-delim"))
             words.insert(words.end(), {"-delim", "comma"});
-        const Result run = table(folder, words);
-        EXPECT_EQ(run.output, row.output) << row.text;
-        EXPECT_EQ(run.errors, *row.errors ? std::string("morvel-table: ") + row.errors : "") << row.text;
-        EXPECT_EQ(run.status, *row.output ? 0 : 1) << row.text;
+        expectTable(folder, words, row.output, row.errors);
     }
 }
 
@@ -260,12 +264,8 @@ TEST(Table, ChecksAndSelectsAndRefusesWordsThatItDoesNotKnow)
         {{"transpose", "-file", "t", "-out", "/dev/full"}, "", "Cannot write '/dev/full'\n"},
         {{"--version"}, "morvel-table 1.3.7\n", ""},
     };
-    for (const auto &row : cases) {
-        const Result run = table(folder, row.words);
-        EXPECT_EQ(run.output, row.output) << testing::PrintToString(row.words);
-        EXPECT_EQ(run.errors, *row.errors ? std::string("morvel-table: ") + row.errors : "");
-        EXPECT_EQ(run.status, *row.output ? 0 : 1) << testing::PrintToString(row.words);
-    }
+    for (const auto &row : cases)
+        expectTable(folder, row.words, row.output, row.errors);
     EXPECT_EQ(folder.files().size(), 8u);
     EXPECT_THAT(table(folder, {}).errors, testing::HasSubstr("VERB -option value"));
     EXPECT_THAT(table(folder, {"check", "--help"}).output, testing::HasSubstr("\n    -content      what the "));
