@@ -587,7 +587,8 @@ def main():
     parser.parse_args(namespace=options)
     options.patience = 600 if options.full else 60
     resource.setrlimit(resource.RLIMIT_CORE, (0, resource.getrlimit(resource.RLIMIT_CORE)[1]))  # aborts leave no file
-    options.env = {"ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1:max_allocation_size_mb=1000"}
+    options.env = {"ASAN_OPTIONS": "detect_leaks=0:allocator_may_return_null=1:max_allocation_size_mb=1000",
+                   "QEMU_LD_PREFIX": os.environ.get("QEMU_LD_PREFIX", "")}  # libraries of an emulated build
     options.failed = Path("faults-failed").resolve()
     shutil.rmtree(options.failed, ignore_errors=True)
     options.failed.mkdir()

@@ -85,13 +85,14 @@ static void expectAsToolkit(const std::string &field)
     bool isNumber;
     const double value = QString::fromLatin1(field.data(), qsizetype(field.size())).toDouble(&isNumber);
     const text::Real real = text::readReal(field);
-    // On purpose a number too small for a double is one, and 0; the toolkit takes it for none.
+    // On purpose a number too small for a double is one, and 0; to the toolkit it is none, in Qt 6.8 with a sign.
     const std::string digits = field.substr(0, field.find_last_not_of(" \t") + 1);
     char *end;
     const bool isTooSmall = !isNumber && digits.find('x') == digits.npos && std::strtod(digits.c_str(), &end) == 0
         && end != digits.c_str() && *end == '\0';
     ASSERT_EQ(real.isNumber, isNumber || isTooSmall) << "'" << field << "'";
-    ASSERT_EQ(std::bit_cast<uint64_t>(real.value), std::bit_cast<uint64_t>(value)) << "'" << field << "'";
+    const double expected = isTooSmall ? 0 : value;
+    ASSERT_EQ(std::bit_cast<uint64_t>(real.value), std::bit_cast<uint64_t>(expected)) << "'" << field << "'";
 }
 
 TEST(ReadReal, GivesTheValuesOfTheToolkit)
