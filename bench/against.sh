@@ -52,12 +52,6 @@ head -n 1 phenotypes >phenotype1
 head -n 20 phenotypes >phenotype20
 $new -M gentoAD -file triplets -out dosages >/dev/null
 
-# spent COMMAND: processor seconds, of the system too.
-spent() {
-    local TIMEFORMAT='%3U %3S'
-    { time taskset -c 1 "$@" >/dev/null; } 2>&1 | awk '{ print $1 + $2 }'
-}
-
 # job INPUT OUTPUT ARGUMENTS: times both builds, and the program that only reads and writes as many bytes.
 job() {
     local input=$1 output=$2 run

@@ -18,6 +18,12 @@ seconds() {
     rm -f "$file"
 }
 
+# spent COMMAND: processor seconds, of the system too.
+spent() {
+    local TIMEFORMAT='%3U %3S'
+    { time taskset -c 1 "$@" >/dev/null; } 2>&1 | awk '{ print $1 + $2 }'
+}
+
 # product_seconds: how long numpy with OpenBLAS takes on one thread to multiply 20,000 markers x 750 individuals by 750 x
 # 1,000 phenotypes, without making the matrices.
 product_seconds() {

@@ -19,7 +19,7 @@ struct Marks {
 }  // namespace
 
 // Fields that begin in the first 56 of 64 bytes and are short end within the 64.
-static constexpr size_t step = 56;
+static constexpr ptrdiff_t step = 56;
 
 // Where fields begin among the first 56 bytes; `begins` tells whether one begins at byte 0.
 template <Separator separator>
@@ -61,8 +61,9 @@ MORVEL_INLINE size_t readWindows(const char *&next, const char *end, int16_t *nu
 {
     int16_t *to = numbers;
     const char *block = next;
+    const char *const stop = block + (end - block >= 64 ? (end - block - 64) / step + 1 : 0) * step;
     uint64_t begins = 1;
-    while (to < numbers + most && end - block >= 64) {
+    while (to < numbers + most && block != stop) {
         const Marks marks = Window::template marks<separator>(block);
         const uint64_t starts = startsOf<separator>(marks, begins);
         if (hasLongField(marks, starts)) [[unlikely]]

@@ -7,17 +7,20 @@
 
 TEST(Averages, AreWritten)
 {
-    expectConversions("avgAD", {
-        {"all", "1 r 7 A G 0 1 2\n", {}, "1 r 7 A G 1 0.816497"},  // the square root of 2/3
-        {"only-values", "1 r 7 A G 0 1 2\n1 s 8 A G 1 2\n", {"-show", "only-values"}, "1\n1.5"},
-        {"empty values", "1 r 7 A G 1 3\n", {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
-         "1 r 7 A G 2 1"},
-        {"short line", "a b\n", {}, "a b    nan nan"},
+    expectRuns({"avgAD", {"-file", "in", "-out", "out"}, {"in"}, {"out"}}, {
+        {"all", {"1 r 7 A G 0 1 2\n"}, {}, {"1 r 7 A G 1 0.816497"}},  // the square root of 2/3
+        {"only-values", {"1 r 7 A G 0 1 2\n1 s 8 A G 1 2\n"}, {"-show", "only-values"}, {"1\n1.5"}},
+        {"empty values", {"1 r 7 A G 1 3\n"}, {"-beg", "", "-end", "", "-last-bef-geno", "", "-show", ""},
+         {"1 r 7 A G 2 1"}},
+        {"short line", {"a b\n"}, {}, {"a b    nan nan"}},
     });
-    expectConversions("avgGEN", {
-        {"class means, dosage, deviation", "1 r 7 A G 1 0 0 0 0 1\n", {}, "1 r 7 A G 0.5 0 0.5 1 1"},
-        {"incomplete triplet", "1 r 7 A G 0 1 0 0 1\n", {"-show", "no-stdev"}, "1 r 7 A G 0 1 0"},
-        {"before the line", "1 0 0 0 0 1\n", {"-last-bef-geno", "0", "-beg", "-9"}, "0.5 0 0.5 1 1"},
+    expectRuns({"avgGEN", {"-file", "in", "-out", "out"}, {"in"}, {"out"}}, {
+        {"class means, dosage, deviation", {"1 r 7 A G 1 0 0 0 0 1\n"}, {}, {"1 r 7 A G 0.5 0 0.5 1 1"}},
+        {"incomplete triplet", {"1 r 7 A G 0 1 0 0 1\n"}, {"-show", "no-stdev"}, {"1 r 7 A G 0 1 0"}},
+        {"before the line", {"1 0 0 0 0 1\n"}, {"-last-bef-geno", "0", "-beg", "-9"}, {"0.5 0 0.5 1 1"}},
+    });
+    expectRuns({"avggen", {"-file", "in", "-out", "out"}, {"in"}, {"out"}, {}, "running avgGen()\n\nCounter < 1\n", 1}, {
+        {"nobody", {"1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n"}, {"-beg", "2"}, {"1 r 7 A G 0 0 1 2 0\n1 s 8 A G "}},
     });
 }
 

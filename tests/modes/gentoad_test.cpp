@@ -7,20 +7,29 @@ static const std::string header = "RS\tmean\tstdev\tCV\tmin\tmax\tAD=0\tAD=1-2\t
 
 TEST(GenToAd, WritesADosagePerTriplet)
 {
-    expectConversions("gentoAD", {
-        {"each class", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1\n", {}, "1 rs1 10 A G 0 1 2\n", "(no file)",
+    const std::string marker = "1 rs1 10 A G ", two = "1 a 1 A G 0 0 1\n1 b 2 A G 0 1 0\n";
+    expectRuns({"gentoAD", {"-file", "in", "-out", "out"}, {"in"}, {"out", "out.stats"}}, {
+        {"each class", {marker + "1 0 0 0 1 0 0 0 1\n"}, {}, {marker + "0 1 2\n"},
          "running genToAd()\nStatistical summary not provided\n"},
-        {"single precision", "1 rs1 10 A G 0 0.1234567 0.7654321\n", {}, "1 rs1 10 A G 1.65432\n"},
-        {"two fields left over", "1 rs1 10 A G 0 0 1 1 0\n", {}, "1 rs1 10 A G 2 "},
-        {"the range converts everything", "1 a 1 A G 0 0 1\n1 b 2 A G 0 1 0\n", {"-beg", "5", "-end", "10"},
-         "1 a 1 A G 2\n1 b 2 A G 1\n"},
-        {"only yes is yes", "1 rs1 10 A G 0 0.5 0\n", {"-to-hard-call", "YES"}, "1 rs1 10 A G 0.5\n"},
-        {"summary, name beyond the line", "1 rs1 10 A G 0 1 0\n", {"-statistics", "yes", "-rs-loc", "9"},
-         "1 rs1 10 A G 1\n", header + "\t1\t0\t0\t1\t1\t0\t1\t0\t0\n"},
-        {"summary, hard calls plus a half", "1 rs1 10 A G 0.02 0.49 0.49 0 0.5 0.5 1 0 0 0 0 1\n",
-         {"-statistics", "yes", "-to-hard-call", "yes"}, "1 rs1 10 A G 1 2 0 2\n",
-         header + "rs1\t1.7425\t0.747609\t0.429044\t0.5\t2.5\t0\t2\t1\t1\n",
+        {"single precision", {marker + "0 0.1234567 0.7654321\n"}, {}, {marker + "1.65432\n"}},
+        {"two fields left over", {marker + "0 0 1 1 0\n"}, {}, {marker + "2 "}},
+        {"the range converts everything", {two}, {"-beg", "5", "-end", "10"}, {"1 a 1 A G 2\n1 b 2 A G 1\n"}},
+        {"only yes is yes", {marker + "0 0.5 0\n"}, {"-to-hard-call", "YES"}, {marker + "0.5\n"}},
+        {"summary, name beyond the line", {marker + "0 1 0\n"}, {"-statistics", "yes", "-rs-loc", "9"},
+         {marker + "1\n", header + "\t1\t0\t0\t1\t1\t0\t1\t0\t0\n"}},
+        {"summary, hard calls plus a half", {marker + "0.02 0.49 0.49 0 0.5 0.5 1 0 0 0 0 1\n"},
+         {"-statistics", "yes", "-to-hard-call", "yes"},
+         {marker + "1 2 0 2\n", header + "rs1\t1.7425\t0.747609\t0.429044\t0.5\t2.5\t0\t2\t1\t1\n"},
          "running genToAd()\nStatistical summary is provided\ndose problems: 1\n"},
+    });
+}
+
+TEST(GenToAd, EndsWithItsMessage)
+{
+    expectRuns({"gentoAD", {"-file", "in", "-out", "o"}, {}, {}, {{"in", ""}}, "", 1}, {
+        {"range", {}, {"-beg", "10", "-end", "5"}, {}, "Invalid range selected: beg > end\n"},
+        {"place of the name", {}, {"-rs-loc", "1.5"}, {}, "Invalid rs number location selected\n"},
+        {"no output", {}, {"-out", ""}, {}, "running genToAd()\nOutput file not opened\n"},
     });
 }
 

@@ -1,4 +1,3 @@
-#include "support/program.h"
 #include "support/random.h"
 #include "support/scanmodel.h"
 
@@ -7,31 +6,30 @@
 
 TEST(GwamaFilter, KeepsLinesByTheirDirections)
 {
-    const struct {
-        const char *name, *input;
-        std::vector<std::string> options;
-        const char *out;
-    } cases[] = {
-        {"kept", "a\t+++\nb\t??+\nc\t++?-\n", {}, "a\t+++\nb\t??+\nc\t++?-\n"},
-        {"dropped", "d\t+-\ne\t???+\nf\t000\ng\t\nh\n", {}, ""},
-        {"as read", "\t+\r\n\r\n\n\xff\t-\r\r\n x\t+", {}, "\t+\n\xff\t-\r\n x\t+\n"},
-        {"empty header", "\n+\t+-\n-\t-\n", {"-header", "yes"}, "\n-\t-\n"},
-        {"header", "+\t+-\n-\t-\n", {"-header", "yes"}, "+\t+-\n-\t-\n"},
-        {"dash", "+-+\n+--+\n+-x\n", {"-delim", "dash"}, "+-+\n"},
-        {"quote", "a\"+\n", {"-delim", "quote"}, "a\"+\n"},
-        {"slash", "a/+\n-\\+\n", {"-delim", "slash"}, "a/+\n"},
-        {"bslash", "a\\+\n", {"-delim", "bslash"}, "a\\+\n"},
-        {"every byte", "-+\n0+\n", {"-delim", "", "-column", "3"}, "-+\n0+\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("in", row.input);
-        std::vector<std::string> options = row.options;
-        options.insert(options.end(), {"-file", "in", "-out", "out", "-column", "2"});
-        const Result run = folder.runMode("gwamafilter", options);
-        EXPECT_EQ(run.messages, "running gwamaFilter()\n\n") << row.name;
-        EXPECT_EQ(folder.read("out"), row.out) << row.name;
-    }
+    const Runs runs = {"gwamafilter", {"-file", "in", "-out", "out", "-column", "2"}, {"in"}, {"out"}, {},
+                       "running gwamaFilter()\n\n"};
+    expectRuns(runs, {
+        {"kept", {"a\t+++\nb\t??+\nc\t++?-\n"}, {}, {"a\t+++\nb\t??+\nc\t++?-\n"}},
+        {"dropped", {"d\t+-\ne\t???+\nf\t000\ng\t\nh\n"}, {}, {""}},
+        {"as read", {"\t+\r\n\r\n\n\xff\t-\r\r\n x\t+"}, {}, {"\t+\n\xff\t-\r\n x\t+\n"}},
+        {"empty header", {"\n+\t+-\n-\t-\n"}, {"-header", "yes"}, {"\n-\t-\n"}},
+        {"header", {"+\t+-\n-\t-\n"}, {"-header", "yes"}, {"+\t+-\n-\t-\n"}},
+        {"dash", {"+-+\n+--+\n+-x\n"}, {"-delim", "dash"}, {"+-+\n"}},
+        {"quote", {"a\"+\n"}, {"-delim", "quote"}, {"a\"+\n"}},
+        {"slash", {"a/+\n-\\+\n"}, {"-delim", "slash"}, {"a/+\n"}},
+        {"bslash", {"a\\+\n"}, {"-delim", "bslash"}, {"a\\+\n"}},
+        {"every byte", {"-+\n0+\n"}, {"-delim", "", "-column", "3"}, {"-+\n0+\n"}},
+    });
+}
+
+TEST(GwamaFilter, EndsWithItsMessage)
+{
+    const std::string announced = "output name = input name + '.out'\n";
+    expectRuns({"gwamafilter", {}, {"in"}, {}, {}, "", 1}, {
+        {"no file", {}, {"-column", "2"}, {}, "You need to specify '-file'.\n\n"},
+        {"no column", {""}, {"-file", "in"}, {}, announced + "Incorrect column\n"},
+        {"column 0", {""}, {"-file", "in", "-column", "0"}, {}, announced + "Incorrect column\n"},
+    });
 }
 
 // Fields and lines that end before, at and behind the blocks in which bytes are looked at.
@@ -57,10 +55,8 @@ TEST(GwamaFilter, AgreesWithAPlainVersion)
                 && std::ranges::count(entry, '+') != std::ranges::count(entry, '-'))
                 expected += line + "\n";
         }
-        const Folder folder;
-        folder.write("in", input);
-        const std::string number = std::to_string(column);
-        folder.runMode("gwamafilter", {"-file", "in", "-delim", delimiter, "-column", number});
-        ASSERT_EQ(folder.read("in.out"), expected) << "seed " << seed;
+        expectRuns({"gwamafilter", {"-file", "in", "-column", std::to_string(column)}, {"in"}, {"in.out"}},
+                   {{"seed " + std::to_string(seed), {input}, {"-delim", delimiter}, {expected}}});
+        ASSERT_FALSE(HasFailure());
     }
 }

@@ -7,40 +7,39 @@
 
 // One centimorgan per 1000 base pairs, a jump at 3000, none above 5000.
 static const char map[] = "position rate cM\n1000 0 1\n3000 0 3\n3000 0 8\n\n5000 0 10\n";
+static const std::string announced = "running ldPrune()\npositions have to be in ascending order in both files\n";
 
-static Result prune(const Folder &folder, const std::string &input, const std::string &threshold)
-{
-    folder.write("in", input);
-    return folder.runMode("ldprune", {"-file", "in", "-out", "", "-map", "map", "-threshold", threshold,
-                                      "-pcolumn", "2", "-poscolumn", "1", "-delim", "space"});
-}
+static const Runs pruning = {"ldprune", {"-file", "in", "-map", "map", "-threshold", "1", "-pcolumn", "2", "-poscolumn", "1",
+                                         "-delim", "space", "-out", ""},
+                             {"in", "map"}, {"in.out", "in.out.removed"}, {}, announced};
 
 TEST(LdPrune, DropsTheLargerPValueOfClosePairs)
 {
-    const struct {
-        const char *name, *input, *threshold, *kept, *removed;
-    } cases[] = {
-        {"back onto the jump", "4000 1\n3000 .5\n", "2", "4000 1\n3000 .5\n", ""},  // 9 and 3 centimorgans
-        {"bytes", "1000 .5 \xff\r\r\n\n1100 .2\r\n", "1", "1100 .2\n", "1000 .5 \xff\r dCM 0.1\n"},
-        {"a tie drops the earlier one", "1000 .5 a\n1000 .5 b\n", "1", "1000 .5 b\n", "1000 .5 a dCM 0\n"},
-        {"a kept last pair ends it", "1000 1\n1010 2\n1020 3\n2000 1\n", "0.5", "1000 1\n1020 3\n2000 1\n",
-         "1010 2 dCM 0.01\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("map", map);
-        const Result run = prune(folder, row.input, row.threshold);
-        EXPECT_EQ(run.messages, "running ldPrune()\npositions have to be in ascending order in both files\n");
-        EXPECT_EQ(folder.read("in.out"), row.kept) << row.name;
-        EXPECT_EQ(folder.read("in.out.removed"), row.removed) << row.name;
-    }
+    expectRuns(pruning, {
+        {"back onto the jump", {"4000 1\n3000 .5\n", map}, {"-threshold", "2"},
+         {"4000 1\n3000 .5\n", ""}},  // 9 and 3 centimorgans
+        {"bytes", {"1000 .5 \xff\r\r\n\n1100 .2\r\n", map}, {}, {"1100 .2\n", "1000 .5 \xff\r dCM 0.1\n"}},
+        {"a tie drops the earlier one", {"1000 .5 a\n1000 .5 b\n", map}, {}, {"1000 .5 b\n", "1000 .5 a dCM 0\n"}},
+        {"a kept last pair ends it", {"1000 1\n1010 2\n1020 3\n2000 1\n", map}, {"-threshold", "0.5"},
+         {"1000 1\n1020 3\n2000 1\n", "1010 2 dCM 0.01\n"}},
+    });
 }
 
-TEST(LdPrune, TakesNoMarkerToBeOnAMapOfOneRow)
+TEST(LdPrune, EndsWithItsMessage)
 {
-    const Folder folder;
-    folder.write("map", "header\n1000 0 1\n");
-    EXPECT_TRUE(prune(folder, "1000 .5\n1000 .2\n", "1").messages.ends_with("\nerror!\n"));
+    Runs failing = pruning;
+    failing.status = 1;
+    const std::string fewer = " has fewer fields than column ";
+    expectRuns(failing, {
+        {"no file", {"", map}, {"-file", ""}, {}, ""},
+        {"no column of p-values", {"", map}, {"-pcolumn", ""}, {"(no file)", ""}, "-pcolumn not specified\n"},
+        {"no column of positions", {"", map}, {"-poscolumn", "-1"}, {"(no file)", ""}, "-poscolumn not specified\n"},
+        {"off the map", {"1000 1\n1010 2\n1 1\n2 1\n", map}, {}, {"", "1010 2 dCM 0.01\n"}, announced + "error!\n"},
+        {"short line", {"h\n\n1 1\n2\n", map}, {"-dataheader", "yes"}, {"", ""}, announced + "Line 4" + fewer + "2\n"},
+        {"short first line", {"1 2\n", map}, {"-poscolumn", "3"}, {"", ""}, announced + "Line 1" + fewer + "3\n"},
+        {"a map of one row maps nothing", {"1000 .5\n1000 .2\n", "header\n1000 0 1\n"}, {}, {"", ""},
+         announced + "error!\n"},
+    });
 }
 
 // Long lines are not copied.
@@ -49,10 +48,7 @@ TEST(LdPrune, KeepsLinesOfAnyLength)
     std::string table;
     for (const int megabytes : {3, 0, 5, 5, 1, 0, 9, 2})
         table += std::to_string(1000 + megabytes) + " 1 " + std::string(size_t(megabytes) << 20, 'x') + "\n";
-    const Folder folder;
-    folder.write("map", map);
-    prune(folder, table, "0");
-    EXPECT_TRUE(folder.read("in.out") == table);
+    expectRuns(pruning, {{"long lines", {table, map}, {"-threshold", "0"}, {table, ""}}});
 }
 
 struct Row {
@@ -118,14 +114,13 @@ TEST(LdPrune, AgreesWithAPlainVersion)
             input += rows.back().line + random.lineEnd();
         }
         const int threshold = int(random.below(4));
-        const Folder folder;
-        folder.write("map", mapLines);
-        const Result run = prune(folder, input, std::to_string(threshold));
-        const bool isDone = pruneLiterally(rows, threshold, removed);
-        for (size_t i = 0; isDone && i < rows.size(); ++i)
+        Runs runs = pruning;
+        runs.status = pruneLiterally(rows, threshold, removed) ? 0 : 1;
+        runs.messages = "...";
+        for (size_t i = 0; runs.status == 0 && i < rows.size(); ++i)
             kept += rows[i].line + "\n";
-        ASSERT_EQ(run.status, isDone ? 0 : 1) << "seed " << seed;
-        ASSERT_EQ(folder.read("in.out"), kept) << "seed " << seed;
-        ASSERT_EQ(folder.read("in.out.removed"), removed) << "seed " << seed;
+        expectRuns(runs, {{"seed " + std::to_string(seed), {input, mapLines}, {"-threshold", std::to_string(threshold)},
+                           {kept, removed}}});
+        ASSERT_FALSE(HasFailure());
     }
 }

@@ -1,18 +1,17 @@
 #include "correlation/shiftsums.h"
 #include "modes/levin_literal.h"
-#include "support/program.h"
 #include "support/scanmodel.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
 
-static const std::string announced = "output name = input name + '.out'\n";
+static const std::string announced = "output name = input name + '.out'\n", running = announced + "Running...\n\n";
 
 static std::string summary(const std::string &positive, const std::string &negative, const std::string &best1,
                            const std::string &best2)
 {
-    return announced + "Running...\n\nPositive correlation range = " + positive
+    return running + "Positive correlation range = " + positive
         + "\nNegative correlation range = " + negative + "\nBest positive correlation = " + best1
         + "\nBest negative correlation = " + best2 + "\n";
 }
@@ -20,32 +19,35 @@ static std::string summary(const std::string &positive, const std::string &negat
 TEST(Levin, CorrelatesEveryShift)
 {
     const std::string initial = summary("1 ... 0", "-1 ... 0", "0 is at iteration 1", "0 is at iteration 1");
-    const struct {
-        const char *name, *input;
-        std::vector<std::string> options;
-        std::string out, messages;
-    } cases[] = {
+    expectRuns({"levin", {"-file", "in"}, {"in"}, {"in.out"}}, {
         // x and y without their means: -1 0 1; shifted by one 1 -1 0, by two 0 1 -1.
-        {"equal columns", "1\t5\n2\t6\n\n3\t7", {}, "N\tcorr\tfirst_Y\n1\t1\t5\n2\t-0.5\t7\n3\t-0.5\t6\n",
+        {"equal columns", {"1\t5\n2\t6\n\n3\t7"}, {}, {"N\tcorr\tfirst_Y\n1\t1\t5\n2\t-0.5\t7\n3\t-0.5\t6\n"},
          summary("1 ... 1", "-0.5 ... -0.5", "1 is at iteration 1", "-0.5 is at iteration 2")},
-        {"columns", "y,?,x\r\n7,,1\n5,,2\n6,,3\n", {"-columns", "3,1", "-delim", "comma", "-header", "Yes"},
-         "N,corr,first_Y\n1,-0.5,7\n2,-0.5,6\n3,1,5\n",
+        {"columns", {"y,?,x\r\n7,,1\n5,,2\n6,,3\n"}, {"-columns", "3,1", "-delim", "comma", "-header", "Yes"},
+         {"N,corr,first_Y\n1,-0.5,7\n2,-0.5,6\n3,1,5\n"},
          summary("1 ... 1", "-0.5 ... -0.5", "1 is at iteration 3", "-0.5 is at iteration 1")},
         // One of the three is exactly 0, and belongs to the positive ones.
-        {"zero", "1\t1\n2\t0\n3\t1\n", {}, "N\tcorr\tfirst_Y\n1\t0\t1\n2\t-0.866025\t1\n3\t0.866025\t0\n",
+        {"zero", {"1\t1\n2\t0\n3\t1\n"}, {}, {"N\tcorr\tfirst_Y\n1\t0\t1\n2\t-0.866025\t1\n3\t0.866025\t0\n"},
          summary("0 ... 0.866025", "-0.866025 ... -0.866025", "0.866025 is at iteration 3",
                  "-0.866025 is at iteration 2")},
-        {"constant", "4\t1\n4\t2\n", {}, "N\tcorr\tfirst_Y\n1\tnan\t1\n2\tnan\t2\n", initial},
-        {"no rows", "1\t1\n", {"-header", "yes", "-delim", "x"}, "N\tcorr\tfirst_Y\n", initial},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        folder.write("in", row.input);
-        std::vector<std::string> options = row.options;
-        options.insert(options.end(), {"-file", "in"});
-        EXPECT_EQ(folder.runMode("levin", options).messages, row.messages) << row.name;
-        EXPECT_EQ(folder.read("in.out"), row.out) << row.name;
-    }
+        {"constant", {"4\t1\n4\t2\n"}, {}, {"N\tcorr\tfirst_Y\n1\tnan\t1\n2\tnan\t2\n"}, initial},
+        {"no rows", {"1\t1\n"}, {"-header", "yes", "-delim", "x"}, {"N\tcorr\tfirst_Y\n"}, initial},
+    });
+}
+
+TEST(Levin, EndsWithItsMessage)
+{
+    const std::string noNumber = running + "Dada contain non-numbers\n";
+    expectRuns({"levin", {"-delim", "space"}, {"in"}, {"in.out"}, {}, "", 1}, {
+        {"no file", {}, {}, {}, "You need to specify '-file'.\n\n"},
+        {"one column", {""}, {"-file", "in", "-columns", "1"}, {}, announced + "Incorrect number of columns specified\n"},
+        {"three columns", {""}, {"-file", "in", "-columns", "1,2,"}, {},
+         announced + "Incorrect number of columns specified\n"},
+        {"column 0", {""}, {"-file", "in", "-columns", "x,1"}, {}, announced + "Negative column numbers cannot be used\n"},
+        {"short line", {"1 1\n1\n"}, {"-file", "in"}, {"N corr first_Y\n"}, running + "Second column not found in data\n"},
+        {"huge number", {"1 1e999\n"}, {"-file", "in"}, {"N corr first_Y\n"}, noNumber},
+        {"no number", {"NA 1\n"}, {"-file", "in"}, {"N corr first_Y\n"}, noNumber},
+    });
 }
 
 // A table of the columns, and what the mode makes of it, from the plain version's correlations.

@@ -2,21 +2,13 @@
 #include "mixture/kernels.h"
 #include "mixture/search.h"
 #include "modes/modes.h"
-#include "support/program.h"
 #include "support/random.h"
+#include "support/runs.h"
 #include "processors/wide.h"
 
 #include <gtest/gtest.h>
 
-static Result fit(const Folder &folder, std::string_view references, std::string_view samples,
-                  std::vector<std::string> options)
-{
-    folder.write("r", references);
-    folder.write("s", samples);
-    options.insert(options.begin(), {"-ref", "r", "-file", "s"});
-    return folder.runMode("mixfit", options);
-}
-
+static const std::string running = "running mixFit()\n\n";
 static const std::string corners = "A\t1\t0\t0\nB\t0\t1\t0\nC\t0\t0\t1\n";
 
 TEST(MixFit, WritesTheReport)
@@ -31,57 +23,35 @@ TEST(MixFit, WritesTheReport)
     const std::string none = "0 cumul_normal A 0\n1 cumul_normal B 0\n2 cumul_normal C 0\n\n";
     const std::string three = sample + "3Hits h A 0.5 B 0.5 C 0 score: 0\n";
     const std::string combi = "0 cumul_combi A 0.5\n1 cumul_combi B 0.5\n2 cumul_combi C 0\n";
-    const struct {
-        const char *name;
-        std::string references, samples;
-        std::vector<std::string> options;
-        std::string report;
-    } cases[] = {
-        {"triples", corners, "h\t.5\t.5\t0\n", {"-combinatorics", "YES"},
-         three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi},
-        {"no triples, headers, empty lines, what is no number, further values", "x\n\n" + corners + "\r\n",
-         "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n", {"-header", "yes", "-refheader", "YES", "-combinatorics", "Yes"},
-         three + normal},
-        {"delimiter", "A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0", {"-delim", "<>"}, three + normal},
-        {"empty fields behind the values of a population", "A\t1\t0\t0\t\nB\t0\t1\t0\t\t\t\r\nC\t0\t0\t1\n",
-         "h\t.5\t.5\t0\t\n", {}, three + normal},
-        {"comma, no sample", "A,1,0,0\nB,0,1,0\nC,0,0,1\n", "", {"-delim", "comma"}, none},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        std::vector<std::string> options = {"-refpops", "3", "-step", "0.5"};
-        options.insert(options.end(), row.options.begin(), row.options.end());
-        const Result run = fit(folder, row.references, row.samples, options);
-        EXPECT_EQ(run.messages, "running mixFit()\n\n") << row.name;
-        EXPECT_EQ(folder.read("s.out"), row.report) << row.name;
-    }
+    expectRuns({"mixfit", {"-ref", "r", "-file", "s", "-refpops", "3", "-step", "0.5"}, {"r", "s"}, {"s.out"}, {}, running}, {
+        {"triples", {corners, "h\t.5\t.5\t0\n"}, {"-combinatorics", "YES"},
+         {three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi}},
+        {"no triples, headers, empty lines, what is no number, further values",
+         {"x\n\n" + corners + "\r\n", "h\t1\t0\t0\n\nh\t0.5\t.5\tNA\t9\r\n"},
+         {"-header", "yes", "-refheader", "YES", "-combinatorics", "Yes"}, {three + normal}},
+        {"delimiter", {"A<>1<>0<>0\nB<>0<>1<>0\nC<>0<>0<>1\n", "h<>.5<>.5<>0"}, {"-delim", "<>"}, {three + normal}},
+        {"empty fields behind the values of a population",
+         {"A\t1\t0\t0\t\nB\t0\t1\t0\t\t\t\r\nC\t0\t0\t1\n", "h\t.5\t.5\t0\t\n"}, {}, {three + normal}},
+        {"comma, no sample", {"A,1,0,0\nB,0,1,0\nC,0,0,1\n", ""}, {"-delim", "comma"}, {none}},
+    });
 }
 
 TEST(MixFit, EndsWithAMessage)
 {
-    const std::string running = "running mixFit()\n\n", notThree = "Reference file must hold 3 lines of 3 values\n";
-    const struct {
-        std::string references;
-        std::vector<std::string> options;
-        std::string messages;
-    } cases[] = {
-        {corners, {"-step", "0.0009", "-refpops", "3.5"}, "You have less than 3 ref populations\n"},
-        {corners, {"-refpops", "3", "-step", "0.0009"}, "Incorrect step\n"},
-        {corners, {"-refpops", "3", "-step", "2147484"}, "Incorrect step\n"},
-        {corners, {"-refpops", "3", "-step", "nan"}, "Incorrect step\n"},
-        {corners, {"-refpops", "4"}, running + "Reference file must hold 4 lines of 4 values\n"},
-        {corners + "D\t1\t0\t0\n", {"-refpops", "3"}, running + notThree},
-        {"A\t1\nB\t1\nC\t1\n", {"-refpops", "3"}, running + notThree},
-        {"A\t1\t0\t0\t\t5\n" + corners.substr(corners.find('B')), {"-refpops", "3"}, running + notThree},
-        {corners, {"-refpops", "2147483647"}, running},  // more memory than there is
-        {corners, {"-refpops", "3"}, running + "Sample short has fewer than 3 values\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        const Result run = fit(folder, row.references, "h\t.5\t.5\t0\nshort\t1\t1\n", row.options);
-        EXPECT_EQ(run.messages, row.messages) << testing::PrintToString(row.options);
-        EXPECT_EQ(run.status, 1) << testing::PrintToString(row.options);
-    }
+    const std::string notThree = running + "Reference file must hold 3 lines of 3 values\n", step = "Incorrect step\n";
+    expectRuns({"mf", {"-ref", "r", "-file", "s", "-refpops", "3"}, {"r"}, {"s.out"},
+                {{"s", "h\t.5\t.5\t0\nshort\t1\t1\n"}}, "", 1}, {
+        {"few populations", {corners}, {"-step", "0.0009", "-refpops", "3.5"}, {}, "You have less than 3 ref populations\n"},
+        {"small step", {corners}, {"-step", "0.0009"}, {}, step},
+        {"large step", {corners}, {"-step", "2147484"}, {}, step},
+        {"no step", {corners}, {"-step", "nan"}, {}, step},
+        {"fewer lines", {corners}, {"-refpops", "4"}, {""}, running + "Reference file must hold 4 lines of 4 values\n"},
+        {"more lines", {corners + "D\t1\t0\t0\n"}, {}, {""}, notThree},
+        {"short lines", {"A\t1\nB\t1\nC\t1\n"}, {}, {""}, notThree},
+        {"a value more", {"A\t1\t0\t0\t\t5\n" + corners.substr(corners.find('B'))}, {}, {""}, notThree},
+        {"more memory than there is", {corners}, {"-refpops", "2147483647"}, {""}, running},
+        {"short sample", {corners}, {}, {"...\n"}, running + "Sample short has fewer than 3 values\n"},
+    });
     const Folder folder;
     EXPECT_EQ(folder.runMode("mf", {"-ref", "r"}).messages, "You need to specify '-file'.\n\n");
     EXPECT_EQ(folder.runMode("mf", {"-file", "s"}).messages, "You need to specify '-ref'.\n\n");

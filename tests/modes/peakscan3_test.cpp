@@ -12,13 +12,7 @@
 static const std::string clip2 = "id1 not defined\nid2 not defined\nid3 not defined\nClip2 not applied\n";
 static const std::string running = clip2 + "running peakScan3()\n\nClip function turned on\n";
 
-static Result scan(const Folder &folder, const std::string &input, std::vector<std::string> options = {})
-{
-    folder.write("in", input);
-    options.insert(options.end(), {"-file", "in", "-out", "out", "-chrcolumn", "1", "-lcolumn", "2", "-pcolumn",
-                                     "3"});
-    return folder.runMode("peakscan3", options);
-}
+static const Texts columns = {"-file", "in", "-out", "out", "-chrcolumn", "1", "-lcolumn", "2", "-pcolumn", "3"};
 
 // -log10 p is 0 0 10 20 10 0 0 at markers 100 apart; the slopes are 0.04 0 -0.04 in the middle.
 static std::string peak(int position)
@@ -31,42 +25,56 @@ static std::string peak(int position)
 
 TEST(PeakScan3, WritesMarkersAndRanges)
 {
-    const Folder folder;
-    const std::string input = "header\n7\tNA\t1\n\n7\t1\tNA\r\n" + peak(0);
-    const Result run = scan(folder, input, {"-header", "yes", "-clip", "no"});
-    EXPECT_EQ(run.messages, clip2 + "running peakScan3()\n\nClip function turned off\nextract header\n");
-    EXPECT_EQ(folder.read("out"), "0\t7\t100\t0\t0\t0\t0\n1\t7\t200\t0\t3.33333\t0\t0\n"
-                                  "2\t7\t300\t10\t0\t10\t0\n3\t7\t400\t20\t0\t20\t0\n4\t7\t500\t10\t0\t10\t0\n"
-                                  "5\t7\t600\t0\t3.33333\t0\t0\n6\t7\t700\t0\t0\t0\t0\n");
-    EXPECT_EQ(folder.read("out.ranges"), "SUM: max: 3 400 20 maxder: 0.16 range: 300 500 200 3\n");
-
+    const std::string markers = "0\t7\t100\t0\t0\t0\t0\n1\t7\t200\t0\t3.33333\t0\t0\n"
+                                "2\t7\t300\t10\t0\t10\t0\n3\t7\t400\t20\t0\t20\t0\n4\t7\t500\t10\t0\t10\t0\n"
+                                "5\t7\t600\t0\t3.33333\t0\t0\n6\t7\t700\t0\t0\t0\t0\n";
+    expectRuns({"peakscan3", columns, {"in"}, {"out", "out.ranges"}}, {
+        {"one peak", {"header\n7\tNA\t1\n\n7\t1\tNA\r\n" + peak(0)}, {"-header", "yes", "-clip", "no"},
+         {markers, "SUM: max: 3 400 20 maxder: 0.16 range: 300 500 200 3\n"},
+         clip2 + "running peakScan3()\n\nClip function turned off\nextract header\n"},
+    });
     // The last marker of the first peak is at 500, and the last one before the second at 500 + 19998 or 19999.
     for (const auto &[offset, ranges] : {std::pair(19798, 1), std::pair(19799, 2), std::pair(30000, 2)}) {
-        scan(folder, peak(0) + peak(offset + 500));
+        const Folder folder;
+        folder.write("in", peak(0) + peak(offset + 500));
+        folder.runMode("peakscan3", columns);
         EXPECT_EQ(std::ranges::count(folder.read("out.ranges"), '\n'), ranges) << offset;
     }
 }
 
 TEST(PeakScan3, GoesByTheLabels)
 {
-    const struct {
-        const char *input, *out;
-    } cases[] = {
-        {"", ""},
-        {"1 123456789 0.1\n", "0 1 1.23457e+08 1 0 0 0\n"},
-        {"1 5 .1\n1 6 .1\n2 7 .1\n2 8 .1\n", "0 1 5 1 0 0 0\n1 1 6 1 0 0 0\n0 2 7 1 0 0 0\n1 2 8 1 0 0 0\n"},
-        // A single last line goes by the label before it.
-        {"1 5 .1\n1 6 .1\n2 7 .1\n", "0 1 5 1 0 0 0\n1 1 6 1 0 0 0\n0 1 7 1 0 0 0\n"},
-        {"1 5 .1\n2 6 .1\n1 7 .1\n1 NA .1\n", "0 1 5 1 0 0 0\n0 2 6 1 0 0 0\n0 2 7 1 0 0 0\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        EXPECT_EQ(scan(folder, row.input, {"-delim", "space"}).messages, running);
-        std::string out = row.out;
-        std::ranges::replace(out, ' ', '\t');
-        EXPECT_EQ(folder.read("out"), out) << row.input;
-        EXPECT_EQ(folder.read("out.ranges"), "");
-    }
+    expectRuns({"peakscan3", columns, {"in"}, {"out", "out.ranges"}, {}, running}, {
+        {"nothing", {""}, {}, {"", ""}},
+        {"one line", {"1\t123456789\t0.1\n"}, {}, {"0\t1\t1.23457e+08\t1\t0\t0\t0\n", ""}},
+        {"two labels", {"1\t5\t.1\n1\t6\t.1\n2\t7\t.1\n2\t8\t.1\n"}, {},
+         {"0\t1\t5\t1\t0\t0\t0\n1\t1\t6\t1\t0\t0\t0\n0\t2\t7\t1\t0\t0\t0\n1\t2\t8\t1\t0\t0\t0\n", ""}},
+        {"a single last line goes by the label before it", {"1\t5\t.1\n1\t6\t.1\n2\t7\t.1\n"}, {},
+         {"0\t1\t5\t1\t0\t0\t0\n1\t1\t6\t1\t0\t0\t0\n0\t1\t7\t1\t0\t0\t0\n", ""}},
+        {"a label comes back", {"1\t5\t.1\n2\t6\t.1\n1\t7\t.1\n1\tNA\t.1\n"}, {},
+         {"0\t1\t5\t1\t0\t0\t0\n0\t2\t6\t1\t0\t0\t0\n0\t2\t7\t1\t0\t0\t0\n", ""}},
+    });
+}
+
+TEST(PeakScan3, EndsWithItsMessage)
+{
+    const std::string fewer = " has fewer fields than column ";
+    const Texts required = {"-out", "o", "-lcolumn", "2", "-pcolumn", "3", "-chrcolumn", "1", "-delim", " "};
+    expectRuns({"peakscan3", required, {"in"}, {"o", "o.ranges"}, {}, "", 1}, {
+        {"no file", {}, {}, {}, "You need to specify '-file'.\n\n"},
+        {"no column", {}, {"-file", "in", "-lcolumn", "0"}, {}, "Incorrect lcolumn\n"},
+        {"dots", {}, {"-file", "in", "-dots", "2.5"}, {}, "Incorrect dots\n"},
+        {"gap", {}, {"-file", "in", "-gap", "0.9"}, {}, "Incorrect gap\n"},
+        {"window", {}, {"-file", "in", "-gap", "1.5", "-window", "1"}, {}, "Windows corrected to 2\n"},
+        {"frame", {}, {"-file", "in", "-window", "2", "-frame", "nan"}, {}, "Incorrect frame\n"},
+        {"threshold", {}, {"-file", "in", "-threshold", "-0.1"}, {}, "Incorrect threshold\n"},
+        {"peak threshold", {}, {"-file", "in", "-threshold", "0", "-peak-threshold", "-1"}, {}, "Incorrect peak_threshold\n"},
+        {"no such file", {}, {"-file", "none", "-id1", "1", "-id2", "0", "-id3", "-1", "-clip2", "1e6"}, {""},
+         "id2 not defined\nClip2 = 1e+06\nrunning peakScan3()\n\nClip function turned on\n"},
+        {"short line", {"1 2 3\n"}, {"-file", "in", "-lcolumn", "4"}, {"", ""}, running + "Line 1" + fewer + "4\n"},
+        {"short line behind a header", {"1\n1 2 3\n"}, {"-file", "in", "-chrcolumn", "5", "-header", "yes"}, {"", ""},
+         running + "extract header\nLine 2" + fewer + "5\n"},
+    });
 }
 
 using Values = std::vector<double>;
@@ -153,9 +161,7 @@ TEST(PeakScan3, AgreesWithAPlainVersion)
                 L.pop_back(), P.pop_back();
         }
         analyseLiterally(L, P, out, ranges);
-        const Folder folder;
-        ASSERT_EQ(scan(folder, input).status, 0);
-        ASSERT_EQ(folder.read("out"), out) << "seed " << seed;
-        ASSERT_EQ(folder.read("out.ranges"), ranges) << "seed " << seed;
+        expectRuns({"peakscan3", columns, {"in"}, {"out", "out.ranges"}}, {{"seed " + std::to_string(seed), {input}, {}, {out, ranges}}});
+        ASSERT_FALSE(HasFailure());
     }
 }

@@ -1,4 +1,4 @@
-#include "support/program.h"
+#include "support/runs.h"
 
 #include <gtest/gtest.h>
 
@@ -15,38 +15,32 @@ static Result runPopSel(const Folder &folder, std::vector<std::string> options)
 
 TEST(PopSel, WritesMatchesAndLog)
 {
-    const struct {
-        const char *name;
-        std::string first, second;
-        std::vector<std::string> options;
-        std::string out;
-    } runs[] = {
-        {"optimal", cases, pool, {}, heading + "a\t1\ty\t1\nb\t1\tx\t0\n"},
-        {"greedy", cases, pool, {"-exact-rounds", "0"}, heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n"},
-        {"no exact stage", cases, pool, {"-exact-individuals", "0"}, heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n"},
+    const Runs runs = {"popsel", {"-file1", "cases", "-file2", "pool", "-out", "out"}, {"cases", "pool"}, {"out", "out.log"}};
+    const std::string together = heading + "a\t1\ty\t1\nb\t1\tx\t0\n", oneByOne = heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n";
+    expectRuns(runs, {
+        {"optimal", {cases, pool}, {}, {together, "..."}},
+        {"greedy", {cases, pool}, {"-exact-rounds", "0"}, {oneByOne, "..."}},
+        {"no exact stage", {cases, pool}, {"-exact-individuals", "0"}, {oneByOne, "..."}},
         // Alone a stays with x, and so b has no gain.
-        {"one by one", cases, pool, {"-exact-individuals", "1"}, heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n"},
-        {"two each", cases, pool, {"-hitnumber", "2"},
-         heading + "a\t1\ty\t1\na\t2\tw\t1.5\nb\t1\tx\t0\nb\t2\tz\t1\n"},
-        {"delimiter, header, line ends", "id,age\r\n\r\na,2\r\nb,3", "x,3\ny,0\n\nz,5\nw,-1\n",
-         {"-delim", "comma", "-header1", "yes"}, heading + "a\t1\ty\t1\nb\t1\tx\t0\n"},
+        {"one by one", {cases, pool}, {"-exact-individuals", "1"}, {oneByOne, "..."}},
+        {"two each", {cases, pool}, {"-hitnumber", "2"},
+         {heading + "a\t1\ty\t1\na\t2\tw\t1.5\nb\t1\tx\t0\nb\t2\tz\t1\n", "..."}},
+        {"delimiter, header, line ends", {"id,age\r\n\r\na,2\r\nb,3", "x,3\ny,0\n\nz,5\nw,-1\n"},
+         {"-delim", "comma", "-header1", "yes"}, {together, "..."}},
         // A column without spread, and one of missing values, change nothing; c has no value.
-        {"columns without use", "i k m age\nc 7 . .\na 7 . 2\nb 7 . 3\n",
-         "ID k m age\nx 7 . 3\ny 7 . 0\nz 7 . 5\nw 7 . -1\n",
-         {"-delim", "space", "-headers", "yes", "-missing", "."}, heading + "a\t1\ty\t1\nb\t1\tx\t0\n"},
-        {"nobody", "a\tNA\n", pool, {}, heading},
+        {"columns without use", {"i k m age\nc 7 . .\na 7 . 2\nb 7 . 3\n",
+                                 "ID k m age\nx 7 . 3\ny 7 . 0\nz 7 . 5\nw 7 . -1\n"},
+         {"-delim", "space", "-headers", "yes", "-missing", "."}, {together, "..."}},
+        {"nobody", {"a\tNA\n", pool}, {}, {heading, "..."}},
         // Mean 2.5 and deviation 2.5 against 2.5 and 0.5.
-        {"group", cases, pool, {"-group-match", "yes"}, "Match\ny\nz\n"},
+        {"group", {cases, pool}, {"-group-match", "yes"}, {"Match\ny\nz\n", "..."}},
         // A tie of x and v goes to the earlier line.
-        {"tie", "a\t2\n", "v\t3\nx\t3\ny\t1\n", {}, heading + "a\t1\tv\t1.20605\n"},
-    };
-    for (const auto &run : runs) {
-        const Folder folder;
-        folder.write("cases", run.first);
-        folder.write("pool", run.second);
-        EXPECT_EQ(runPopSel(folder, run.options).status, 0) << run.name;
-        EXPECT_EQ(folder.read("out"), run.out) << run.name;
-    }
+        {"tie", {"a\t2\n", "v\t3\nx\t3\ny\t1\n"}, {}, {heading + "a\t1\tv\t1.20605\n", "..."}},
+        {"other word for missing", {cases, pool}, {"-missing", "-"}, {together, "..."}},
+        // Huge and tiny values neither overflow nor lose their differences.
+        {"tiny", {"a\t2e-300\nb\t3e-300\n", "x\t3e-300\ny\t0\nz\t5e-300\nw\t-1e-300\n"}, {}, {together, "..."}},
+        {"huge", {"a\t2e307\nb\t3e307\n", "x\t3e307\ny\t0\nz\t5e307\nw\t-1e307\n"}, {}, {together, "..."}},
+    });
 }
 
 TEST(PopSel, LogsTheBalanceBeforeAndAfter)
@@ -73,52 +67,30 @@ TEST(PopSel, LogsTheBalanceBeforeAndAfter)
 
 TEST(PopSel, RefusesBadInputWithOneLineAndWritesNothing)
 {
-    const struct {
-        std::string first, second;
-        std::vector<std::string> options;
-        std::string message;
-    } runs[] = {
-        {cases, pool, {"-hitnumber", "0"}, "Incorrect hitnumber\n"},
-        {cases, pool, {"-hitnumber", "two"}, "Incorrect hitnumber\n"},
-        {cases, pool, {"-exact-rounds", "-1"}, "Incorrect exact-rounds\n"},
-        {cases, pool, {"-exact-individuals", "all"}, "Incorrect exact-individuals\n"},
-        {cases, pool, {"-hitnumber", "3"},
-         "'pool', line 5, column 1: the pool ends with 4 individuals, fewer than 3 for each of 2\n"},
-        {"", pool, {}, "'cases', line 1, column 1: no individuals\n"},
-        {cases, "", {}, "'pool', line 1, column 1: the pool ends with 0 individuals, fewer than 1 for each of 2\n"},
-        {"a\t2\n\nb\t3O\n", pool, {}, "'cases', line 3, column 2: '3O' is neither a number nor missing\n"},
-        {cases, "x\t3\ny\tinf\n", {}, "'pool', line 2, column 2: 'inf' is neither a number nor missing\n"},
-        {cases, "x\t3\ny\t\n", {}, "'pool', line 2, column 2: '' is neither a number nor missing\n"},
-        {cases, pool, {"-missing", "-"}, ""},
-        {"a\t2\na\t3\n", pool, {}, "'cases', line 2, column 1: identifier 'a' occurs twice\n"},
-        {cases, "x\t3\ny\t0\nx\t5\n", {}, "'pool', line 3, column 1: identifier 'x' occurs twice\n"},
-        {"a\t2\nb\n", pool, {}, "'cases', line 2, column 2: 1 columns where the first line has 2\n"},
-        {"a\t2\nb\t3\t4\n", pool, {}, "'cases', line 2, column 3: 3 columns where the first line has 2\n"},
-        {cases, "x\t3\t1\ny\t0\t2\n", {}, "'pool', line 1, column 3: 3 columns where 'cases' has 2\n"},
-        {"id\tage\n" + cases, "id\tAge\n" + pool, {"-headers", "yes"},
-         "'pool', line 1, column 2: heading 'Age' where 'cases' has 'age'\n"},
-    };
-    for (const auto &run : runs) {
-        const Folder folder;
-        folder.write("cases", run.first);
-        folder.write("pool", run.second);
-        folder.write("out", "kept");
-        const Result result = runPopSel(folder, run.options);
-        EXPECT_EQ(result.status, run.message.empty() ? 0 : 1) << run.message;
-        EXPECT_TRUE(run.message.empty() || result.messages.ends_with("\n" + run.message)
-                    || result.messages == run.message) << run.message << result.messages;
-        EXPECT_EQ(folder.read("out") == "kept", !run.message.empty()) << run.message;
-    }
-}
-
-// Huge and tiny values neither overflow nor lose their differences.
-TEST(PopSel, DoesNotDependOnTheUnitOfAColumn)
-{
-    for (const std::string exponent : {"e-300", "e-3", "e307"}) {
-        const Folder folder;
-        folder.write("cases", "a\t2" + exponent + "\nb\t3" + exponent + "\n");
-        folder.write("pool", "x\t3" + exponent + "\ny\t0\nz\t5" + exponent + "\nw\t-1" + exponent + "\n");
-        runPopSel(folder, {});
-        EXPECT_EQ(folder.read("out"), heading + "a\t1\ty\t1\nb\t1\tx\t0\n") << exponent;
-    }
+    const Runs runs = {"popsel", {"-file1", "cases", "-file2", "pool", "-out", "out"}, {"cases", "pool"}, {},
+                       {{"out", "kept"}, {"cases", cases}, {"pool", pool}}, "", 1};
+    const std::string start = "running popSel()\n\n", few = ", line 1, column 1: the pool ends with 0 individuals";
+    const std::string noNumber = " is neither a number nor missing\n", uneven = " columns where the first line has 2\n";
+    expectRuns(runs, {
+        {"no hits", {}, {"-hitnumber", "0"}, {}, "Incorrect hitnumber\n"},
+        {"hits in words", {}, {"-hitnumber", "two"}, {}, "Incorrect hitnumber\n"},
+        {"rounds", {}, {"-exact-rounds", "-1"}, {}, "Incorrect exact-rounds\n"},
+        {"individuals", {}, {"-exact-individuals", "all"}, {}, "Incorrect exact-individuals\n"},
+        {"small pool", {}, {"-hitnumber", "3"}, {},
+         start + "'pool', line 5, column 1: the pool ends with 4 individuals, fewer than 3 for each of 2\n"},
+        {"nobody", {""}, {}, {}, start + "'cases', line 1, column 1: no individuals\n"},
+        {"no pool", {cases, ""}, {}, {}, start + "'pool'" + few + ", fewer than 1 for each of 2\n"},
+        {"letter", {"a\t2\n\nb\t3O\n"}, {}, {}, start + "'cases', line 3, column 2: '3O'" + noNumber},
+        {"infinite", {cases, "x\t3\ny\tinf\n"}, {}, {}, start + "'pool', line 2, column 2: 'inf'" + noNumber},
+        {"empty", {cases, "x\t3\ny\t\n"}, {}, {}, start + "'pool', line 2, column 2: ''" + noNumber},
+        {"twice", {"a\t2\na\t3\n"}, {}, {}, start + "'cases', line 2, column 1: identifier 'a' occurs twice\n"},
+        {"twice in the pool", {cases, "x\t3\ny\t0\nx\t5\n"}, {}, {},
+         start + "'pool', line 3, column 1: identifier 'x' occurs twice\n"},
+        {"short line", {"a\t2\nb\n"}, {}, {}, start + "'cases', line 2, column 2: 1" + uneven},
+        {"long line", {"a\t2\nb\t3\t4\n"}, {}, {}, start + "'cases', line 2, column 3: 3" + uneven},
+        {"other columns", {cases, "x\t3\t1\ny\t0\t2\n"}, {}, {},
+         start + "'pool', line 1, column 3: 3 columns where 'cases' has 2\n"},
+        {"other headings", {"id\tage\n" + cases, "id\tAge\n" + pool}, {"-headers", "yes"}, {},
+         start + "'pool', line 1, column 2: heading 'Age' where 'cases' has 'age'\n"},
+    });
 }

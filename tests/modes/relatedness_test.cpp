@@ -71,34 +71,32 @@ TEST(Relatedness, AgreesWithTheLiteralProcedures)
 // What the plain procedures rest upon, by hand; tables parted by blanks.
 TEST(Relatedness, WorksOnSmallTables)
 {
-    const std::string running = "running family()\n\n";
-    const struct {
-        const char *mode, *name, *input;
-        std::vector<std::string> options;
-        std::string messages, out;
-    } cases[] = {
-        {"fam", "a chain", "B A 0.5\nB C 0.5\nD C 0.25\nX A 0.01\n", {"-showmatrix", "yes"}, running,
-         "1) 4 x  A B C D\n\n\tA\tB\tC\tD\nA\t1\t0.5\t0\t0\nB\t0.5\t1\t0.5\t0\nC\t0\t0.5\t1\t0.25\n"
-         "D\t0\t0\t0.25\t1\n\n"},
-        {"family", "crossed delimiters", "A\\B\\-0\n", {"-delim", "slash", "-threshold", "0", "-showmatrix", "yes"},
-         running, "1) 2 x  A B\n\n\tA\tB\nA\t1\t0\nB\t0\t1\n\n"},
-        {"RELOUT5", "all messages", "A B 0.5\nC D 0.05\n", {}, "Flag '-pfile' not specified, so pfile not used.\n\n"
+    const Runs family = {"family", {"-file", "in", "-out", "out", "-delim", "space"}, {"in"}, {"out", "out.stats"}, {},
+                         "running family()\n\n"};
+    expectRuns(family, {
+        {"a chain", {"B A 0.5\nB C 0.5\nD C 0.25\nX A 0.01\n"}, {"-showmatrix", "yes"},
+         {"1) 4 x  A B C D\n\n\tA\tB\tC\tD\nA\t1\t0.5\t0\t0\nB\t0.5\t1\t0.5\t0\nC\t0\t0.5\t1\t0.25\n"
+          "D\t0\t0\t0.25\t1\n\n", "fsize 2 thold 0.1 totind 4 famnum 1 avg 4 maxfam 4\n"}},
+        {"crossed delimiters", {"A\\B\\-0\n"}, {"-delim", "slash", "-threshold", "0", "-showmatrix", "yes"},
+         {"1) 2 x  A B\n\n\tA\tB\nA\t1\t0\nB\t0\t1\n\n", "..."}},
+    });
+    const Texts options = {"-file", "in", "-out", "out", "-delim", "space", "-limit", "0.1"};
+    const std::string star = "A B 0.5\nA C 0.25\nA D 0.5\n";
+    expectRuns({"RELOUT5", options, {"in"}, {"out"}}, {
+        {"all messages", {"A B 0.5\nC D 0.05\n"}, {}, {"0 A 1 0.5 2 2\n"},
+         "Flag '-pfile' not specified, so pfile not used.\n\n"
          "limit= 0.1 pidsize=1\nMode=1\nPdefault=0\nrunning relout5()\nMain table read in\n"
          "All pval weights are set to 1\nPval file not used. Total of 2 entries to start with.\n"
-         "Entering main while\n1 done; remaining 1\n", "0 A 1 0.5 2 2\n"},
+         "Entering main while\n1 done; remaining 1\n"},
         // The pair that moves to the front is passed over, and so is the individual.
-        {"relout5", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {"-mode", "0"},
-         "\n1 done; remaining 2\n2 done; remaining 1\n", "0 A 3 1.25 4 1\n0 A 1 0.25 2 2\n"},
-        {"relout6", "a star", "A B 0.5\nA C 0.25\nA D 0.5\n", {}, "while\n1 done; pentrynum0\n", "0 A 3 1.25 4 1\n"},
-    };
-    for (const auto &row : cases) {
-        const Folder folder;
-        auto options = row.options;
-        options.insert(options.end(), {"-delim", "space", "-limit", "0.1"});
-        const std::string messages = convert(folder, row.mode, row.input, options).messages;
-        EXPECT_TRUE(messages.ends_with(row.messages)) << row.name << "\n" << messages;
-        EXPECT_EQ(folder.read("out"), row.out) << row.name;
-    }
+        {"a star", {star}, {"-mode", "0"}, {"0 A 3 1.25 4 1\n0 A 1 0.25 2 2\n"},
+         "...\n1 done; remaining 2\n2 done; remaining 1\n"},
+    });
+    expectRuns({"relout6", options, {"in"}, {"out"}}, {
+        {"a star", {star}, {}, {"0 A 3 1.25 4 1\n"}, "...while\n1 done; pentrynum0\n"},
+    });
+    for (const char *mode : {"fam", "relout5"})
+        expectRuns({mode, {}, {}, {}, {}, "", 1}, {{"no file", {}, {"-out", "o"}, {}, "You need to specify '-file'.\n\n"}});
 }
 
 // More than the tables of names and pairs begin with; every pair once more the other way round.

@@ -1,4 +1,5 @@
 #include "scans/df.h"
+#include "support/scanmodel.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -42,21 +43,6 @@ TEST(TTables, HoldTheCriticalValuesToSevenDigits)
     }
 }
 
-// From R2 to t and p by a scan from the top of the table.
-static TTest scan(const TTable &table, double r2, int points)
-{
-    const auto &[p, t] = table;
-    const double value = std::sqrt(r2) * std::sqrt((points - 2) / (1 - r2));
-    if (r2 >= 1 || std::isnan(value) || value <= 0)
-        return {-1, -1};
-    if (value >= t[350])
-        return {value, 5.1e-09};
-    size_t j = 1;
-    while (t[j] <= value)
-        ++j;
-    return {value, p[j - 1] - (value - t[j - 1]) / (t[j] - t[j - 1]) * (p[j - 1] - p[j])};
-}
-
 TEST(TTables, AreLookedUpAsByAScan)
 {
     EXPECT_EQ(lookUp({}, 0.5, 3).t, -1);  // no table
@@ -67,7 +53,7 @@ TEST(TTables, AreLookedUpAsByAScan)
         while (r2s.size() < 20000)
             r2s.push_back(1 - std::pow(10, -double(generator() % 170000) / 10000));
         for (const double r2 : r2s) {
-            const TTest expected = scan(loaded, r2, table.freedom + 2);
+            const TTest expected = lookUpPlainly(loaded, r2, size_t(table.freedom) + 2);
             const TTest found = lookUp(loaded, r2, table.freedom + 2);
             ASSERT_EQ(found.t, expected.t) << r2;
             ASSERT_EQ(found.p, expected.p) << r2;

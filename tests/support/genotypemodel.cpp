@@ -62,26 +62,6 @@ static std::string randomInput(RandomText &random)
     return input;
 }
 
-Result convert(const Folder &folder, const std::string &mode, std::string_view input,
-               std::vector<std::string> options)
-{
-    folder.write("in", input);
-    options.insert(options.begin(), {"-file", "in", "-out", "out"});
-    return folder.runMode(mode, options);
-}
-
-void expectConversions(const std::string &mode, const std::vector<Conversion> &cases)
-{
-    for (const Conversion &row : cases) {
-        const Folder folder;
-        const Result run = convert(folder, mode, row.input, row.options);
-        EXPECT_EQ(run.status, 0) << mode << ": " << row.name;
-        EXPECT_EQ(folder.read("out"), row.out) << mode << ": " << row.name;
-        EXPECT_EQ(folder.read("out.stats"), row.stats) << mode << ": " << row.name;
-        EXPECT_TRUE(row.messages.empty() || run.messages == row.messages) << row.name << ": " << run.messages;
-    }
-}
-
 static ModelResult runProgram(const std::string &mode, const std::string &input, const OptionMap &options)
 {
     const Folder folder;

@@ -1,7 +1,7 @@
 // Slow and obvious versions of what the modes over genotype files do, and hostile input to hold them against.
 #pragma once
 
-#include "support/program.h"
+#include "support/runs.h"
 #include "support/scanmodel.h"
 
 #include <functional>
@@ -21,19 +21,6 @@ struct ModelLine {
     long size() const { return long(fields.size()); }
 };
 std::vector<ModelLine> modelLines(const std::string &input);
-
-// Runs the mode on a file of these bytes; the results go to "out" and "out.stats".
-Result convert(const Folder &folder, const std::string &mode, std::string_view input,
-               std::vector<std::string> options = {});
-
-// A run of that kind and what it leaves.
-struct Conversion {
-    const char *name;
-    std::string input;
-    std::vector<std::string> options;
-    std::string out, stats = "(no file)", messages = "";  // no messages: any
-};
-void expectConversions(const std::string &mode, const std::vector<Conversion> &cases);
 
 long modelInteger(const OptionMap &options, const std::string &name, long absent);
 

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+using Texts = std::vector<std::string>;
+
 std::string contentOf(const std::string &path);  // "(no file)" where there is none
 
 struct Result {

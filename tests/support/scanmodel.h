@@ -1,12 +1,9 @@
-// Slow and obvious versions of what the association scans share, one step after the other.
+// The association scans gwas and gwas3 as plain loops over markers, phenotypes and individuals, one step after the other:
+// their judge, and the yardstick of a benchmark. They differ in what makes the groups whose means are fitted.
 #pragma once
 
 #include "scans/df.h"
-
-#include <string>
-#include <vector>
-
-using Texts = std::vector<std::string>;
+#include "support/runs.h"
 
 // Lines that are not empty, without their ends; fields with empty ones; words.
 Texts plainLines(const std::string &bytes);
@@ -15,21 +12,50 @@ Texts plainWords(const std::string &line);
 
 std::string plainText(double value);  // six significant digits
 
-struct PlainFit {
-    double slope, r2, t, p;
-};
+TTest lookUpPlainly(const TTable &table, double r2, size_t points);
 
-PlainFit fitPlainly(const std::vector<double> &x, const std::vector<double> &y, const TTable &table);
+// The borders of bins from below the least to above the greatest of the values.
+std::vector<double> plainBorders(std::vector<double> values, size_t bins, bool isExact);
 
-// The decision on one marker and phenotype after the other.
-struct PlainDecisions {
+struct PlainScan {
+    size_t bins = 0;  // of phenotypes, with the means of dosages, as in gwas; none: the genotype classes of gwas3
+    bool isExact = true, hasMeans = false;
     int statistic = 2;
     double limit = 0.05, slopeLimit = 0.1;
-    TTable table = {};
+    std::string delimiter = " ";
 
-    void decide(const PlainFit &fit, const std::string &phenotype, const std::string &marker);
+    // The bytes of a phenotype file and a genotype file; for bins no faulty ones.
+    void run(const std::string &phenotypes, const std::string &genotypes);
 
-    std::string hits;                // rows
-    int counts[4] = {};              // hits and classes of slopes
-    std::string takeCounts();        // "\t" before each; and starts again
+    std::string hits, statistics;  // the output files
+    std::string error;             // the message that ends the run, if any
+
+private:
+    struct Trait {
+        std::string name;
+        std::vector<double> values;
+        std::vector<double> borders;  // of bins; none where nobody has a value
+    };
+    struct Marker {
+        std::string name;
+        std::vector<double> values;  // dosages, plus a half for classes
+        bool isUneven;               // the line has too few words, or others than the first one
+    };
+    struct Groups {
+        std::vector<double> x, y, counts;
+    };
+    struct Fit {
+        double slope, r2, t, p;
+    };
+    std::vector<Trait> traits;
+    std::vector<Marker> markers;
+    int totalHits = 0;
+
+    bool readTraits(const std::string &bytes);
+    bool readMarkers(const std::string &bytes);
+    Groups binsOf(const Trait &trait, const Marker &marker) const;
+    Groups classesOf(const Trait &trait, const Marker &marker);
+    Fit fit(const Groups &groups) const;
+    void decide(const Fit &fit, const std::string &start, int (&counts)[4]);
+    std::string scanOne(size_t number);
 };

@@ -9,8 +9,6 @@
 #include <random>
 #include <unistd.h>
 
-using Texts = std::vector<std::string>;
-
 // All lines, each with "|" behind it when the reader says that more follows.
 static Texts linesOf(const std::string &path, size_t block)
 {
