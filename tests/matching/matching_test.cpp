@@ -68,9 +68,9 @@ static std::vector<std::vector<double>> plainDistances(const Points &first, cons
     return distances;
 }
 
-// The length of the shortest circle of exchanges, each of which takes a match from the next one; the last node stands for
-// who is free and for places left empty, which are dearer than all matches. Where it is not negative, the matches are the
-// best ones (Klein 1967).
+// The length of the shortest circle of exchanges, each of which takes a match from the next one; the last node stands
+// for who is free and for places left empty, which are dearer than all matches. Where it is not negative, the matches
+// are the best ones (Klein 1967).
 static double bestExchange(const IndividualMatching &matching, const std::vector<std::vector<double>> &distances,
                            size_t hitnumber)
 {

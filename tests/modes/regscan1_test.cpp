@@ -99,7 +99,8 @@ Values PlainRegression::fit(const Values &x, const Values &y) const
     const size_t freedom = all.size() - 2;
     const double r2 = double(line.r2), t = double(std::fabs(line.slope) / line.error);
     const bool hasTable = type == "bins" && r2 > 0 && (freedom <= 3 || freedom == 5 || freedom == 10);
-    const double p = hasTable ? lookUpPlainly(tableFor(std::min<size_t>(all.size(), 11)), r2, all.size()).p : studentP(t, double(freedom));
+    const double p = hasTable ? lookUpPlainly(tableFor(std::min<size_t>(all.size(), 11)), r2, all.size()).p
+        : studentP(t, double(freedom));
     return {none[0], none[1], double(line.slope), double(line.error), r2, t, p};
 }
 
