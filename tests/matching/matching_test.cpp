@@ -168,6 +168,15 @@ TEST(Matching, TakesTheNearestOneByOneToBeginWith)
     }
 }
 
+// In file order 0 takes 2, and -4 is left for 1; the other way round is less. 100 has its own, so that the two are the worst.
+TEST(Matching, ExchangesWithinABlockOfTheWorst)
+{
+    const Points first{3, 1, {0, 1, 100}}, pool{3, 1, {2, -4, 100}};
+    const Standardised data = standardise(first, pool);
+    IndividualMatching matching(data, 1);
+    EXPECT_TRUE(matching.improve(2, Order::WorstFirst));
+}
+
 TEST(Matching, GainsWithEveryRoundOfBlocksAndKeepsItsOrderOfLines)
 {
     for (uint64_t seed = 0; seed < 60; ++seed) {
