@@ -194,6 +194,21 @@ static std::string pathWith(const Folder &folder, const std::string &commands)
     return "PATH=" + folder.path("") + ":$PATH; ";
 }
 
+// At most ten numbers fit on the axis.
+TEST(Script, PartsAnAxisByRoundSteps)
+{
+    const std::pair<Axis, const char *> cases[] = {
+        {{0, 10}, "1"}, {{0, 10.5}, "2"}, {{-10, 10}, "2"}, {{0, 21}, "5"}, {{0, 51}, "10"}, {{0, 0.1}, "0.01"},
+        {{0, 10, "", true, 2}, "2"},
+    };
+    for (const auto &[axis, step] : cases) {
+        Figure figure({1200, 900});
+        figure.beginPanel({50, 50, 1150, 850}, axis, {0, 1});
+        figure.endPanel();
+        EXPECT_NE(figure.script().find(std::string("set xtics ") + step + " nomirror"), std::string::npos) << axis.to;
+    }
+}
+
 TEST(Plot, RefusesWhatItCannotDrawInOneLineAndLeavesNothing)
 {
     const Folder folder;
@@ -282,4 +297,16 @@ TEST(Plot, FindsColumnsByHeadersOrNumbers)
         EXPECT_NE(scripts.back().find("\"rs2\""), std::string::npos);
         EXPECT_EQ(scripts.back(), scripts[0]) << file;
     }
+}
+
+// Of a peak that is a million bases wide on either side the best one alone has its name.
+TEST(Plot, NamesTheBestMarkerOfEveryPeak)
+{
+    const Folder folder;
+    folder.write("in", "CHR\tSNP\tBP\tP\n1\tbest\t1000000\t1e-20\n1\tnear\t1999999\t1e-15\n1\tnext\t2000000\t1e-14\n"
+                       "2\tother\t1000000\t1e-13\n2\tbelow\t9000000\t1e-3\n");
+    ASSERT_EQ(draw(folder, {"manhattan", "-file", "in", "-out", "a.png", "-script", "yes"}, pathWith(folder, "cat")).status, 0);
+    const std::string script = folder.read("a.png.gp");
+    for (const auto &[name, isNamed] : {std::pair{"best", true}, {"near", false}, {"next", true}, {"other", true}, {"below", false}})
+        EXPECT_EQ(script.find("\"" + std::string(name) + "\"") != script.npos, isNamed) << name;
 }
