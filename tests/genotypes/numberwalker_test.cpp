@@ -63,7 +63,8 @@ TEST(NumberWalker, ReadsEveryFieldWithAllInstructions)
         const std::string bytes = line + slack, whiteBytes = whiteLine + slack;
         withEachKernels<ShortNumberKernels>([&] {
             EXPECT_EQ(walk<text::Separator::Blank>({bytes.data(), line.size()}, most), all) << line;
-            EXPECT_EQ(walk<text::Separator::WhiteSpace>({whiteBytes.data(), whiteLine.size()}, most), words) << whiteLine;
+            EXPECT_EQ(walk<text::Separator::WhiteSpace>({whiteBytes.data(), whiteLine.size()}, most), words)
+                << whiteLine;
         });
         ASSERT_FALSE(HasFailure()) << run;
     }

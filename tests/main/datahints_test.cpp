@@ -21,6 +21,15 @@ static const std::string triplets = "1 rs1 5 A G 0 1 0 0.1 0.2 0.7\n";
 static const std::string pairs = "ann ben 0.5\nann cat 0.25\n";
 static const std::string populations = "N 1 0 0\nS 0 1 0\nE 0 0 1\n";
 
+// More than the table of names begins with.
+static std::string manyMarkers()
+{
+    std::string markers;
+    for (int i = 0; i < 2000; ++i)
+        markers += "1 m" + std::to_string(i) + " 5 A G 0 1 2 1\n";
+    return markers;
+}
+
 static Words joined(Words words, const Words &more)
 {
     words.insert(words.end(), more.begin(), more.end());
@@ -214,7 +223,7 @@ static std::vector<Case> cases()
                                                      "one chromosome at a time\n", {"b 3 0.2\nc 4 0.2\nd 1 0.2\n", ""}),
         gwas("h 1 2 3 4\nv 4 3 2 1\n", "marker \".\": has a name that was there before, and results tell markers by their "
              "names only; name them by position and alleles\n", {". 6", "rs2 6"},
-             "1 . 5 A G 0 1 2 1\n1 . 6 A G 2 0 1 1\n"),
+             "1 . 5 A G 0 1 2 1\n" + manyMarkers() + "1 . 6 A G 2 0 1 1\n"),
         gwas("h 1 2 3 4\nh 4 3 2 1\n", "phenotype \"h\": has a name that was there before, and results tell phenotypes by "
                                        "their names only\n", {"h 4", "v 4"}),
         mix("a 1 0 0\n", "N 1 0 0\nN 0 1 0\nE 0 0 1\n", "population \"N\": is among the populations again\n", {"N 0", "S 0"}),

@@ -54,7 +54,8 @@ TEST(Shell, FindsTheModeBehindTheFirstSwitch)
 
 TEST(Shell, CollectsPairsOfWhichTheFirstCounts)
 {
-    expectRuns({"gentoad", {}, {}, {}, {{"b", "1 rs1 1 A G 0 0 1\n"}}, "running genToAd()\nInput file not found\n", 1}, {
+    expectRuns({"gentoad", {}, {}, {}, {{"b", "1 rs1 1 A G 0 0 1\n"}}, "running genToAd()\nInput file not found\n",
+        1}, {
         {"an option standing last is absent", {}, {"-out", "o", "-file"}, {}, "You need to specify '-pfile'.\n\n"},
         {"the first of two counts", {}, {"-file", "a", "-file", "b"}},
         {"a value is also looked at as an option", {}, {"-out", "-file", "a"}},

@@ -68,9 +68,9 @@ static std::vector<std::vector<double>> plainDistances(const Points &first, cons
     return distances;
 }
 
-// The length of the shortest circle of exchanges, each of which takes a match from the next one; the last node stands for
-// who is free and for places left empty, which are dearer than all matches. Where it is not negative, the matches are the
-// best ones (Klein 1967).
+// The length of the shortest circle of exchanges, each of which takes a match from the next one; the last node stands
+// for who is free and for places left empty, which are dearer than all matches. Where it is not negative, the matches
+// are the best ones (Klein 1967).
 static double bestExchange(const IndividualMatching &matching, const std::vector<std::vector<double>> &distances,
                            size_t hitnumber)
 {
@@ -166,6 +166,15 @@ TEST(Matching, TakesTheNearestOneByOneToBeginWith)
             }
         }
     }
+}
+
+// In file order 0 takes 2, and -4 is left for 1; the other way round is less. 100 has its own, so that the two are the worst.
+TEST(Matching, ExchangesWithinABlockOfTheWorst)
+{
+    const Points first{3, 1, {0, 1, 100}}, pool{3, 1, {2, -4, 100}};
+    const Standardised data = standardise(first, pool);
+    IndividualMatching matching(data, 1);
+    EXPECT_TRUE(matching.improve(2, Order::WorstFirst));
 }
 
 TEST(Matching, GainsWithEveryRoundOfBlocksAndKeepsItsOrderOfLines)

@@ -12,7 +12,8 @@ static std::string messages(const std::string &times, const std::string &sum)
 TEST(AdToGen, RoundsEveryDosage)
 {
     expectRuns({"ADtogen", {"-file", "in", "-out", "out"}, {"in"}, {"out", "out.stats"}}, {
-        {"whole", {"1 r 7 A G 0 1 2\n"}, {}, {"1 r 7 A G 1 0 0 0 1 0 0 0 1\n", "1 r 7 A G 0 0 0\n"}, messages("0", "0")},
+        {"whole", {"1 r 7 A G 0 1 2\n"}, {}, {"1 r 7 A G 1 0 0 0 1 0 0 0 1\n", "1 r 7 A G 0 0 0\n"},
+         messages("0", "0")},
         {"between", {"1 r 7 A G 1.5 0.49 2.5\n"}, {}, {"1 r 7 A G 0 0 1 1 0 0 ? ? ?\n", "1 r 7 A G -0.5 0.49 ?\n"},
          messages("3", "1.49")},
         {"near a border", {"1 r 7 A G 0.4999999 1.499 2.4999999\n"}, {},

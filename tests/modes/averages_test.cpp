@@ -19,8 +19,10 @@ TEST(Averages, AreWritten)
         {"incomplete triplet", {"1 r 7 A G 0 1 0 0 1\n"}, {"-show", "no-stdev"}, {"1 r 7 A G 0 1 0"}},
         {"before the line", {"1 0 0 0 0 1\n"}, {"-last-bef-geno", "0", "-beg", "-9"}, {"0.5 0 0.5 1 1"}},
     });
-    expectRuns({"avggen", {"-file", "in", "-out", "out"}, {"in"}, {"out"}, {}, "running avgGen()\n\nCounter < 1\n", 1}, {
-        {"nobody", {"1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n"}, {"-beg", "2"}, {"1 r 7 A G 0 0 1 2 0\n1 s 8 A G "}},
+    expectRuns({"avggen", {"-file", "in", "-out", "out"}, {"in"}, {"out"}, {}, "running avgGen()\n\nCounter < 1\n",
+        1}, {
+        {"nobody", {"1 r 7 A G 0 0 1 0 0 1\n1 s 8 A G 0 0 1 0 0\n"}, {"-beg", "2"},
+         {"1 r 7 A G 0 0 1 2 0\n1 s 8 A G "}},
     });
 }
 
@@ -43,7 +45,8 @@ static ModelResult averageModel(const std::vector<ModelLine> &lines, const Optio
     const std::string show = options.contains("-show") ? options.at("-show") : "all";
     const bool isShort = show == "no-stdev" || show == "only-values";
     std::string messages = isTriplets ? "running avgGen()\n\n" : "running avgAd()\n\n";
-    const LineText average = [&](const ModelLine &line, const std::vector<long> &individuals) -> std::optional<std::string> {
+    const LineText average = [&](const ModelLine &line, const std::vector<long> &individuals)
+        -> std::optional<std::string> {
         std::vector<double> first, second, third, dosages;
         for (const long i : individuals) {
             first.push_back(line.number(i));

@@ -9,12 +9,14 @@ TEST(GenToLetters, SpellsTheMostProbableGenotype)
         {"each class", {marker + "0.9 0.1 0 0.1 0.8 0.1 0 0 1\n"}, {}, {marker + "AA AG GG"}},
         {"ties", {marker + "0.5 0.5 0 0 0.5 0.5 0.5 0 0.5 0 0 0 x  nan\n"}, {}, {marker + "GG GG GG GG GG"}},
         {"delimiter", {marker + "0 1 0\n"}, {"-genodelim", "comma"}, {marker + "A,G"}},
-        {"other delimiters", {marker + "0 1 0\n"}, {"-genodelim", "slash, a word of more than 20 bytes"}, {marker + "AG"}},
+        {"other delimiters", {marker + "0 1 0\n"}, {"-genodelim", "slash, a word of more than 20 bytes"},
+         {marker + "AG"}},
         {"flip", {"1 r 7 aTGcAx C 1 0 0 0 1 0\n"}, {"-flip", "yes", "-genodelim", "tab"},
          {"1 r 7 aTGcAx C TACGTx\tTACGTx TACGTx\tG"}},
     });
     // By its second name the mode collects no options.
-    expectRuns({"gentoLETTERS", {}, {"in"}, {}, {}, "You need to specify '-file'.\n\n", 1}, {{"", {""}, {"-file", "in"}}});
+    expectRuns({"gentoLETTERS", {}, {"in"}, {}, {}, "You need to specify '-file'.\n\n", 1},
+        {{"", {""}, {"-file", "in"}}});
 }
 
 TEST(GenToLetters, AgreesWithAPlainVersion)

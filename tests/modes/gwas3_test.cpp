@@ -18,7 +18,8 @@ static const Runs scans = {"gwas3", {"-pfile", "p", "-gfile", "g", "-out", "o"},
 TEST(Gwas3, RegressesClassMeans)
 {
     const std::string written = "Your files:\nPhenotypes taken from 'p'\nGenotypes taken from 'g'\n"
-                                "Top phenotypes for each SNP are in 'o'\nSummary statistics by the SNP are in 'o.stats'\n\n";
+                                "Top phenotypes for each SNP are in 'o'\n"
+                                "Summary statistics by the SNP are in 'o.stats'\n\n";
     const std::string header = "...\tBestPheno\tgroup1\tgroup2\tgroup3\n";
     expectRuns(scans, {
         {"hit", {"a 1 2 4\n", eachClass}, {"-statlimit", "0.2"},
@@ -27,8 +28,10 @@ TEST(Gwas3, RegressesClassMeans)
          "Phenotype file contains 4 columns and 1 rows\nGenotype file contains 14 columns and 0 rows\n" + written},
         {"no lines", {"", ""}, {}, {hitHeader, header},
          "Phenotype file contains 0 columns and 0 rows\nGenotype file contains 0 columns and -1 rows\n" + written},
-        {"flat slopes pass without being hits", {"a 1 2 4\nb 8 16 32\n", eachClass}, {"-statlimit", "0.2", "-slope", "6"},
-         {hitHeader + "b\trs1\t12\t0.964286\t5.19615\t0.121071\n", header + "rs1\t1\t1\t1\t0\t1\t1\t12\t0.121071\ta\t1\t1\t1\n"}},
+        {"flat slopes pass without being hits", {"a 1 2 4\nb 8 16 32\n", eachClass},
+         {"-statlimit", "0.2", "-slope", "6"},
+         {hitHeader + "b\trs1\t12\t0.964286\t5.19615\t0.121071\n",
+          header + "rs1\t1\t1\t1\t0\t1\t1\t12\t0.121071\ta\t1\t1\t1\n"}},
         {"perfect fit has no t and p", {"a 3 2 1\n", eachClass}, {"-statistic", "r2"},
          {hitHeader + "a\trs1\t-1\t1\tNA\tNA\n", header + "rs1\t1\t1\t1\t0\t0\t1\t1\t1\ta\t1\t1\t1\n"}},
         {"first of equal phenotypes is the best", {"a 5 5 5\nb 1 2 4\nc 1 2 4\n", eachClass}, {},
@@ -50,12 +53,14 @@ TEST(Gwas3, EndsWithItsMessage)
     failing.options.insert(failing.options.end(), {"-statlimit", "0.2"});
     const std::string longer = "1 rs2 10 A G 1 0 0 0 1 0 0 0 1 0\n";
     expectRuns(failing, {
-        {"uneven phenotypes", {"a 1 2 4\nb 1 2\n", eachClass}, {}, {}, "...rows\nInconsistent number of columns in pheno file\n"},
+        {"uneven phenotypes", {"a 1 2 4\nb 1 2\n", eachClass}, {}, {},
+         "...rows\nInconsistent number of columns in pheno file\n"},
         {"other individuals", {"a 1 2 4\nb 1 2 3\n", "1 rs1 10 A G 1 0 0 0 1 0\n"}, {}, {},
          "...rows\nPheno file and geno file contain different number of individuals\n"},
         {"uneven markers", {"a 1 2 4\n", eachClass + longer}, {}, {hit, "..."},
          "...rows\nInconsistent number of columns in geno file\n"},
-        {"no genotype of someone with a value", {"a 1 2 4 NA\nb 1 2 4 5\n", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1 0 1 1\n"}, {},
+        {"no genotype of someone with a value", {"a 1 2 4 NA\nb 1 2 4 5\n", "1 rs1 10 A G 1 0 0 0 1 0 0 0 1 0 1 1\n"},
+         {},
          {hit, "..."}, "...and 2 rows\ngValue error\n"},
     });
     const Folder folder;
@@ -83,10 +88,13 @@ TEST(Gwas3, GivesTheBytesOfThePlainLoop)
         Runs runs = scans;
         runs.status = plain.error.empty() ? 0 : 1;
         runs.messages = "..." + plain.error;
-        const std::map<std::string, std::string> words = {{" ", "space"}, {"\t", "tab"}, {",", "comma"}, {";", "semicolon"}};
-        const Texts options = {"-statlimit", plainText(plain.limit), "-slope", plainText(plain.slopeLimit), "-statistic",
+        const std::map<std::string, std::string> words = {{" ", "space"}, {"\t", "tab"}, {",", "comma"},
+            {";", "semicolon"}};
+        const Texts options = {"-statlimit", plainText(plain.limit), "-slope", plainText(plain.slopeLimit),
+            "-statistic",
                                statistics[plain.statistic], "-delim", words.at(plain.delimiter)};
-        expectRuns(runs, {{"seed " + std::to_string(seed), {phenotypes, genotypes}, options, {plain.hits, plain.statistics}}});
+        expectRuns(runs, {{"seed " + std::to_string(seed), {phenotypes, genotypes}, options,
+            {plain.hits, plain.statistics}}});
         ASSERT_FALSE(HasFailure());
         hitRuns += plain.hits.size() > hitHeader.size();
         errorRuns += plain.error.starts_with("gValue");

@@ -37,7 +37,8 @@ TEST(Gwas, ReportsSettingsHitsAndStatistics)
 // What the comparison with a plain scan below leaves out, and what makes it believable.
 TEST(Gwas, BinsAndDecidesByItsOptions)
 {
-    const std::string perfect = "height\tperfect\t1\t1\tNA\tNA\n", flat = "height\tflat\t0\t0\tNA\tNA\n", unfit = "\t-1\tNA\tNA\n";
+    const std::string perfect = "height\tperfect\t1\t1\tNA\tNA\n", flat = "height\tflat\t0\t0\tNA\tNA\n",
+        unfit = "\t-1\tNA\tNA\n";
     const std::string falling = "height\tfalling\t-1\t0.923077\t3.4641\t0.178936\n", gaps = "height 1 2 3 4 9 10\n";
     Runs runs = scans;
     runs.files["bins"] = "0  0.25\r\n\n0.25 1\n";
@@ -49,16 +50,19 @@ TEST(Gwas, BinsAndDecidesByItsOptions)
         {"what is below the limit has no R2", {six, three}, {"-statistic", "r2", "-statlimit", "-1", "-slope", "4"},
          {hitHeader, "...\t0\t0\t1\t2\t0\t1\tperfect\t2\t2\t2\n"}},
         {"mean", {six, three}, {"-xmethod", "mean", "-statistic", "t", "-statlimit", "3"},
-         {hitHeader + "height\tfalling\t-0.5\t0.923077\t3.4641\t0.178936\n", "...\t1\t1\t0\t0\t1\t0.5\tperfect\t2\t2\t2\n"}},
+         {hitHeader + "height\tfalling\t-0.5\t0.923077\t3.4641\t0.178936\n",
+          "...\t1\t1\t0\t0\t1\t0.5\tperfect\t2\t2\t2\n"}},
         // Only a limit of -1 lets them pass, by R2 whatever was asked for.
         {"two bins have no R2, t or p", {six, three}, {"-autobins", "2", "-statlimit", "-1", "-statistic", "t"},
          {hitHeader + "height\tperfect\t1.33333" + unfit + "height\tfalling\t-1.66667" + unfit, "...\t3\t3\n"}},
         {"quick", {gaps, three}, {"-method", "quick"}, {hitHeader, "...\t4\t0\t2\n"}},
         {"empty bins among manual ones", {gaps, three}, {"-manualbins", "0:0.5,,0.5:1,"}, {hitHeader, "...\t3\t3\n"}},
         {"bins apart", {gaps, three}, {"-manualbins", "0:0.25,0.75:1"}, {hitHeader, "...\t2\t1\n"}},
-        {"bins overlap", {gaps, three}, {"-manualbins", "0:0.5,0.01:1", "-method", "quick"}, {hitHeader, "...\t4\t5\n"}},
+        {"bins overlap", {gaps, three}, {"-manualbins", "0:0.5,0.01:1", "-method", "quick"},
+         {hitHeader, "...\t4\t5\n"}},
         {"bins of a file", {gaps, three}, {"-binfile", "bins"}, {hitHeader, "...\t2\t4\n"}},
-        {"automatic before a file", {gaps, three}, {"-binfile", "missing", "-autobins", "3"}, {hitHeader, "...\t2\t2\t2\n"}},
+        {"automatic before a file", {gaps, three}, {"-binfile", "missing", "-autobins", "3"},
+         {hitHeader, "...\t2\t2\t2\n"}},
         {"a file before manual", {gaps, three}, {"-manualbins", "x", "-binfile", "bins"}, {hitHeader, "...\t2\t4\n"}},
         {"delimiter", {"a b--1--2--3--4--5--6", three}, {"-delim", "--"},
          {hitHeader, "...\na b\t1\t0\t0\t0\t0\t0\t1\tperfect\t2\t2\t2\n"}},
@@ -69,9 +73,11 @@ TEST(Gwas, BinsAndDecidesByItsOptions)
 
 TEST(Gwas, EndsWithItsMessage)
 {
-    const std::string few = "...You need to choose at least 2 bins\n", sequential = "Bins must be sequential and non-overlapping.\n\n";
+    const std::string few = "...You need to choose at least 2 bins\n",
+        sequential = "Bins must be sequential and non-overlapping.\n\n";
     const std::string problems = " problem(s) found with bin definitions.\n" + sequential;
-    const std::string outside = "...Bin borders must be between 0.0 and 1.0\n", format = "...Group file has unknown format\n";
+    const std::string outside = "...Bin borders must be between 0.0 and 1.0\n",
+        format = "...Group file has unknown format\n";
     const std::string individuals = "...Pheno file and geno file contain different number of individuals\n";
     const std::string columns = "...Inconsistent number of columns in geno file\n";
     const std::string marker = "1 m 1 A G 0 1 2\n", hits = hitHeader + "a\tm\t1\t1\tNA\tNA\n";
@@ -89,7 +95,8 @@ TEST(Gwas, EndsWithItsMessage)
         {"absolute", {}, {"-bintype", "absolute"}, {hitHeader, "..."}, few},
         {"overlap", {}, {"-manualbins", "0:0.5,0.4:1"}, {}, "...\n1" + problems},
         {"order", {}, {"-manualbins", "0.5:1,0:0.5"}, {}, "...\n4" + problems},
-        {"empty, and by its end and start beside others", {}, {"-manualbins", "0:0.5,0.5:0.5,0.5:1"}, {}, "...\n3" + problems},
+        {"empty, and by its end and start beside others", {}, {"-manualbins", "0:0.5,0.5:0.5,0.5:1"}, {},
+         "...\n3" + problems},
         {"outside", {}, {"-manualbins", "0:1.5", "-bintype", "absolute"}, {}, outside},
         {"no number", {}, {"-manualbins", "0:nan"}, {}, outside},
         {"three borders", {}, {"-manualbins", "0:0.5:1"}, {}, "...Incorrect ranges defined\n"},
@@ -157,11 +164,13 @@ TEST(Gwas, AgreesWithAPlainScanOnRandomFiles)
         plain.slopeLimit = double(input.below(5)) / 20;
         plain.limit = input.oneIn(4) ? -1 : double(input.below(100)) / 100;
         plain.run(phenotypes, genotypes);
-        const Texts options = {"-autobins", std::to_string(plain.bins), "-statistic", statistics[plain.statistic], "-method",
+        const Texts options = {"-autobins", std::to_string(plain.bins), "-statistic", statistics[plain.statistic],
+            "-method",
                                plain.isExact ? "exact" : "quick", "-slope", plainText(plain.slopeLimit), "-xmethod",
                                plain.hasMeans ? "mean" : "integer", "-statlimit", plainText(plain.limit), "-delim",
                                input.delimiter == "\t" ? "tab" : "space"};
-        expectRuns(scans, {{"seed " + std::to_string(seed), {phenotypes, genotypes}, options, {plain.hits, plain.statistics}}});
+        expectRuns(scans, {{"seed " + std::to_string(seed), {phenotypes, genotypes}, options,
+            {plain.hits, plain.statistics}}});
         ASSERT_FALSE(HasFailure());
     }
 }

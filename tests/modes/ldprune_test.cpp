@@ -9,7 +9,8 @@
 static const char map[] = "position rate cM\n1000 0 1\n3000 0 3\n3000 0 8\n\n5000 0 10\n";
 static const std::string announced = "running ldPrune()\npositions have to be in ascending order in both files\n";
 
-static const Runs pruning = {"ldprune", {"-file", "in", "-map", "map", "-threshold", "1", "-pcolumn", "2", "-poscolumn", "1",
+static const Runs pruning = {"ldprune",
+    {"-file", "in", "-map", "map", "-threshold", "1", "-pcolumn", "2", "-poscolumn", "1",
                                          "-delim", "space", "-out", ""},
                              {"in", "map"}, {"in.out", "in.out.removed"}, {}, announced};
 

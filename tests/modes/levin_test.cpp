@@ -40,11 +40,14 @@ TEST(Levin, EndsWithItsMessage)
     const std::string noNumber = running + "Dada contain non-numbers\n";
     expectRuns({"levin", {"-delim", "space"}, {"in"}, {"in.out"}, {}, "", 1}, {
         {"no file", {}, {}, {}, "You need to specify '-file'.\n\n"},
-        {"one column", {""}, {"-file", "in", "-columns", "1"}, {}, announced + "Incorrect number of columns specified\n"},
+        {"one column", {""}, {"-file", "in", "-columns", "1"}, {},
+         announced + "Incorrect number of columns specified\n"},
         {"three columns", {""}, {"-file", "in", "-columns", "1,2,"}, {},
          announced + "Incorrect number of columns specified\n"},
-        {"column 0", {""}, {"-file", "in", "-columns", "x,1"}, {}, announced + "Negative column numbers cannot be used\n"},
-        {"short line", {"1 1\n1\n"}, {"-file", "in"}, {"N corr first_Y\n"}, running + "Second column not found in data\n"},
+        {"column 0", {""}, {"-file", "in", "-columns", "x,1"}, {},
+         announced + "Negative column numbers cannot be used\n"},
+        {"short line", {"1 1\n1\n"}, {"-file", "in"}, {"N corr first_Y\n"},
+         running + "Second column not found in data\n"},
         {"huge number", {"1 1e999\n"}, {"-file", "in"}, {"N corr first_Y\n"}, noNumber},
         {"no number", {"NA 1\n"}, {"-file", "in"}, {"N corr first_Y\n"}, noNumber},
     });

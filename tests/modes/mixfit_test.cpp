@@ -23,7 +23,8 @@ TEST(MixFit, WritesTheReport)
     const std::string none = "0 cumul_normal A 0\n1 cumul_normal B 0\n2 cumul_normal C 0\n\n";
     const std::string three = sample + "3Hits h A 0.5 B 0.5 C 0 score: 0\n";
     const std::string combi = "0 cumul_combi A 0.5\n1 cumul_combi B 0.5\n2 cumul_combi C 0\n";
-    expectRuns({"mixfit", {"-ref", "r", "-file", "s", "-refpops", "3", "-step", "0.5"}, {"r", "s"}, {"s.out"}, {}, running}, {
+    expectRuns({"mixfit", {"-ref", "r", "-file", "s", "-refpops", "3", "-step", "0.5"}, {"r", "s"}, {"s.out"}, {},
+        running}, {
         {"triples", {corners, "h\t.5\t.5\t0\n"}, {"-combinatorics", "YES"},
          {three + "Combi h A 0.5 B 0.5 - - score: 0\n" + normal + combi}},
         {"no triples, headers, empty lines, what is no number, further values",
@@ -41,7 +42,8 @@ TEST(MixFit, EndsWithAMessage)
     const std::string notThree = running + "Reference file must hold 3 lines of 3 values\n", step = "Incorrect step\n";
     expectRuns({"mf", {"-ref", "r", "-file", "s", "-refpops", "3"}, {"r"}, {"s.out"},
                 {{"s", "h\t.5\t.5\t0\nshort\t1\t1\n"}}, "", 1}, {
-        {"few populations", {corners}, {"-step", "0.0009", "-refpops", "3.5"}, {}, "You have less than 3 ref populations\n"},
+        {"few populations", {corners}, {"-step", "0.0009", "-refpops", "3.5"}, {},
+         "You have less than 3 ref populations\n"},
         {"small step", {corners}, {"-step", "0.0009"}, {}, step},
         {"large step", {corners}, {"-step", "2147484"}, {}, step},
         {"no step", {corners}, {"-step", "nan"}, {}, step},
@@ -120,7 +122,8 @@ TEST(MixFit, GivesTheBytesOfThePlainLoopsWithAnyInstructions)
                                        {"-step", std::to_string(plain.step)}, {"-plimit", std::to_string(plain.plimit)},
                                        {"-combinatorics", plain.combinatorics ? "yes" : "no"}});
             const std::string report = folder.read("s.out");
-            EXPECT_TRUE(report == expected) << "seed " << seed << "\n" << problem.references << problem.samples << report;
+            EXPECT_TRUE(report == expected) << "seed " << seed << "\n" << problem.references << problem.samples
+                << report;
         });
         ASSERT_FALSE(HasFailure());
     }

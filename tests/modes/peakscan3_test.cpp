@@ -68,7 +68,8 @@ TEST(PeakScan3, EndsWithItsMessage)
         {"window", {}, {"-file", "in", "-gap", "1.5", "-window", "1"}, {}, "Windows corrected to 2\n"},
         {"frame", {}, {"-file", "in", "-window", "2", "-frame", "nan"}, {}, "Incorrect frame\n"},
         {"threshold", {}, {"-file", "in", "-threshold", "-0.1"}, {}, "Incorrect threshold\n"},
-        {"peak threshold", {}, {"-file", "in", "-threshold", "0", "-peak-threshold", "-1"}, {}, "Incorrect peak_threshold\n"},
+        {"peak threshold", {}, {"-file", "in", "-threshold", "0", "-peak-threshold", "-1"}, {},
+         "Incorrect peak_threshold\n"},
         {"no such file", {}, {"-file", "none", "-id1", "1", "-id2", "0", "-id3", "-1", "-clip2", "1e6"}, {""},
          "id2 not defined\nClip2 = 1e+06\nrunning peakScan3()\n\nClip function turned on\n"},
         {"short line", {"1 2 3\n"}, {"-file", "in", "-lcolumn", "4"}, {"", ""}, running + "Line 1" + fewer + "4\n"},
@@ -161,7 +162,8 @@ TEST(PeakScan3, AgreesWithAPlainVersion)
                 L.pop_back(), P.pop_back();
         }
         analyseLiterally(L, P, out, ranges);
-        expectRuns({"peakscan3", columns, {"in"}, {"out", "out.ranges"}}, {{"seed " + std::to_string(seed), {input}, {}, {out, ranges}}});
+        expectRuns({"peakscan3", columns, {"in"}, {"out", "out.ranges"}},
+            {{"seed " + std::to_string(seed), {input}, {}, {out, ranges}}});
         ASSERT_FALSE(HasFailure());
     }
 }

@@ -15,8 +15,10 @@ static Result runPopSel(const Folder &folder, std::vector<std::string> options)
 
 TEST(PopSel, WritesMatchesAndLog)
 {
-    const Runs runs = {"popsel", {"-file1", "cases", "-file2", "pool", "-out", "out"}, {"cases", "pool"}, {"out", "out.log"}};
-    const std::string together = heading + "a\t1\ty\t1\nb\t1\tx\t0\n", oneByOne = heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n";
+    const Runs runs = {"popsel", {"-file1", "cases", "-file2", "pool", "-out", "out"}, {"cases", "pool"},
+        {"out", "out.log"}};
+    const std::string together = heading + "a\t1\ty\t1\nb\t1\tx\t0\n",
+        oneByOne = heading + "a\t1\tx\t0.5\nb\t1\tz\t1\n";
     expectRuns(runs, {
         {"optimal", {cases, pool}, {}, {together, "..."}},
         {"greedy", {cases, pool}, {"-exact-rounds", "0"}, {oneByOne, "..."}},

@@ -99,7 +99,8 @@ Values PlainRegression::fit(const Values &x, const Values &y) const
     const size_t freedom = all.size() - 2;
     const double r2 = double(line.r2), t = double(std::fabs(line.slope) / line.error);
     const bool hasTable = type == "bins" && r2 > 0 && (freedom <= 3 || freedom == 5 || freedom == 10);
-    const double p = hasTable ? lookUpPlainly(tableFor(std::min<size_t>(all.size(), 11)), r2, all.size()).p : studentP(t, double(freedom));
+    const double p = hasTable ? lookUpPlainly(tableFor(std::min<size_t>(all.size(), 11)), r2, all.size()).p
+        : studentP(t, double(freedom));
     return {none[0], none[1], double(line.slope), double(line.error), r2, t, p};
 }
 
@@ -342,18 +343,23 @@ TEST(Regscan1, FollowsItsInputWhereThatIsWrittenOtherwise)
         EXPECT_EQ(columnsFrom(rows(hard, "recessive"), 8), columnsFrom(rows(coded[1], "additive"), 8)) << seed;
         for (const char *type : {"additive", "bins", "rank", "recessive"})
             EXPECT_EQ(rows(triplets, type), rows(hard, type)) << seed;
-        // Hits are those that the chosen statistic lets through.
-        const auto count = [&](const char *statistic, const char *limit) {
-            const std::string hits = rowsOf(input.phenotypes, hard, {"-statistic", statistic, "-statlimit", limit, "-slope", "0.5"});
-            for (const std::string &row : plainLines(hits)) {
+        // Hits are those that the chosen statistic lets through, also where markers have gaps.
+        input.makeMarkers();
+        const Texts all = plainLines(rowsOf(input.phenotypes, input.genotypes, {"-statlimit", "1"}));
+        const auto expectHits = [&](const std::string &statistic, size_t column, double limit) {
+            std::string expected;
+            for (const std::string &row : all) {
                 const Texts fields = plainFields(row, "\t");
-                const double value = std::stod(fields[*statistic == 'r' ? 10 : *statistic == 't' ? 11 : 12]);
-                EXPECT_TRUE(*statistic == 'p' ? value <= 0.2 : value >= std::stod(limit)) << row;
-                EXPECT_GE(std::fabs(std::stod(fields[8])), 0.5) << row;
+                const double value = fields[column] == "NA" ? NAN : std::stod(fields[column]);
+                if ((statistic == "p" ? value <= limit : value >= limit) && std::fabs(std::stod(fields[8])) >= 0.37)
+                    expected += row + "\n", ++total;
             }
-            return std::count(hits.begin(), hits.end(), '\n');
+            EXPECT_EQ(rowsOf(input.phenotypes, input.genotypes,
+                             {"-statistic", statistic, "-statlimit", std::to_string(limit), "-slope", "0.37"}), expected);
         };
-        total += count("p", "0.2") + count("t", "1.1") + count("r2", "0.1");
+        expectHits("p", 12, 0.21);
+        expectHits("t", 11, 1.11);
+        expectHits("r2", 10, 0.13);
     }
     EXPECT_GT(total, 100);
 }

@@ -96,7 +96,8 @@ TEST(Relatedness, WorksOnSmallTables)
         {"a star", {star}, {}, {"0 A 3 1.25 4 1\n"}, "...while\n1 done; pentrynum0\n"},
     });
     for (const char *mode : {"fam", "relout5"})
-        expectRuns({mode, {}, {}, {}, {}, "", 1}, {{"no file", {}, {"-out", "o"}, {}, "You need to specify '-file'.\n\n"}});
+        expectRuns({mode, {}, {}, {}, {}, "", 1},
+            {{"no file", {}, {"-out", "o"}, {}, "You need to specify '-file'.\n\n"}});
 }
 
 // More than the tables of names and pairs begin with; every pair once more the other way round.

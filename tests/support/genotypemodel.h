@@ -32,8 +32,8 @@ struct ModelResult {
 };
 using Model = std::function<ModelResult(const std::vector<ModelLine> &, const OptionMap &)>;
 
-// Of the modes that write a line for each one: its leading columns, empty ones beyond its end, and what `text` makes of the
-// chosen individuals, of `width` fields each, by the positions of their first fields. No text ends the run.
+// Of the modes that write a line for each one: its leading columns, empty ones beyond its end, and what `text` makes of
+// the chosen individuals, of `width` fields each, by the positions of their first fields. No text ends the run.
 using LineText = std::function<std::optional<std::string>(const ModelLine &, const std::vector<long> &individuals)>;
 ModelResult modelRows(const std::vector<ModelLine> &lines, const OptionMap &options, long width, bool keepsColumns,
                       const LineText &text);

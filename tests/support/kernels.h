@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// Runs something with each row of these tables of kernels in use, from the narrowest on; the usual ones come back behind it.
+// Runs something with each row of these tables of kernels in use, from the narrowest on; behind it the usual ones are.
 template <class... Kernels>
 void withEachKernels(const std::function<void()> &run)
 {
@@ -29,7 +29,9 @@ void expectSameWithAnyInstructions(std::string (*results)(const Kernels &, uint6
 {
     for (uint64_t seed = 1; seed <= 400; ++seed) {
         const std::string expected = results(Kernels::all()[0], seed);
-        withEachKernels<Kernels>([&] { EXPECT_EQ(results(*kernelsInUse<Kernels>, seed), expected) << "seed " << seed; });
+        withEachKernels<Kernels>([&] {
+            EXPECT_EQ(results(*kernelsInUse<Kernels>, seed), expected) << "seed " << seed;
+        });
     }
 }
 

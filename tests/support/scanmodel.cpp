@@ -123,7 +123,8 @@ bool PlainScan::readMarkers(const std::string &bytes)
         Marker marker = {words[1], {}, int(words.size()) < 5 + width * individuals};
         for (size_t i = 5; int(marker.values.size()) < individuals && !marker.isUneven; i += size_t(width)) {
             const double value = text::readDouble(words[i]);
-            const float dosage = bins > 0 ? 0 : 2 * float(text::readDouble(words[i + 2])) + float(text::readDouble(words[i + 1]));
+            const float dosage = bins > 0 ? 0 : 2 * float(text::readDouble(words[i + 2]))
+                + float(text::readDouble(words[i + 1]));
             marker.values.push_back(bins > 0 ? value : dosage + 0.5f);
         }
         marker.isUneven |= words.size() != firstWords;

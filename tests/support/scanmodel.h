@@ -1,5 +1,5 @@
-// The association scans gwas and gwas3 as plain loops over markers, phenotypes and individuals, one step after the other:
-// their judge, and the yardstick of a benchmark. They differ in what makes the groups whose means are fitted.
+// The association scans gwas and gwas3 as plain loops over markers, phenotypes and individuals, one step after the
+// other: their judge, and the yardstick of a benchmark. They differ in what makes the groups whose means are fitted.
 #pragma once
 
 #include "scans/df.h"

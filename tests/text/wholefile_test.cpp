@@ -28,7 +28,8 @@ TEST(WholeFile, AppearsWhenItIsCompleteAndKeepsWhatItReplaces)
             const Folder folder;
             folder.write("old", "before");
             fs::permissions(folder.path("old"), fs::perms(0600));
-            for (const auto &[target, name] : {std::pair("old", "link"), {"ahead", "dangling"}, {"/dev/null", "device"}})
+            for (const auto &[target, name] :
+                 {std::pair("old", "link"), {"ahead", "dangling"}, {"/dev/null", "device"}})
                 fs::create_symlink(target, folder.path(name));
             auto expected = folder.files();
             {

@@ -214,20 +214,20 @@ TEST(Gather, HasTheChromosomesOfLdpruneOneBehindTheOther)
 {
     const Folder folder;
     folder.write("map", "position rate cM\n1 1 0\n90000 1 9\n");
+    const std::string options = "-M ldprune -map map -delim space -poscolumn 2 -pcolumn 3 -threshold 0.15 -file chr";
     std::string kept, removed;
     for (size_t part = 1; part <= 3; ++part) {
-        const std::string file = "chr" + to_string(part);
-        folder.write(file, results(part));
-        const std::string options
-            = "-M ldprune -map map -delim space -poscolumn 2 -pcolumn 3 -threshold 0.15 -file " + file;
-        ASSERT_EQ(folder.run(wordsOf(options + " -out own")).status, 0);
+        folder.write("chr" + to_string(part), results(part));
+        ASSERT_EQ(folder.run(wordsOf(options + to_string(part) + " -out own")).status, 0);
         kept += folder.read("own");
         removed += folder.read("own.removed");
-        ASSERT_EQ(runPart(folder, part, 3, options).errors, "");
+        ASSERT_EQ(runPart(folder, part, 3, options + to_string(part)).errors, "");
     }
     ASSERT_EQ(join(folder).errors, "");
     EXPECT_EQ(folder.read("joined"), kept);
     EXPECT_EQ(folder.read("joined.removed"), removed);
+    runPart(folder, 3, 3, options + "2");
+    EXPECT_EQ(join(folder).errors.find("morvel-gather: Parts 2 and 3 are both of \"input -file "), 0u);
 }
 
 // t squared that are equal, or differ by roundings only, with several degrees of freedom; up to many of them.
@@ -280,6 +280,10 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
         std::string bytes = folder.read(name);
         folder.write(name, bytes.replace(bytes.find(from), from.size(), to));
     };
+    const auto scanFast = [](const Folder &folder) {
+        for (size_t part = 1; part <= 3; ++part)
+            runPart(folder, part, 3, "-M gwas3 -pfile pheno -gfile gen");
+    };
     const struct {
         const char *words;  // of the message
         std::function<void(const Folder &)> change;
@@ -308,6 +312,7 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
              runPart(f, 3, 3, "-M regscan1 -pfile pheno -gfile gen2 -statlimit 1");
          }},
         {"'part.2.stats' of part 2 has ", [](auto &f) { f.write("part.2.stats", "cut"); }},
+        {"'part.2.stats' of part 2 has ", [](auto &f) { f.write("part.2.stats", f.read("part.2.stats") + "more"); }},
         {"Part 3 is missing its file 'part.3'", [](auto &f) { fs::remove(f.path("part.3")); }},
         {"'part.2.part' is no record of a part, or damaged",
          [](auto &f) { f.write("part.2.part", f.read("part.2.part").substr(0, 200)); }},
@@ -320,6 +325,14 @@ TEST(Gather, RefusesPartsThatDoNotBelongTogether)
          [&](auto &f) { edit(f, "part.3.stats", "ph\t3", "ph\t4"); }},
         {"'part.3.tallies' is damaged", [&](auto &f) { edit(f, "part.3.tallies", " ", "x"); }},
         {"'part.2' has another header than part 1", [&](auto &f) { edit(f, "part.2", "Pheno", "pheno"); }},
+        {"'part.3' has another header than part 1", [&](auto &f) {
+             scanFast(f);
+             edit(f, "part.3", "\t", " ");
+         }},
+        {"'part.3.stats' does not number its rows and sum up its hits", [&](auto &f) {
+             scanFast(f);
+             edit(f, "part.3.stats", "\t1\t", "\t2\t");
+         }},
         {"'part.2' ends before it should", [&](auto &f) { edit(f, "part.2.stats", "\t4\t4\t", "\t4\t9\t"); }},
     };
     const Folder whole;

@@ -156,6 +156,8 @@ TEST(Phenotypes, AreRefusedOrToldOfWhereSomethingIsLikelyToBeWrong)
         {"ID\ty\na\t1\n", "\n", {}, "", "'list' names no individuals\n"},
         {"ID\ty\na\t1,5\n", "a\n", {}, "",
          "Line 2 of 'table': \"y\" is \"1,5\", which is no number; name missing values by -missing\n"},
+        {"ID\ty\na\tinf\n", "a\n", {}, "",
+         "Line 2 of 'table': \"y\" is \"inf\", which is no number; name missing values by -missing\n"},
         {"ID\ty\na\tnan\nb\t.\nc\t1\n", "c\nb\na\n", {"-missing", ".,nan"}, "y 1 . .\n", ""},
         {"ID\ty\na\t1\n", "a\n", {"-missing", "no value"}, "", "\"no value\" cannot be a field of the result\n"},
         {"ID\ty\na\t-9\n", "a\n", {}, "y -9\n",
