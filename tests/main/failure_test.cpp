@@ -1,6 +1,7 @@
 // What happens when something fails that is not a mode's data, as far as the fault suite leaves it open.
 #include "support/program.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 static const char genotypes[] = "1 rs1 1 A G 0 0 1 0 1 0 1 0 0 1 0 0\n";
@@ -24,6 +25,19 @@ TEST(Failure, AClosedStandardOutputIsToldOnStandardError)
     const Result run = folder.run({"-M", "gentoAD", "-file", "in"}, "", ">&-");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "Cannot write 'standard output'\n");
+}
+
+TEST(Failure, ASecondOneAddsNoLine)
+{
+    const Folder folder;
+    folder.write("in", genotypes);
+    for (const char *name : {"out", "out.stats"})
+        std::filesystem::create_symlink("/dev/full", folder.path(name));
+    const Result run = folder.run({"-M", "gentoAD", "-file", "in", "-out", "out", "-statistics", "yes"});
+    EXPECT_EQ(run.status, 1);
+    const size_t first = run.messages.find("Cannot write 'out");
+    EXPECT_NE(first, std::string::npos) << run.messages;
+    EXPECT_EQ(run.messages.find("Cannot write", first + 1), std::string::npos) << run.messages;
 }
 
 TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
@@ -73,6 +87,20 @@ TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
         EXPECT_EQ(piped.status, 1) << row.bytes;
         EXPECT_NE(piped.messages.find("'/dev/stdin' is " + std::string(row.kind)), std::string::npos) << row.bytes;
     }
+}
+
+TEST(Foreign, BytesInTheMiddleOfAFileMeanNothing)
+{
+    const Folder folder;
+    std::string bytes = "1 rs1 1 A G 0 1 \n";
+    for (int i = 0; i < 1000000; ++i)
+        bytes += "\xff\xfe";
+    folder.write("in", bytes);
+    const auto average = [&](const std::string &shell) {
+        return folder.run({"-M", "avgAD", "-file", "/dev/stdin", "-out", "out"}, shell + " |").status;
+    };
+    EXPECT_EQ(average("cat in"), 0);
+    EXPECT_EQ(average("gzip -1c in"), 0);
 }
 
 TEST(Foreign, FilesAreRefusedAsEveryInputOfEveryMode)

@@ -80,6 +80,9 @@ TEST(Gwas2, GivesTheBytesOfGwasOnOddFiles)
     std::string many;
     for (int i = 0; i < 2001; ++i)
         many += i % 500 == 499 ? "e NA NA\n" : "f 1 2\n";
+    std::string eight;
+    for (int i = 0; i < 8; ++i)
+        eight += "1 m 1 A G 0 1 2 " + std::to_string(i % 3) + "\n";
     const struct {
         std::string phenotypes, genotypes;
         bool isTriplets;
@@ -90,6 +93,8 @@ TEST(Gwas2, GivesTheBytesOfGwasOnOddFiles)
         {phenotypes, "1 m 1 A G 0 1\n1 n 1 A G 2 0\n1 o 1 A G 0\n", false},
         {phenotypes + "d 1\ne 1 2\n", "1 m 1 A G 0 1\n1 n 1 A G 2 0\n", false},
         {phenotypes + "d 1\n", "1 m 1 A G 0 1\n1 o 1 A G 0 1 1\n", false},
+        // The last one, which is not short, begins a group of its own behind eight short ones.
+        {"a 1 2 3 4\n", eight + "1 m 1 A G 0.12345 0.5 1.5 1.98765\n", false},
         // No R2 can be formed, but none is needed where the slope is too small.
         {"a 1 2 3\nb 1 2 3\n", "1 m 1 A G 1e200 3e200 1e200\n1 m 1 A G 2e200 1e200 2e200\n", false},
         // A line with two fields left over, or without triplets, goes on with the next one.
