@@ -1,6 +1,8 @@
 // What happens when something fails that is not a mode's data, as far as the fault suite leaves it open.
 #include "support/program.h"
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -38,6 +40,20 @@ TEST(Failure, ASecondOneAddsNoLine)
     const size_t first = run.messages.find("Cannot write 'out");
     EXPECT_NE(first, std::string::npos) << run.messages;
     EXPECT_EQ(run.messages.find("Cannot write", first + 1), std::string::npos) << run.messages;
+}
+
+// The names of files that end the run by an abort are shown behind all rows.
+TEST(Failure, AnAbortKeepsTheRows)
+{
+    const Folder folder;
+    folder.write("pheno", "a 1 2 3\n");
+    folder.write("geno", "1 m 5 A G 0 1 2\n");
+    for (const size_t size : {93, 94}) {  // 99 and 100 bytes with .stats
+        const std::string name(size, 'o');
+        const Result run = folder.run({"-M", "gwas", "-pfile", "pheno", "-gfile", "geno", "-out", name});
+        EXPECT_EQ(run.status, size == 93 ? 0 : -SIGABRT);
+        EXPECT_EQ(std::ranges::count(folder.read(name + ".stats"), '\n'), 2);
+    }
 }
 
 TEST(Foreign, FilesAreRefusedByTheirFirstBytesBeforeAnyOutputIsTouched)
