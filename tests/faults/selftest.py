@@ -7,13 +7,14 @@ from pathlib import Path
 # What, the file in src, what stands there, what is put in its place, the check and the modes.
 FAULTS = [
     ("a write that a signal interrupts is not made again", "text/files.cpp",
-     "if (written < 0 && errno == EINTR)\n            continue;", "", "failing_calls gwamafilter"),
-    ("nor such a read", "text/files.cpp", "} while (got < 0 && errno == EINTR);", "} while (false);",
+     "steadily([&] { return ::write(file, bytes.data(), bytes.size()); })", "::write(file, bytes.data(), bytes.size())",
+     "failing_calls gwamafilter"),
+    ("nor such a read", "text/files.cpp", "steadily([=] { return ::read(file, to, bytes); })", "::read(file, to, bytes)",
      "failing_calls gwamafilter"),
     ("a failing write is not looked at", "text/files.cpp", "if (!writeSteadily(file, bytes))",
      "if (!writeSteadily(file, bytes) && bytes.empty())", "failing_calls gwamafilter"),
-    ("nor a failing close", "text/writer.cpp", "if (::close(file) != 0 && errno != EINTR)", "if (::close(file) > 0)",
-     "failing_calls gwamafilter"),
+    ("nor a failing close", "text/files.cpp", "return ::close(file) == 0 || errno == EINTR;",
+     "return ::close(file) <= 0;", "failing_calls gwamafilter"),
     ("nor a failing seek", "text/source.cpp", "if (lseek(m_file, 0, SEEK_SET) != 0)",
      "if (lseek(m_file, 0, SEEK_SET) > 0)", "failing_calls gwas3"),
     ("a failing read is told by a wrong name", "text/files.cpp", 'onFailure("read", name);',
