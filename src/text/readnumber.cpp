@@ -93,7 +93,7 @@ static inline Real parseReal(std::string_view field)
         return {isNegative ? -0.0 : 0.0, true};
 
     double value = 0;
-    if (digits < uint64_t(1) << 53 && digitCount <= 19 && exponent >= -22 && exponent <= 22) {
+    if (digits < uint64_t(1) << 53 && exponent >= -22 && exponent <= 22) {
         // Both operands are exact, so the one rounding is that of the nearest double.
         value = exponent < 0 ? double(digits) / powers[-exponent] : double(digits) * powers[exponent];
     } else if (std::from_chars(first, end, value).ec != std::errc()) {
