@@ -71,6 +71,7 @@ TEST(Relatedness, AgreesWithTheLiteralProcedures)
 // What the plain procedures rest upon, by hand; tables parted by blanks.
 TEST(Relatedness, WorksOnSmallTables)
 {
+    const std::string a(29, 'a'), b(29, 'b');
     const Runs family = {"family", {"-file", "in", "-out", "out", "-delim", "space"}, {"in"}, {"out", "out.stats"}, {},
                          "running family()\n\n"};
     expectRuns(family, {
@@ -94,6 +95,8 @@ TEST(Relatedness, WorksOnSmallTables)
     });
     expectRuns({"relout6", options, {"in"}, {"out"}}, {
         {"a star", {star}, {}, {"0 A 3 1.25 4 1\n"}, "...while\n1 done; pentrynum0\n"},
+        {"a line of 65 bytes", {a + "," + b + ",0.25,\n"}, {"-delim", "comma"}, {"0 " + a + " 1 0.25 2 2\n"},
+         "...while\n1 done; pentrynum0\n"},
     });
     for (const char *mode : {"fam", "relout5"})
         expectRuns({mode, {}, {}, {}, {}, "", 1},
