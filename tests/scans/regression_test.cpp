@@ -222,6 +222,10 @@ TEST(Median, IsThatOfTheSortedNumbers)
         same.add(0.7);
     EXPECT_NEAR(same.median(), 0.7, 7e-4);
     EXPECT_EQ(same.count(), 200001u);
+    StreamMedian halves;
+    for (size_t i = 0; i < 4000; ++i)
+        halves.add(i % 2 ? 1 : 2);
+    EXPECT_NEAR(halves.median(), 1.5, 1.5e-3);
 }
 
 static std::vector<double> randomValues(std::mt19937_64 &random, size_t count)
