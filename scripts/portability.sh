@@ -12,7 +12,7 @@ shift || true
 install_packages $build_packages libgtest-dev libgmock-dev qemu-user-static debootstrap debian-archive-keyring python3
 declare -A suite=([arm64]=bookworm [s390x]=bookworm [riscv64]=trixie)  # the first that has it
 declare -A processor=([arm64]=aarch64 [s390x]=s390x [riscv64]=riscv64)
-# This one leaves the program a tenth of a second to start.
+# This one leaves the program half a second to start.
 not_emulated=Progress.ShowsOnATerminalAfterTwoSecondsOnly
 
 # The system starts programs of a processor by its emulator, also those that a program starts. systemd tells it so.

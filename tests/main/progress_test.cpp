@@ -60,13 +60,13 @@ static std::string shownErrors(const Folder &folder, const std::string &pause, c
 TEST(Progress, ShowsOnATerminalAfterTwoSecondsOnly)
 {
     const Folder folder;
-    const std::string shown = shownErrors(folder, "2.1");
+    const std::string shown = shownErrors(folder, "2.6");
     EXPECT_TRUE(shown.starts_with("\r1 markers/s\033[K") || shown.starts_with("\r0 markers/s\033[K")) << shown;
     EXPECT_NE(shown.find("\r\033[K"), shown.npos) << shown;
     const std::string messages = folder.read("messages");
     EXPECT_EQ(messages.find("markers/s"), messages.npos);
     EXPECT_EQ(shownErrors(folder, "0").find("markers/s"), std::string::npos);
     // Nor where standard error is a file.
-    EXPECT_EQ(shownErrors(folder, "2.1", "exec 2>errors").find("markers/s"), std::string::npos);
+    EXPECT_EQ(shownErrors(folder, "2.6", "exec 2>errors").find("markers/s"), std::string::npos);
     EXPECT_EQ(folder.read("errors"), "");
 }
