@@ -8,14 +8,11 @@ cd "$(dirname "$0")/.."
 data=$(realpath -m "${1:-out/bench}")
 runs=${2:-15}
 build_for_bench
-mkdir -p "$data"
+main_job_data "$data"
 cmake -S . -B "$data/bare" -DCMAKE_BUILD_TYPE=Release -DMORVEL_HARDENING=OFF >/dev/null
 cmake --build "$data/bare" --parallel "$(nproc)" --target morvel >/dev/null
 morvel=$PWD/build/morvel
-[ -s "$data/triplets" ] || build/bench/makedata triplets 750 70000 >"$data/triplets"
-[ -s "$data/phenotypes" ] || build/bench/makedata phenotypes 750 20 >"$data/phenotypes"
 cd "$data"
-head -n 1 phenotypes >phenotype
 $morvel -M gentoAD -file triplets -out dosages >/dev/null
 
 # cost ARGUMENTS

@@ -6,10 +6,7 @@ cd "$(dirname "$0")/.."
 build_for_bench
 morvel=$PWD/build/morvel
 data=${1:-out/bench}
-mkdir -p "$data"
-[ -s "$data/triplets" ] || build/bench/makedata triplets 750 70000 >"$data/triplets"
-[ -s "$data/phenotypes" ] || build/bench/makedata phenotypes 750 20 >"$data/phenotypes"
-head -n 1 "$data/phenotypes" >"$data/phenotype"
+main_job_data "$data"
 cd "$data"
 ls -l triplets | awk '{ printf "triplets: %.0f MB\n", $5 / 1e6 }'
 

@@ -9,6 +9,14 @@ build_for_bench() {
     c++ --version | sed -n '1s/^/compiler: /p'
 }
 
+# main_job_data FOLDER: 750 individuals, over 400 MB of triplets, 20 phenotypes, and the first of these alone.
+main_job_data() {
+    mkdir -p "$1"
+    [ -s "$1/triplets" ] || build/bench/makedata triplets 750 70000 >"$1/triplets"
+    [ -s "$1/phenotypes" ] || build/bench/makedata phenotypes 750 20 >"$1/phenotypes"
+    head -n 1 "$1/phenotypes" >"$1/phenotype"
+}
+
 # seconds COMMAND: how long it takes on one core.
 seconds() {
     local file

@@ -61,7 +61,7 @@ MORVEL_INLINE size_t readWindows(const char *&next, const char *end, int16_t *nu
 {
     int16_t *to = numbers;
     const char *block = next;
-    const char *const stop = block + (end - block >= 64 ? (end - block - 64) / step + 1 : 0) * step;
+    const char *const stop = block + (end - block - (64 - step)) / step * step;  // behind the last whole window
     uint64_t begins = 1;
     while (to < numbers + most && block != stop) {
         const Marks marks = Window::template marks<separator>(block);
