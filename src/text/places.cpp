@@ -39,6 +39,7 @@ PlaceReader::Kind PlaceReader::open(const std::string &name)
         return Kind::Missing;
     m_size = uint64_t(status.st_size);
     m_next = 0;
+    m_awaitsEmpty = false;
     m_kind = Kind::Plain;
     char head[markSize] = {};
     if (!S_ISREG(status.st_mode))
@@ -91,6 +92,7 @@ size_t PlaceReader::blockSizeAt(uint64_t offset) const
 void PlaceReader::seek(uint64_t offset)
 {
     m_next = std::min(offset, m_size);
+    m_awaitsEmpty = false;
     if (m_kind != Kind::Blocks)
         return;
     const size_t size = readAt(m_packed.get(), mostBlock + headerSize, m_next);
@@ -126,9 +128,22 @@ bool PlaceReader::nextBlock(std::string_view &bytes, uint64_t &block)
             refuse();
         block = m_next;
         m_next += size;
+        m_awaitsEmpty = contentSize > 0;
     }
+    if (contentSize == 0 && m_awaitsEmpty)
+        refuse();
     bytes = {m_content.get(), contentSize};
     return contentSize > 0;
+}
+
+void PlaceReader::checkEnd()
+{
+    std::string_view bytes;
+    uint64_t block;
+    seek(m_size - std::min(m_size, uint64_t(mostBlock)));
+    while (m_kind == Kind::Blocks && next(bytes, block)) {
+    }
+    seek(0);
 }
 
 bool PlaceReader::next(std::string_view &bytes, uint64_t &block)

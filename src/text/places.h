@@ -12,7 +12,7 @@ struct libdeflate_decompressor;
 namespace text {
 
 // Content of a plain file, or of one made of the blocks of bgzip (pack.h): any of these can be the first to be read. A
-// failed read, and a damaged block, go to onFailure.
+// failed read, a damaged block and a file that was cut go to onFailure.
 class PlaceReader {
 public:
     enum class Kind {
@@ -31,6 +31,10 @@ public:
     void close();
     uint64_t size() const { return m_size; }  // of the file as it is stored
 
+    // Looks at the end of a file of blocks, which is a block without content: of one that was cut it is missing. Goes back
+    // to the beginning.
+    void checkEnd();
+
     // Goes to this byte of a plain file, or to the first block that begins there or behind it.
     void seek(uint64_t offset);
 
@@ -48,6 +52,7 @@ private:
     int m_file = -1;
     Kind m_kind = Kind::Missing;
     uint64_t m_size = 0, m_next = 0;
+    bool m_awaitsEmpty = false;  // the block before m_next has content
     std::unique_ptr<char[]> m_packed, m_content;
     std::unique_ptr<libdeflate_decompressor, void (*)(libdeflate_decompressor *)> m_state;
 };

@@ -199,6 +199,10 @@ TEST(Gather, SplitsCompressedBlocksAndFilesBehindEachOther)
     expectJoinedAsWhole(folder, "-M avgAD -file /dev/stdin", 9, "-inputs list", "-M avgAD -file all");
 
     std::string damaged = folder.read("first.gz");
+    folder.write("second.gz", damaged.substr(0, damaged.size() - 28));  // without the empty block: cut between two
+    for (size_t part = 1; part <= 5; ++part)
+        EXPECT_EQ(runPart(folder, part, 5, "-M avgAD -file second.gz").errors,
+                  "morvel-gather: Cannot read 'second.gz'\n");
     damaged[damaged.size() / 2] ^= 1;
     folder.write("first.gz", damaged);
     size_t failed = 0;

@@ -32,6 +32,15 @@ Content openContent(std::vector<std::string> names)
     return content;
 }
 
+void checkEnds(const Content &content)
+{
+    for (const std::string &name : content.names) {
+        text::PlaceReader file;
+        file.open(name);
+        file.checkEnd();
+    }
+}
+
 ContentReader::ContentReader(const Content &content, const Place &from, const Place &to)
     : m_content(content), m_to(to), m_at(from)
 {

@@ -31,6 +31,9 @@ struct Content {
 // Ends the run where a file cannot be opened or cannot be read from any place.
 Content openContent(std::vector<std::string> names);
 
+// Ends the run where a file was cut, before any part of it is made.
+void checkEnds(const Content &content);
+
 // Reads what stands between two places.
 class ContentReader {
 public:

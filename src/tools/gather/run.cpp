@@ -128,6 +128,7 @@ static void run()
     // From now on there is no such part until it is complete again.
     if (std::remove((outname + recordSuffix).c_str()) != 0 && errno != ENOENT)
         fatal("Cannot remove '%s': %s\n", (outname + recordSuffix).c_str(), std::strerror(errno));
+    checkEnds(content);
 
     const std::vector<std::string> suffixes = suffixesOf(command);
     if (rule.hasTallies)
