@@ -1,22 +1,7 @@
 #include "matching/group.h"
+#include "numbers/natural.h"
 
 #include <cmath>
-
-double portableLog(double value)
-{
-    int exponent;
-    double part = std::frexp(value, &exponent);
-    if (part < 0.70710678118654752) {
-        part *= 2;
-        --exponent;
-    }
-    // ln x = 2 artanh((x - 1) / (x + 1)), by its series.
-    const double ratio = (part - 1) / (part + 1), square = ratio * ratio;
-    double series = 0;
-    for (int n = 23; n >= 1; n -= 2)
-        series = series * square + 1.0 / n;
-    return 2 * ratio * series + exponent * 0.69314718055994531;
-}
 
 static constexpr double leastVariance = 1e-18;
 static constexpr double withoutValues = 900;
@@ -32,16 +17,25 @@ void GroupMatching::Sums::add(double value, double times)
 
 static double squaredLogOfSpread(double variance)
 {
-    const double logarithm = portableLog(std::max(variance, leastVariance)) / 2;
+    const double logarithm = naturalLogarithm(std::max(variance, leastVariance)) / 2;
     return logarithm * logarithm;
 }
 
-double GroupMatching::term(const Sums &sums, bool hasSpread)
+// Not above it, by |ln v| >= 2 |v - 1| / (v + 1), and without the logarithm, which would take most of the time of a
+// search.
+static double leastSquaredLogOfSpread(double variance)
+{
+    const double least = (variance - 1) / (std::max(variance, 0.0) + 1);
+    return least * least;
+}
+
+template <class SpreadTerm>
+double GroupMatching::term(const Sums &sums, bool hasSpread, SpreadTerm spreadTerm)
 {
     if (sums.count == 0)
         return withoutValues;
     const double mean = sums.values / sums.count;
-    return mean * mean + (hasSpread ? squaredLogOfSpread(sums.squares / sums.count - mean * mean) : 0.0);
+    return mean * mean + (hasSpread ? spreadTerm(sums.squares / sums.count - mean * mean) : 0.0);
 }
 
 // The pool in units of the first set's spread from its mean.
@@ -92,7 +86,7 @@ double GroupMatching::objective() const
 {
     double sum = 0;
     for (size_t c = 0; c < m_sums.size(); ++c)
-        sum += term(m_sums[c], m_hasSpread[c]);
+        sum += term(m_sums[c], m_hasSpread[c], squaredLogOfSpread);
     return sum;
 }
 
@@ -114,7 +108,7 @@ public:
             if (has != columns.end() && *has == c)
                 ++has;
             else
-                m_fixed += GroupMatching::term(m_sums[c], m_hasSpread[c]);
+                m_fixed += GroupMatching::term(m_sums[c], m_hasSpread[c], squaredLogOfSpread);
         }
         return m_fixed < m_least;
     }
@@ -137,14 +131,9 @@ public:
         for (size_t i = 0; i < leaf.count; ++i) {
             if (!leaf.isPresent[i])
                 continue;
-            double sum = m_fixed;
-            for (const uint32_t c : *m_columns) {
-                GroupMatching::Sums sums = m_sums[c];
-                sums.add(leaf.values[c * leaf.count + i], 1);
-                sum += GroupMatching::term(sums, m_hasSpread[c]);
-                if (sum > m_least)
-                    break;
-            }
+            if (sumWith(leaf, i, leastSquaredLogOfSpread) * (1 - 1e-9) > m_least)
+                continue;
+            const double sum = sumWith(leaf, i, squaredLogOfSpread);
             if (sum < m_least || (sum == m_least && best != UINT32_MAX && leaf.points[i] < best)) {
                 m_least = sum;
                 best = leaf.points[i];
@@ -155,6 +144,21 @@ public:
     uint32_t best = UINT32_MAX;
 
 private:
+    // What all columns come to with this point, or part of it where that is too much already.
+    template <class SpreadTerm>
+    double sumWith(const Forest::Leaf &leaf, size_t i, SpreadTerm spreadTerm) const
+    {
+        double sum = m_fixed;
+        for (const uint32_t c : *m_columns) {
+            GroupMatching::Sums sums = m_sums[c];
+            sums.add(leaf.values[c * leaf.count + i], 1);
+            sum += GroupMatching::term(sums, m_hasSpread[c], spreadTerm);
+            if (sum > m_least)
+                break;
+        }
+        return sum;
+    }
+
     // The least that a column's term can be with one more value between these. Its two parts are bounded apart: the
     // mean is a line in the value, the variance a parabola that opens upwards.
     double leastTerm(uint32_t c, double low, double high) const
@@ -172,7 +176,9 @@ private:
         };
         const double least = varianceWith(std::clamp(sums.values / sums.count, low, high));
         const double most = std::max(varianceWith(low), varianceWith(high));
-        const double spread = least > 1 ? squaredLogOfSpread(least) : most < 1 ? squaredLogOfSpread(most) : 0.0;
+        const double spread = least > 1  ? leastSquaredLogOfSpread(least)
+                              : most < 1 ? leastSquaredLogOfSpread(most)
+                                         : 0.0;
         return mean * mean + spread;
     }
 

@@ -28,7 +28,8 @@ private:
     };
     friend class ExchangeSearch;
 
-    static double term(const Sums &sums, bool hasSpread);
+    template <class SpreadTerm>
+    static double term(const Sums &sums, bool hasSpread, SpreadTerm spreadTerm);
     void sumMembers();
 
     std::vector<bool> m_hasSpread;  // [column] of m_pool: in the first set; filled with it
@@ -37,7 +38,3 @@ private:
     std::vector<uint32_t> m_members;
     std::vector<Sums> m_sums;  // [column]
 };
-
-// The natural logarithm from operations that round the same everywhere, good to 1e-15 of it or of 1; that of the
-// library differs between processors in the last digit, which may decide between two exchanges.
-double portableLog(double value);

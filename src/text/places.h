@@ -31,8 +31,8 @@ public:
     void close();
     uint64_t size() const { return m_size; }  // of the file as it is stored
 
-    // Looks at the end of a file of blocks, which is a block without content: of one that was cut it is missing. Goes back
-    // to the beginning.
+    // Looks at the end of a file of blocks, which is a block without content: of one that was cut it is missing. Goes
+    // back to the beginning.
     void checkEnd();
 
     // Goes to this byte of a plain file, or to the first block that begins there or behind it.

@@ -253,9 +253,3 @@ TEST(GroupMatching, EndsWhereNoExchangeHelps)
     }
     EXPECT_GT(seen, 30u);
 }
-
-TEST(GroupMatching, TakesLogarithmsAsTheLibraryDoes)
-{
-    for (double value = 1e-20; value < 1e20; value *= 1.00371)
-        ASSERT_NEAR(portableLog(value), std::log(value), 1e-15 * std::max(1.0, std::fabs(std::log(value)))) << value;
-}
