@@ -4,6 +4,7 @@
 #include "plot/drawings.h"
 #include "plot/qqpoints.h"
 #include "plot/verbs.h"
+#include "scans/pvalues.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 #include "plot/qqpoints.h"
 #include "numbers/logarithm.h"
+#include "scans/pvalues.h"
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -37,20 +37,10 @@ double medianOf(const std::deque<double> &ps)
     return ps.size() % 2 ? upper : (valueAt(ps, ps.size() / 2 - 1) + upper) / 2;
 }
 
-// The chi-square value of one degree of freedom that is passed with probability p, by bisection of z.
-static double chiSquareOf(double p)
-{
-    double low = 0, high = 40;
-    for (int i = 0; i < 100; ++i) {
-        const double middle = (low + high) / 2;
-        (std::erfc(middle * std::sqrt(0.5)) > p ? low : high) = middle;
-    }
-    return low * low;
-}
-
 double lambdaOf(double medianP)
 {
-    return chiSquareOf(medianP) / chiSquareOf(0.5);
+    const double ratio = normalZ(medianP) / normalZ(0.5);
+    return ratio * ratio;
 }
 
 void addQuantiles(const std::deque<double> &ps, double xMost, double yMost, int topRow, Cloud &cloud)
@@ -79,42 +69,6 @@ void addQuantiles(const std::deque<double> &ps, double xMost, double yMost, int 
             rank = beyond;
         }
     }
-}
-
-// The regularised incomplete beta function by its continued fraction (Abramowitz and Stegun 26.5.8).
-static double incompleteBeta(double a, double b, double x)
-{
-    if (x <= 0 || x >= 1)
-        return x <= 0 ? 0 : 1;
-    if (x > (a + 1) / (a + b + 2))
-        return 1 - incompleteBeta(b, a, 1 - x);
-    const double front
-        = std::exp(std::lgamma(a + b) - std::lgamma(a) - std::lgamma(b) + a * std::log(x) + b * std::log1p(-x)) / a;
-    double fraction = 1, c = 1, d = 0;
-    for (int i = 0; i < 2000; ++i) {
-        const double m = i / 2;
-        const double numerator = i == 0       ? 1
-                                 : i % 2 == 0 ? m * (b - m) * x / ((a + 2 * m - 1) * (a + 2 * m))
-                                              : -(a + m) * (a + b + m) * x / ((a + 2 * m) * (a + 2 * m + 1));
-        const auto away = [](double value) { return std::fabs(value) < 1e-300 ? 1e-300 : value; };
-        d = 1 / away(1 + numerator * d);
-        c = away(1 + numerator / c);
-        fraction *= c * d;
-        if (std::fabs(1 - c * d) < 1e-12)
-            break;
-    }
-    return front * (fraction - 1);
-}
-
-double rankQuantile(size_t i, size_t n, double probability)
-{
-    // The i-th smallest of n uniform values has a beta distribution. Halving the exponent first reaches small ones.
-    double low = -18, high = 0;
-    for (int step = 0; step < 60; ++step) {
-        const double middle = (low + high) / 2;
-        (incompleteBeta(double(i), double(n - i + 1), std::pow(10, middle)) < probability ? low : high) = middle;
-    }
-    return std::pow(10, high);
 }
 
 }  // namespace plot

@@ -18,7 +18,4 @@ double lambdaOf(double medianP);
 // The cloud's axes run from 0 to these values. Zeros stand in the row `topRow`.
 void addQuantiles(const std::deque<double> &ps, double xMost, double yMost, int topRow, Cloud &cloud);
 
-// The p below which the i-th smallest of n uniform p-values lies with this probability.
-double rankQuantile(size_t i, size_t n, double probability);
-
 }  // namespace plot

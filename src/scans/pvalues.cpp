@@ -1,5 +1,6 @@
 #include "scans/pvalues.h"
 
+#include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/normal.hpp>
 #include <boost/math/distributions/students_t.hpp>
 #include <cmath>
@@ -54,4 +55,10 @@ double normalZ(double p)
 double normalQuantile(double p)
 {
     return double(quantile(Normal(), p));
+}
+
+double rankQuantile(size_t i, size_t n, double probability)
+{
+    const boost::math::beta_distribution<long double, Quiet> distribution(double(i), double(n - i + 1));
+    return double(quantile(distribution, probability));
 }

@@ -3,6 +3,7 @@
 #include "plot/cloud.h"
 #include "plot/figure.h"
 #include "plot/qqpoints.h"
+#include "scans/pvalues.h"
 #include "support/program.h"
 #include "support/random.h"
 
