@@ -7,3 +7,18 @@ void MarkerLines::prepareToReread()
     m_first = {m_keptFirst.data(), m_first.size()};
     m_isCopied = m_in.copyRestToReread();
 }
+
+void MarkerLines::rewind()
+{
+    m_in.rewind();
+    m_isAtFirst = m_isCopied;
+}
+
+void MarkerLines::startPass(bool isLast)
+{
+    if (m_hasPassed)
+        rewind();
+    else if (!isLast)
+        prepareToReread();
+    m_hasPassed = true;
+}

@@ -28,13 +28,9 @@ public:
         return read(line);
     }
 
-    // To be called right after first() where rewind() will be.
-    void prepareToReread();
-    void rewind()
-    {
-        m_in.rewind();
-        m_isAtFirst = m_isCopied;
-    }
+    // Starts a pass over all lines, the first one after first(). None follows the last one, which spares a pipe its
+    // copy.
+    void startPass(bool isLast);
 
 protected:
     ~MarkerLines() = default;
@@ -43,9 +39,13 @@ protected:
     text::LineReader &m_in;
 
 private:
+    void prepareToReread();
+    void rewind();
+
+    bool m_hasPassed = false;
     bool m_isCopied = false;  // m_in, from its second line on
     std::string_view m_first;
-    std::string m_keptFirst;  // and slack behind it, where there will be a rewind()
+    std::string m_keptFirst;  // and slack behind it, where it is read again
     bool m_isAtFirst = false;
 };
 

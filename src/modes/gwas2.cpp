@@ -405,18 +405,13 @@ static void universal2(const BinScan &scan, bool hasTriplets, const ScanMemory &
     Progress progress(Genoname, Phenoname);
     Table table;
     int64_t PhenoID = 0;
-    bool hasScanned = false;
 
     // Scans for the phenotypes of the table, writes their rows and empties it. No further scan follows the last pass.
     const auto finishPass = [&](bool isLast) {
         Decisions decisions(scan.decision, table, memory.hitBytes, files.hits);
         progress.startPass(table.lineBytes);
         if (!table.chunks.empty()) {
-            if (hasScanned)
-                lines.rewind();
-            else if (!isLast)
-                lines.prepareToReread();
-            hasScanned = true;
+            lines.startPass(isLast);
             scanMarkers({lines, columns, individuals}, table, decisions, progress);
         }
         for (size_t i = 0; i < table.traits.size(); ++i) {

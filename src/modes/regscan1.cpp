@@ -395,7 +395,6 @@ private:
     Progress m_progress{Genoname, Phenoname};
     RegressionPass m_pass;
     int64_t m_phenoID = 0;
-    bool m_hasScanned = false;
 };
 }  // namespace
 
@@ -441,11 +440,7 @@ void RegressionScan::finishPass(bool isLast)
     RegressionHits hits(m_plan, m_pass.scanned, *m_pass.analysis, block, m_memory.hitBytes, m_hits);
     m_progress.startPass(m_pass.lineBytes);
     if (!m_pass.scanned.empty()) {
-        if (m_hasScanned)
-            m_lines.rewind();
-        else if (!isLast)
-            m_lines.prepareToReread();
-        m_hasScanned = true;
+        m_lines.startPass(isLast);
         scanMarkers(hits, block);
     }
     size_t trait = 0;
