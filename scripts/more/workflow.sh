@@ -95,6 +95,7 @@ wrong() {
 head -n 1 chr1.gen | cut -d ' ' -f 1-452 >narrow.gen
 sed 's/^1 /2 /' chr1.gen >second.gen
 : >empty.gen
+head -c -28 chr2.gen.gz >cut.gen.gz
 { cat traits; echo "trait3 1 2"; } >uneven
 wrong "unknown key 'phenotype'; did you mean 'phenotypes'?" 's/^phenotypes:/phenotype:/'
 wrong "'scans: exact': unknown key 'statlimits'; did you mean 'statlimit'?" 's/statlimit:/statlimits:/'
@@ -105,6 +106,7 @@ wrong "the phenotype file 'nosuch' cannot be opened: No such file" 's/^phenotype
 wrong "the genotype file 'chr4.gen' cannot be opened" 's/chr1.gen/chr4.gen/'
 wrong "the genetic map 'maps.1' cannot be opened" 's/map\./maps./'
 wrong "the genotype file 'empty.gen' holds no markers" 's/chr1.gen/empty.gen/'
+wrong "'cut.gen.gz' has been cut" 's/chr2.gen.gz/cut.gen.gz/'
 wrong "'narrow.gen' has 149 individuals, and 'chr2.gen.gz' has 150" 's/chr1.gen, (.*)]/\1, narrow.gen]/'
 wrong "'second.gen' and 'chr2.gen.gz' both begin with chromosome '2'" 's/chr1.gen/second.gen/'
 wrong "'examples/example.pheno' has 120 values in line 1, and the genotype files have 150 individuals" \
@@ -112,4 +114,4 @@ wrong "'examples/example.pheno' has 120 values in line 1, and the genotype files
 wrong "'uneven' has 2 values in line 10" 's/^phenotypes: .*/phenotypes: uneven/'
 wrong "'peaks': 'traits' has no phenotype 'trait33'; did you mean 'trait3'?" 's/\[trait3\]/[trait33]/'
 wrong "'scans: classes': gwas3 needs triplets" 's/^name/content: dosages\nname/'
-echo "15 studies that cannot run: one line each, before any job"
+echo "16 studies that cannot run: one line each, before any job"

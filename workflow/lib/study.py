@@ -15,6 +15,7 @@ import yaml
 
 DELIMITERS = {"tab": b"\t", "space": b" ", "comma": b",", "semicolon": b";"}
 LEADING = 5  # columns before the genotypes
+BGZIP_END = bytes.fromhex("1f8b08040000000000ff0600424302001b0003000000000000000000")
 SAMPLE = 1 << 20  # bytes of content from which the number of markers is told
 SCAN_OPTIONS = {"gwas": ["slope", "statistic", "statlimit", "autobins", "manualbins", "binfile", "method", "xmethod"],
                 "gwas3": ["slope", "statistic", "statlimit"]}
@@ -92,6 +93,14 @@ def kindOf(start):
     return "zstd" if start[:4] == b"\x28\xb5\x2f\xfd" else "plain"
 
 
+def checkEnd(name, kind):
+    """A bgzip file ends with an empty block (SAM/BAM format, 4.1.2); one that was cut lacks it, and gzip does not ask."""
+    with open(name, "rb") as file:
+        file.seek(max(os.path.getsize(name) - len(BGZIP_END), 0))
+        if kind == "bgzip" and file.read() != BGZIP_END:
+            raise Wrong(f"'{name}' has been cut: it does not end with the empty block of bgzip")
+
+
 def reader(kind):
     """The command that unpacks such a file to its standard output."""
     return {"plain": "cat", "zstd": "zstd -dcq"}.get(kind, "gzip -dc")
@@ -139,6 +148,7 @@ def linesOf(name, kind):
 def sampleGenotypes(name, content):
     """Label, individuals and about how many markers and bytes of content a genotype file has."""
     kind = kindOf(openable(name, "the genotype file"))
+    checkEnd(name, kind)
     text, taken = b"", 0
     for block, size in contentOf(name, kind):
         text, taken = text + block, taken + size
@@ -194,6 +204,7 @@ def readPhenotypes(config, individuals):
     """The names of all phenotypes; every line must have a value for each individual."""
     name, delimiter = config["phenotypes"], DELIMITERS[config["delimiter"]]
     kind = kindOf(openable(name, "the phenotype file"))
+    checkEnd(name, kind)
     names, size = [], 0
     for number, line in enumerate(linesOf(name, kind), 1):
         values = line.rstrip(b"\r").count(delimiter)
