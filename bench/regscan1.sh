@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Times regscan1 on 750 individuals, 1,000 phenotypes (2 % missing) and 20,000 markers against a matrix product of these
-# sizes and one run of gentoAD; with one phenotype against wc -w; and the logistic one against plink2 on the same text.
+# sizes and one run of gentoAD; with one phenotype against wc -w; the logistic one against plink2 on the same text; and
+# every pair of 20 phenotypes written, against plink2 from its binary file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . bench/timing.sh
@@ -59,5 +60,13 @@ for type in dominant rank bins; do
     compare "1,000 phenotypes, $type" "$scan -pfile p1000 -gfile d20000 -statlimit 1e-4" \
         "$scan -pfile p1000 -gfile d20000 -statlimit 1e-4 -type $type"
 done
+head -n 20 p1000 >p20
+awk '{ for (i = 2; i <= NF; ++i) value[i] = value[i] "\t" $i; heads = heads "\tp" NR }
+    END { print "#FID\tIID" heads; for (i = 2; i <= NF; ++i) print "f" i "\ti" i value[i] }' p20 >p20.plink
+plink2 --silent --threads 1 --fam cases.fam --import-dosage d20000 noheader format=1 skip0=1 skip1=1 chr-col-num=1 \
+    pos-col-num=3 --make-pgen --out d20000
+compare "20 phenotypes, every pair, plink2" \
+    "plink2 --silent --threads 1 --pfile d20000 --pheno p20.plink --glm allow-no-covars --out plink" \
+    "$scan -pfile p20 -gfile d20000 -statlimit 1"
 compare "1,000 phenotypes, hits at 0.05" "$scan -pfile p1000 -gfile d20000 -statlimit 1e-4" \
     "$scan -pfile p1000 -gfile d20000"

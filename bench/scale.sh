@@ -77,9 +77,9 @@ for people in 500 8000 100000; do
     all="-slope 0 -statistic r2 -statlimit 0"
     row "gwas2, all (pair)" "$size / 10" $((pairs / 10)) morvel -M gwas2 -pfile p.$people -gfile tenth -out made $all
     row "gwas3, all (pair)" "$size / 10" $((pairs / 10)) morvel -M gwas3 -pfile p.$people -gfile tenth.gen -out made $all
-    row "regscan1, all (pair)" "$size / 10" $((pairs / 10)) \
-        morvel -M regscan1 -pfile p.$people -gfile tenth -out made.gz -statlimit 1
-    echo "bytes a row of p-values: $(($(stat -c %s made.gz) / pairs * 10))"
+    row "regscan1, all (pair)" "$size" $pairs \
+        morvel -M regscan1 -pfile p.$people -gfile dosages -out made.gz -statlimit 1
+    echo "bytes a row of p-values: $(($(stat -c %s made.gz) / pairs))"
 done
 [ -s rows ] || makedata results 1 800000 >rows
 [ -s map ] || makedata map 5000 50000 >map

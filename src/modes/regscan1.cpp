@@ -143,7 +143,7 @@ public:
     {
         return m_takesAll || squaredT >= leastSquaredT(freedom) || squaredT == infinity;
     }
-    void take(size_t trait, size_t marker, const TraitFit &pair) override;
+    bool take(size_t trait, size_t marker, const TraitFit &pair) override;
 
     void write(size_t trait) { m_store.write(trait, m_file); }
 
@@ -151,8 +151,7 @@ private:
     static constexpr double infinity = std::numeric_limits<double>::infinity();
 
     double leastSquaredT(double freedom);
-    void writeRow(const std::string &phenotype, const std::string &marker, const TraitFit &pair, double p,
-                  text::Writer &out) const;
+    bool makeRow(size_t trait, size_t marker, const TraitFit &pair, double p, double error);
 
     const RegressionPlan &m_plan;
     const std::vector<std::string> &m_phenotypes;
@@ -189,43 +188,53 @@ double RegressionHits::leastSquaredT(double freedom)
     return m_leastSquaredT = known->second;
 }
 
-void RegressionHits::writeRow(const std::string &phenotype, const std::string &marker, const TraitFit &pair, double p,
-                              text::Writer &out) const
+// Puts the row into m_row. False where some number that differs by this part from its own would have another text.
+bool RegressionHits::makeRow(size_t trait, size_t marker, const TraitFit &pair, double p, double error)
 {
-    out.put(phenotype);
-    out.put('\t');
-    out.put(marker);
-    out.put('\t');
-    out.put(pair.n);
-    for (const double value : {pair.frequency, pair.fit.slope, pair.fit.error, pair.fit.r2, pair.fit.t, p}) {
-        out.put('\t');
-        putValue(value, out);
+    m_row.clear();
+    m_out.put(m_phenotypes[trait]);
+    m_out.put('\t');
+    m_out.put(m_block.descriptions[marker]);
+    m_out.put('\t');
+    m_out.put(pair.n);
+    m_out.put('\t');
+    putValue(pair.frequency, m_out);
+    bool isSure = true;
+    for (const double value : {pair.fit.slope, pair.fit.error, pair.fit.r2, pair.fit.t, p}) {
+        m_out.put('\t');
+        putValue(value, m_out);
+        isSure = isSure && (error == 0 || text::hasSureText(value, error));
     }
-    out.put('\t');
-    out.put(pair.method);
-    out.put('\n');
+    m_out.put('\t');
+    m_out.put(pair.method);
+    m_out.put('\n');
+    m_out.flush();
+    return isSure;
 }
 
-void RegressionHits::take(size_t trait, size_t marker, const TraitFit &pair)
+bool RegressionHits::take(size_t trait, size_t marker, const TraitFit &pair)
 {
     const Decision &decision = m_plan.decision;
     const auto orNone = [](double value) { return std::isnan(value) ? -1 : value; };
-    const double p = m_plan.significance.p(pair.fit.t, pair.freedom), absSlope = std::fabs(pair.fit.slope);
-    const Fit fit = {pair.fit.slope, absSlope, orNone(pair.fit.r2), orNone(pair.fit.t), orNone(p)};
-    HitCounts &counts = m_analysis.summary(trait).counts;
-    if (m_takesMissing && std::isnan(p) && (decision.leastSlope <= 0 || absSlope >= decision.leastSlope))
-        ++counts.hits;
-    else if (!decision.isHit(fit, counts))
-        return;
-    const std::string &phenotype = m_phenotypes[trait], &description = m_block.descriptions[marker];
-    if (trait == 0) {
-        writeRow(phenotype, description, pair, p, m_file);  // has its turn already
-        return;
-    }
-    m_row.clear();
-    writeRow(phenotype, description, pair, p, m_out);
-    m_out.flush();
-    m_store.add(trait, m_row);
+    const double t = pair.fit.t, absSlope = std::fabs(pair.fit.slope);
+    const auto [p, error] = pair.error > 0 ? studentPNearly(t, pair.freedom, pair.error)
+                                           : NearP{m_plan.significance.p(t, pair.freedom), 0};
+    const Fit fit = {pair.fit.slope, absSlope, orNone(pair.fit.r2), orNone(t), orNone(p)};
+    if (error > 0 && !decision.isSure(fit, error))
+        return false;
+    HitCounts counts = m_analysis.summary(trait).counts;
+    const bool isMissing
+        = m_takesMissing && std::isnan(p) && (decision.leastSlope <= 0 || absSlope >= decision.leastSlope);
+    counts.hits += isMissing;
+    const bool isHit = isMissing || decision.isHit(fit, counts);
+    if (isHit && !makeRow(trait, marker, pair, p, error))
+        return false;
+    m_analysis.summary(trait).counts = counts;
+    if (isHit && trait == 0)
+        m_file.put(m_row);  // has its turn already
+    else if (isHit)
+        m_store.add(trait, m_row);
+    return true;
 }
 
 static void keepName(std::string_view name)

@@ -38,6 +38,15 @@ bool Decision::isPassing(const Fit &fit) const
     }
 }
 
+bool Decision::isSure(const Fit &fit, double part) const
+{
+    const auto isApart
+        = [part](double value, double border) { return std::fabs(value - border) > part * std::fabs(value); };
+    return isApart(valueOf(fit), limit) && isApart(fit.absSlope, 0.25 * leastSlope)
+           && isApart(fit.absSlope, 0.5 * leastSlope) && isApart(fit.absSlope, leastSlope)
+           && isApart(fit.absSlope, 2 * leastSlope);
+}
+
 bool Decision::isHit(const Fit &fit, HitCounts &counts) const
 {
     if (!isPassing(fit))

@@ -32,6 +32,9 @@ struct Decision {
     // Fits over so many points whose R2 was formed and is below this do not pass the statistic.
     double leastPassingR2(int points) const;
 
+    // False where a fit that differs from this one by this part of its numbers may be decided otherwise.
+    bool isSure(const Fit &fit, double part) const;
+
     // True when the fit passes the statistic and its absolute slope reaches the least one. Counts it, and every fit
     // that passes the statistic in its class of slopes.
     bool isHit(const Fit &fit, HitCounts &counts) const;

@@ -36,6 +36,7 @@ public:
     PairSums sums;  // n, x and xx
     double mean[capacity], size[capacity];
     bool isConstant[capacity];
+    bool isCoded() const { return m_coding.isCoding(); }  // x are not the dosages themselves
     bool hasGaps = false;
     std::vector<uint32_t> missing[capacity];  // individuals without a dosage
 

@@ -5,7 +5,8 @@
 
 inline constexpr InputOption phenotypeFileOption = {"-pfile", Use::Required, "phenotype file"};
 inline constexpr OutputOption hitFileOption = {"-out", "phenotype file", "hit file; statistics go to it + .stats"};
-inline constexpr TextOption missingOption = {"-missing", "NA", "phenotype field that means \"no value\", as an empty one does"};
+inline constexpr TextOption missingOption
+    = {"-missing", "NA", "phenotype field that means \"no value\", as an empty one does"};
 inline constexpr DelimiterOption phenotypeDelimiterOption
     = {"-delim", "space", fiveDelimiters, asItStands,
        "between the fields of the phenotype file: a word, or any other text as it stands"};

@@ -7,6 +7,12 @@
 double studentP(double t, double degreesOfFreedom);
 double normalP(double z);
 
+// The first one in a tenth of the time, and the part by which it may be off at most where t may be off by `error`.
+struct NearP {
+    double p, error;
+};
+NearP studentPNearly(double t, double degreesOfFreedom, double error);
+
 // The t >= 0 with this p: infinity for a p of 0 and below, 0 from 1 on.
 double studentT(double p, double degreesOfFreedom);
 double normalZ(double p);

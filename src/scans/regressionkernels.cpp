@@ -76,20 +76,28 @@ MORVEL_INLINE void multiply(const double *dosages, const double *values, size_t 
             const size_t first = marker + r * lanes;
             rows[r] = dosages + first / groupMarkers * groupMarkers * individuals + first % groupMarkers;
         }
-        Real sums[panelTraits][registers] = {};
-        for (size_t i = 0; i < individuals; ++i) {
-            Real x[registers];
-            for (size_t r = 0; r < registers; ++r)
-                x[r] = load<Real>(rows[r] + i * groupMarkers);
-            for (size_t trait = 0; trait < panelTraits; ++trait) {
-                const double y = values[i * panelTraits + trait];
+        double *const totals = products + marker;
+        for (size_t trait = 0; trait < panelTraits; ++trait)
+            std::fill_n(totals + trait * regressionMarkers, registers * lanes, 0.0);
+        for (size_t first = 0; first < individuals; first += sumStretch) {
+            const size_t end = std::min(first + sumStretch, individuals);
+            Real sums[panelTraits][registers] = {};
+            for (size_t i = first; i < end; ++i) {
+                Real x[registers];
                 for (size_t r = 0; r < registers; ++r)
-                    sums[trait][r] += x[r] * y;
+                    x[r] = load<Real>(rows[r] + i * groupMarkers);
+                for (size_t trait = 0; trait < panelTraits; ++trait) {
+                    const double y = values[i * panelTraits + trait];
+                    for (size_t r = 0; r < registers; ++r)
+                        sums[trait][r] += x[r] * y;
+                }
             }
-        }
-        for (size_t trait = 0; trait < panelTraits; ++trait) {
-            for (size_t r = 0; r < registers; ++r)
-                store<Real>(products + trait * regressionMarkers + marker + r * lanes, sums[trait][r]);
+            for (size_t trait = 0; trait < panelTraits; ++trait) {
+                for (size_t r = 0; r < registers; ++r) {
+                    double *const total = totals + trait * regressionMarkers + r * lanes;
+                    store<Real>(total, load<Real>(total) + sums[trait][r]);
+                }
+            }
         }
     }
 }

@@ -11,6 +11,7 @@
 inline constexpr size_t regressionMarkers = 32;  // of a block
 inline constexpr size_t groupMarkers = 8;        // markers whose values stand side by side: [group][individual][marker]
 inline constexpr size_t panelTraits = 6;         // phenotypes whose values stand side by side: [individual][phenotype]
+inline constexpr size_t sumStretch = 512;        // individuals whose values are added up before they join the others
 
 // Sums over the individuals that have both values, [marker]; x and y less a mean, so that they are small.
 struct PairSums {
@@ -24,6 +25,8 @@ struct PairSums {
 // From the dosage to the x of a regression: additive as it is, dominant min(dosage, 1), recessive max(dosage - 1, 0).
 struct Coding {
     double most = std::numeric_limits<double>::infinity(), origin = 0, least = -most;
+
+    bool isCoding() const { return most < std::numeric_limits<double>::infinity() || origin != 0; }
 
     // NaN stays. Of a number or of some side by side.
     template <class Number>
@@ -52,7 +55,8 @@ struct RegressionKernels {
     // Codes a marker's dosages, NaN where missing, a multiple of 8, takes the mean off, and puts 0 for NaN.
     void (*centre)(const double *dosages, size_t individuals, const Coding &coding, double *x, MarkerSums &sums);
 
-    // Forms the sums of products of a panel's values and a block's, [phenotype][marker].
+    // Forms the sums of products of a panel's values and a block's, [phenotype][marker]; each stretch of individuals
+    // by itself, so that the roundings of many do not add up.
     void (*multiply)(const double *dosages, const double *values, size_t individuals, double *products);
 
     // Forms the sums of the dosages and of their squares over some of the individuals, [marker].

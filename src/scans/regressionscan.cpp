@@ -1,8 +1,10 @@
 #include "scans/regressionscan.h"
 #include "processors/wide.h"
+#include "text/writenumber.h"
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 size_t Analysis::keep(RegressionTrait trait)
 {
@@ -29,8 +31,8 @@ static double frequencyOf(double sum, size_t n)
 }
 
 namespace {
-// The sums of all pairs by products of many phenotypes and markers, and once more with all digits for a pair that may
-// be a hit or whose sums leave a doubt.
+// The sums of all pairs by products of many phenotypes and markers, and once more with all digits for a pair whose sums
+// leave a doubt: of the digits of a hit, of who is best, or of everything.
 class LineAnalysis final : public Analysis {
 public:
     using Analysis::Analysis;
@@ -43,6 +45,11 @@ private:
     void leaveOutMissing(size_t trait, const MarkerBlock &block, PairSums &sums) const;
     void scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink);
     TraitFit fitPair(size_t trait, const MarkerBlock &block, size_t marker);
+    double frequencyOf(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const;
+    std::optional<TraitFit> fitNearly(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums,
+                                      double product) const;
+    void tellWanted(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums, double product,
+                    FitSink &sink);
 
     double valueOf(size_t trait, size_t individual) const
     {
@@ -109,7 +116,85 @@ TraitFit LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t ma
         m_points.add(block.x(marker, i), valueOf(trait, i), y.restOf(i));
     }
     const size_t n = m_points.x.size();
-    return {fitExactly(m_points), double(n) - 2, n, frequencyOf(sum, n), "linear"};
+    return {fitExactly(m_points), double(n) - 2, n, ::frequencyOf(sum, n), "linear"};
+}
+
+// By the sums where they leave no doubt of its digits, else dosage by dosage.
+double LineAnalysis::frequencyOf(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const
+{
+    const CentredValues &y = m_traits[trait]->y;
+    const double n = sums.n[marker], all = double(m_individuals);
+    const double nearSum = sums.x[marker] + n * block.mean[marker];
+    const double error = 4 * all * (all * block.size[marker]) * 0x1p-53;  // of sums of so many
+    const double near = ::frequencyOf(nearSum, size_t(n));
+    if (!block.isCoded() && text::hasSureText(near, error / std::fabs(nearSum)))
+        return near;
+    double sum = 0;
+    for (size_t i = 0; i < m_individuals; ++i) {
+        if (y.isPresent(i) && !std::isnan(block.dosages(marker)[i]))
+            sum += block.dosages(marker)[i];
+    }
+    return ::frequencyOf(sum, size_t(n));
+}
+
+// What the roundings can have done to sums over N individuals (Higham, Accuracy and Stability of Numerical Algorithms,
+// 2nd edition, sections 3.1 and 4.2): x and y are off by one of them each, products by another, and a sum by as many as
+// an addend goes through additions, of the absolute terms; these add up to no more than the root of N times the sum of
+// squares, or the root of the product of two such sums. Sums over some are those over all less those over others, which
+// are added one by one; all of x are added in eight lanes, all of y and of the products in stretches.
+std::optional<TraitFit> LineAnalysis::fitNearly(size_t trait, const MarkerBlock &block, size_t marker,
+                                                const PairSums &sums, double product) const
+{
+    constexpr double u = 0x1p-53;
+    const CentredValues &values = m_traits[trait]->y;
+    const double n = sums.n[marker], x = sums.x[marker], y = sums.y[marker], all = double(m_individuals);
+    const double wholeXX = block.sums.xx[marker], wholeYY = values.squares;
+    const double Sxx = sums.xx[marker] - x * x / n, Syy = sums.yy[marker] - y * y / n, Sxy = product - x * y / n;
+    const double unexplained = Sxx * Syy - Sxy * Sxy, r2 = Sxy * Sxy / (Sxx * Syy), slope = Sxy / Sxx;
+
+    const double stretched = sumStretch + all / sumStretch;
+    const double ofX = (all / 8 + double(values.listed.size()) + 20) * u;
+    const double ofY = (stretched + double(block.missing[marker].size()) + 20) * u, ofXTimesY = (stretched + 20) * u;
+    const double xError = 2 * ofX * std::sqrt(all * wholeXX), yError = 2 * ofY * std::sqrt(all * wholeYY);
+    const double xxError = 2 * ofX * wholeXX + (2 * std::fabs(x) + xError) * xError / n;
+    const double yyError = 2 * ofY * wholeYY + (2 * std::fabs(y) + yError) * yError / n;
+    const double xyError = ofXTimesY * std::sqrt(wholeXX * wholeYY)
+                           + (std::fabs(x) * yError + std::fabs(y) * xError + xError * yError) / n;
+    const double ofXX = xxError / Sxx, ofYY = yyError / Syy, ofXY = xyError / std::fabs(Sxy);
+    const double ofUnexplained = (ofXX + ofYY + 2 * r2 * ofXY) / (1 - r2);
+    const double error = 1.1 * (2 * ofXX + ofYY + 2 * ofXY + ofUnexplained) + 1e-14;
+    // Where equal values or a perfect fit are near, the exact one decides.
+    constexpr double digit = 0x1p-49;
+    const double xDigit = digit * block.size[marker], yDigit = digit * values.size;
+    const double lineDigit = yDigit + std::fabs(slope) * xDigit;
+    if (!(error < 1e-7) || !(Sxx > n * xDigit * xDigit) || !(Syy > n * yDigit * yDigit)
+        || !(unexplained > n * lineDigit * lineDigit * Sxx))
+        return std::nullopt;
+    const double deviation = std::sqrt(unexplained / (n - 2)) / Sxx;
+    const double squaredT = (n - 2) * (Sxy * Sxy) / unexplained;
+    return TraitFit{{slope, deviation, r2, std::sqrt(squaredT)}, n - 2,    size_t(n),
+                    frequencyOf(trait, block, marker, sums),     "linear", error};
+}
+
+// A pair that may be a hit. To the median every one adds the same number, whether or not it is formed exactly because
+// of those before it.
+void LineAnalysis::tellWanted(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums,
+                              double product, FitSink &sink)
+{
+    const std::optional<TraitFit> near = fitNearly(trait, block, marker, sums, product);
+    if (!near)
+        return tell(trait, block, marker, fitPair(trait, block, marker), sink);
+    TraitSummary &summary = m_traits[trait]->summary;
+    const double most = 1 + 3 * near->error, nearSquaredT = near->fit.t * near->fit.t;
+    summary.addNearly(nearSquaredT);
+    if (!summary.mayLead(std::fabs(near->fit.slope) * most, nearSquaredT * most, near->freedom, m_significance)
+        && sink.take(trait, marker, *near))
+        return;
+    const TraitFit pair = fitPair(trait, block, marker);
+    const double squaredT = pair.fit.t * pair.fit.t;
+    summary.compete(pair.fit.slope, squaredT, pair.freedom, block.names[marker], m_significance);
+    if (sink.isWanted(squaredT, pair.freedom))
+        sink.take(trait, marker, pair);
 }
 
 void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink)
@@ -123,11 +208,14 @@ void LineAnalysis::scanTrait(size_t trait, const MarkerBlock &block, const doubl
     kernelsInUse<RegressionKernels>->fit(sums, products, block.sums.xx, each.y.squares, slopes, squaredTs);
     for (size_t m = 0; m < block.markers; ++m) {
         const double freedom = sums.n[m] - 2;
-        const bool isDoubtful = std::isnan(squaredTs[m]);
-        if (!isDoubtful && !sink.isWanted(squaredTs[m], freedom))
+        if (std::isnan(squaredTs[m])) {
+            if (!block.isConstant[m] || sink.isWanted(noValue, freedom))
+                tell(trait, block, m, fitPair(trait, block, m), sink);
+        } else if (sink.isWanted(squaredTs[m], freedom)) {
+            tellWanted(trait, block, m, sums, products[m], sink);
+        } else {
             each.summary.add(slopes[m], squaredTs[m], freedom, block.names[m], m_significance);
-        else if (!isDoubtful || !block.isConstant[m] || sink.isWanted(noValue, freedom))
-            tell(trait, block, m, fitPair(trait, block, m), sink);
+        }
     }
 }
 

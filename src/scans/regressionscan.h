@@ -16,6 +16,7 @@ struct TraitFit {
     size_t n;          // individuals used
     double frequency;  // of the effect allele among them; NaN without any
     const char *method;
+    double error = 0;  // what the fit's numbers may be off at most, as a part of them
 };
 
 // Takes the pairs that may be hits.
@@ -23,7 +24,8 @@ class FitSink {
 public:
     // False where a pair of this t cannot be one.
     virtual bool isWanted(double squaredT, double freedom) = 0;
-    virtual void take(size_t trait, size_t marker, const TraitFit &pair) = 0;
+    // False where its numbers must be nearer to the right ones; an exact pair is always taken.
+    virtual bool take(size_t trait, size_t marker, const TraitFit &pair) = 0;
 
 protected:
     ~FitSink() = default;

@@ -1,9 +1,11 @@
 #include "scans/traits.h"
 #include "scans/pvalues.h"
+#include "scans/regressionkernels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 static constexpr double noMoment = std::numeric_limits<double>::quiet_NaN();
 
@@ -42,6 +44,22 @@ TraitMoments traitMomentsOf(const std::vector<double> &values)
     return moments;
 }
 
+namespace {
+// Each stretch by itself, so that the roundings of many do not add up.
+struct StretchSum {
+    double total = 0, part = 0;
+    size_t count = 0;
+
+    void add(double value)
+    {
+        part += value;
+        if (++count % sumStretch == 0)
+            total += std::exchange(part, 0);
+    }
+    double value() const { return total + part; }
+};
+}  // namespace
+
 CentredValues centre(const std::vector<double> &values, const TraitMoments &moments)
 {
     CentredValues result;
@@ -50,6 +68,7 @@ CentredValues centre(const std::vector<double> &values, const TraitMoments &mome
     std::vector<float> rests(values.size());
     std::vector<uint32_t> having;
     bool hasRests = false;
+    StretchSum sum, squares;
     for (size_t i = 0; i < values.size(); ++i) {
         const double value = values[i];
         if (value == missingValue) {
@@ -61,14 +80,16 @@ CentredValues centre(const std::vector<double> &values, const TraitMoments &mome
         const double centred = value - moments.mean, part = centred - value;
         const double rest = (value - (centred - part)) + (-moments.mean - part);
         result.centred[i] = centred;
-        result.sum += centred;
-        result.squares += centred * centred;
+        sum.add(centred);
+        squares.add(centred * centred);
         result.size = std::max(result.size, std::fabs(value));
         result.present[i / 64] |= uint64_t(1) << i % 64;
         rests[i] = float(std::clamp(rest, -3e38, 3e38));
         hasRests |= rests[i] != 0;
     }
     result.n = having.size();
+    result.sum = sum.value();
+    result.squares = squares.value();
     if (hasRests)
         result.rests = std::move(rests);
     result.areListedMissing = result.listed.size() <= having.size();

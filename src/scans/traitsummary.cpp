@@ -30,17 +30,28 @@ double Significance::leastT(double p, double freedom) const
     return std::isinf(freedom) ? normalZ(p) : studentT(p, freedom);
 }
 
-void TraitSummary::Records::add(double squaredT, double freedom, const std::string &marker)
+bool TraitSummary::Records::wants(double squaredT, double freedom) const
 {
     // Among other degrees of freedom roundings may decide.
     constexpr double clear = 1 + 1e-9;
     const auto above = most.lower_bound(freedom);
-    if (above != most.end() && above->second >= (above->first == freedom ? squaredT : squaredT * clear))
+    return above == most.end() || above->second < (above->first == freedom ? squaredT : squaredT * clear);
+}
+
+void TraitSummary::Records::add(double squaredT, double freedom, const std::string &marker)
+{
+    if (!wants(squaredT, freedom))
         return;
     inOrder.push_back({squaredT, freedom, marker});
     const auto place = most.insert_or_assign(freedom, squaredT).first;
     while (place != most.begin() && std::prev(place)->second <= squaredT)
         most.erase(std::prev(place));
+}
+
+bool TraitSummary::mayLead(double absSlope, double squaredT, double freedom, const Significance &significance)
+{
+    return absSlope > m_mostSlope || (m_records && m_records->wants(squaredT, freedom))
+           || (freedom == m_freedom ? squaredT > m_squaredT : mayBeBetter(squaredT, freedom, significance));
 }
 
 void TraitSummary::compare(double squaredT, double freedom, const std::string &marker, const Significance &significance)

@@ -39,13 +39,22 @@ public:
     // A marker with a t, or without (NaN), and with a slope or without.
     void add(double slope, double squaredT, double freedom, const std::string &marker, const Significance &significance)
     {
+        if (squaredT >= 0)
+            m_squaredTs.add(squaredT);
+        compete(slope, squaredT, freedom, marker, significance);
+    }
+
+    // The same in two steps, for a marker of which nearly exact numbers are enough unless it may be the best one, or
+    // the one with the largest slope.
+    void addNearly(double squaredT) { m_squaredTs.add(squaredT); }
+    bool mayLead(double absSlope, double squaredT, double freedom, const Significance &significance);
+    void compete(double slope, double squaredT, double freedom, const std::string &marker,
+                 const Significance &significance)
+    {
         const double absSlope = std::fabs(slope);
         if (absSlope > m_mostSlope)
             m_mostSlope = absSlope;
-        if (!(squaredT >= 0))
-            return;
-        m_squaredTs.add(squaredT);
-        if (freedom != m_freedom || squaredT > m_squaredT)
+        if (squaredT >= 0 && (freedom != m_freedom || squaredT > m_squaredT))
             compare(squaredT, freedom, marker, significance);
     }
 
@@ -71,6 +80,7 @@ private:
         std::vector<Record> inOrder;
         std::map<double, double> most;  // t squared, by degrees of freedom; the more of these the less
 
+        bool wants(double squaredT, double freedom) const;
         void add(double squaredT, double freedom, const std::string &marker);
     };
 

@@ -16,6 +16,9 @@ inline constexpr size_t maxIntegerSize = 20;  // "-9223372036854775808"
 char *writeReal(char *out, double value);
 std::string realText(double value);
 
+// True where all numbers that differ from the value by at most this part of it have its text.
+bool hasSureText(double value, double part);
+
 // Three decimals: the characters of printf's "%.3f", but "nan" has no sign. Writes at most maxFixedSize
 // bytes, no end mark; returns the end.
 char *writeFixed3(char *out, float value);

@@ -2,7 +2,7 @@
 #include "scans/logistic.h"
 #include "scans/median.h"
 #include "scans/pvalues.h"
-#include "scans/regressionkernels.h"
+#include "scans/regressionscan.h"
 #include "scans/traits.h"
 #include "support/kernels.h"
 #include "support/scanmodel.h"
@@ -48,6 +48,90 @@ TEST(PValues, AreExactInBothTails)
         EXPECT_TRUE(std::isinf(studentT(p, 7)) && std::isinf(normalZ(p)));
     EXPECT_EQ(studentP(INFINITY, 3), 0);
     EXPECT_EQ(studentT(1.5, 3), 0);
+}
+
+TEST(PValues, AreWithinTheirErrorWhereTheyAreFormedNearly)
+{
+    std::mt19937_64 random(3);
+    std::uniform_real_distribution<double> uniform(0, 1);
+    for (int i = 0; i < 60000; ++i) {
+        const double freedom = std::floor(std::exp(uniform(random) * 14)), t = std::exp(uniform(random) * 16 - 10);
+        const double error = std::pow(10, -8 - 6 * uniform(random)), p = studentP(t, freedom);
+        for (const double side : {-error, error}) {
+            const NearP near = studentPNearly(t * (1 + side), freedom, error);
+            if (p < 1e-280)
+                continue;
+            ASSERT_LE(std::fabs(near.p - p), near.error * p) << t << " " << freedom << " " << error;
+            ASSERT_LT(near.error, 1e-10 + 2 * error * (1 + t * t));
+        }
+    }
+}
+
+namespace {
+// Asks for the exact fit behind every near one.
+struct FitPairs final : FitSink {
+    std::vector<TraitFit> near, exact;
+    size_t all = 0;
+
+    bool isWanted(double, double) override { return true; }
+    bool take(size_t, size_t, const TraitFit &pair) override
+    {
+        all += pair.error == 0;
+        const bool isBehind = pair.error == 0 && near.size() > exact.size();
+        if (pair.error > 0)
+            near.push_back(pair);
+        else if (isBehind)
+            exact.push_back(pair);
+        return pair.error == 0;
+    }
+};
+}  // namespace
+
+// Few and many individuals, rare alleles, strong and hidden effects, gaps on both sides, values far from 0.
+TEST(Regression, IsWithinItsErrorWhereItIsFormedNearly)
+{
+    std::mt19937_64 random(11);
+    std::normal_distribution<double> normal;
+    const Significance significance(false);
+    FitPairs pairs;
+    for (int round = 0; round < 400; ++round) {
+        const size_t n = std::vector<size_t>{4, 9, 60, 700}[round % 4];
+        const bool hasGaps = round % 3 == 0;
+        MarkerBlock block(n, round % 5 ? Coding() : recessiveCoding);
+        const auto analysis = lineAnalysis(n, significance);
+        std::vector<double> values(n);
+        for (double &value : values)
+            value = round % 7 ? 1e4 * (round % 6) + normal(random) : double(random() % 3);
+        block.markers = MarkerBlock::capacity;
+        for (size_t m = 0; m < block.markers; ++m) {
+            for (size_t i = 0; i < n; ++i) {
+                const double share = m % 4 ? 0.3 : 2.0 / double(n), dosage = normal(random) + values[i] * double(m % 3);
+                const bool isRare = std::uniform_real_distribution<double>(0, 1)(random) < share;
+                block.dosages(m)[i] = m % 2 ? double(isRare) : std::floor(1000 * std::clamp(dosage, 0.0, 2.0)) / 1000;
+                if (hasGaps && random() % 20 == 0)
+                    block.dosages(m)[i] = NAN;
+            }
+        }
+        for (size_t i = 0; hasGaps && i < n; i += 1 + random() % 20)
+            values[i] = missingValue;
+        RegressionTrait trait;
+        trait.y = centre(values, traitMomentsOf(values));
+        analysis->add(std::move(trait));
+        block.centre();
+        analysis->scan(block, pairs);
+    }
+    ASSERT_EQ(pairs.near.size(), pairs.exact.size());
+    EXPECT_GT(double(pairs.near.size()), 0.4 * double(pairs.all));
+    for (size_t i = 0; i < pairs.near.size(); ++i) {
+        const Regression &near = pairs.near[i].fit, &exact = pairs.exact[i].fit;
+        const double error = pairs.near[i].error;
+        EXPECT_LE(std::fabs(near.slope - exact.slope), error * std::fabs(exact.slope)) << i;
+        EXPECT_LE(std::fabs(near.error - exact.error), error * exact.error) << i;
+        EXPECT_LE(std::fabs(near.r2 - exact.r2), error * exact.r2) << i;
+        EXPECT_LE(std::fabs(near.t - exact.t), error * exact.t) << i;
+        EXPECT_EQ(pairs.near[i].n, pairs.exact[i].n) << i;
+        EXPECT_EQ(text::realText(pairs.near[i].frequency), text::realText(pairs.exact[i].frequency)) << i;
+    }
 }
 
 // Slope, error, R2 and t by the definition, with more digits than a double has.

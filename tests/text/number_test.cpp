@@ -57,6 +57,25 @@ TEST(WriteReal, GivesTheCharactersOfPrintf)
     EXPECT_EQ(written(1.015625), "1.01562");  // ties to even
 }
 
+// Sure texts are the same on both sides of the value; a value that is clear of where its text changes is sure.
+TEST(SureText, IsThatOfAllNumbersAround)
+{
+    std::mt19937_64 generator(5);
+    for (int i = 0; i < 1000000; ++i) {
+        const double part = std::pow(10.0, -7.1 - double(generator() % 900) / 100);
+        const double beside = std::pow(10.0, -6 - double(generator() % 1000) / 100) * (generator() % 2 ? 1 : -1);
+        for (const double value : {randomTie(generator) * (1 + beside), randomDecimal(generator)}) {
+            const auto isSame = [&](double distance) {
+                return text::realText(value * (1 - distance)) == text::realText(value * (1 + distance));
+            };
+            const bool isSure = text::hasSureText(value, part);
+            ASSERT_TRUE(!isSure || isSame(part)) << std::hexfloat << value << " " << part;
+            ASSERT_TRUE(isSure || !isSame(part + 2e-14)) << std::hexfloat << value << " " << part;
+        }
+    }
+    EXPECT_FALSE(text::hasSureText(0.5, 1e-6));
+}
+
 TEST(WriteFixed3, GivesTheCharactersOfPrintf)
 {
     std::mt19937_64 generator(2);
