@@ -3,6 +3,10 @@
 // processor.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
 // Of a positive number that is finite and not subnormal.
 double naturalLogarithm(double x);
 
@@ -11,3 +15,96 @@ double logarithmOfOnePlus(double y);
 
 // e^x - 1 for x <= 0, also where e^x would lose them.
 double powerLessOne(double x);
+
+// Nothing that takes or returns a register is called: all is inlined.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+// The same for numbers side by side: Number is a vector of them, or a double, and Bits the unsigned integers of that
+// size.
+namespace natural {
+
+inline constexpr double ln2High = 0x1.62e42fefa3800p-1, ln2Low = 0x1.ef35793c76730p-45;  // products with k are exact
+
+// The first 26 bits, whose products are exact.
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number upperHalf(const Number &x)
+{
+    return __builtin_bit_cast(Number, __builtin_bit_cast(Bits, x) & ~((uint64_t(1) << 27) - 1));
+}
+
+// ln(1 + f) + k ln 2 for 1 + f between the square roots of 1/2 and 2: with s = f / (2 + f), at most 0.172 in size, the
+// former is 2 (s + s^3/3 + s^5/5 ...), of which 12 terms are enough. s is taken as `high`, of few digits, and what is
+// left of it, so that the sum of the large terms loses nothing.
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number sumUp(const Number &f, const Number &k)
+{
+    const Number t = 2 + f, tLow = f - (t - 2), tHigh = upperHalf<Bits>(t);
+    const Number high = upperHalf<Bits>(f / t);
+    const Number low = (((f - high * tHigh) - high * (t - tHigh)) - high * tLow) / t;
+    const Number s = high + low, square = s * s;
+    Number sum = Number{} + 2.0 / 23;
+    for (int n = 21; n > 1; n -= 2)
+        sum = sum * square + 2.0 / n;
+    const Number whole = k * ln2High, first = whole + 2 * high, lost = (whole - first) + 2 * high;
+    return first + (lost + (2 * low + (s * (square * sum) + k * ln2Low)));
+}
+
+// x = (1 + f) 2^k, as sumUp() takes it.
+template <class Bits, class Number>
+[[gnu::always_inline]] inline void takeApart(const Number &x, Number &f, Number &k)
+{
+    constexpr uint64_t bias = 1023, root = 0x3fe6a09e667f3bcd;  // the square root of 1/2
+    constexpr int mantissaBits = 52;
+    const Bits bits = __builtin_bit_cast(Bits, x);
+    const Bits exponent = (bits - root + (bias << mantissaBits)) >> mantissaBits;
+    f = __builtin_bit_cast(Number, bits - ((exponent - bias) << mantissaBits)) - 1;
+    // The bits of 2^52 and such a number are those of their sum.
+    k = __builtin_bit_cast(Number, exponent | 0x4330000000000000) - (0x1p52 + bias);
+}
+
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number logarithm(const Number &x)
+{
+    Number f, k;
+    takeApart<Bits>(x, f, k);
+    return sumUp<Bits>(f, k);
+}
+
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number logarithmOfOnePlus(const Number &y)
+{
+    const Number u = 1 + y, zero = {};
+    Number f, k;
+    takeApart<Bits>(u, f, k);
+    const auto isNear = y > -0.25;
+    f = isNear ? y : f;
+    k = isNear ? zero : k;
+    const Number lost = isNear ? zero : (y - (u - 1)) / u;  // what u has lost
+    return sumUp<Bits>(f, k) + lost;
+}
+
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number powerLessOne(const Number &x)
+{
+    constexpr auto inverseFactorials = [] {
+        std::array<double, 15> inverses;
+        double factorial = 1;
+        for (size_t k = 0; k < inverses.size(); ++k) {
+            inverses[k] = 1 / factorial;
+            factorial *= double(k + 1);
+        }
+        return inverses;
+    }();
+    constexpr double wholes = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
+    // x = k ln 2 + r, and so e^x - 1 = 2^k (e^r - 1) + (2^k - 1). Below -60 the nearest is -1.
+    const Number reached = x > -60 ? x : Number{} - 60;
+    const Number shifted = reached * 0x1.71547652b82fep+0 + wholes, k = shifted - wholes;
+    const Number r = (reached - k * ln2High) - k * ln2Low;
+    Number sum = Number{} + inverseFactorials.back();
+    for (size_t term = inverseFactorials.size() - 2; term > 1; --term)
+        sum = sum * r + inverseFactorials[term];
+    const Number power = __builtin_bit_cast(Number, (__builtin_bit_cast(Bits, shifted) + 1023) << 52);
+    return power * (r + r * (r * sum)) + (power - 1);
+}
+
+}  // namespace natural

@@ -83,7 +83,82 @@ MORVEL_INLINE void sumUp(const DosageGroups &groups, double intercept, double sl
     sums = {{total[0], total[1]}, {total[2], total[3], total[4]}};
 }
 
+// As the sum of what each group's likelihood gains over that of the mean odds, so that small ones keep their digits:
+// with d the logarithm of the group's odds over the mean ones and p the probability at these, that is cases d - n ln(1
+// + p (e^d - 1)). Where d is positive, cases and controls change places.
+template <size_t bytes>
+MORVEL_INLINE double sumGains(const DosageGroups &groups, double intercept, double slope, double caseShare)
+{
+    using Real = typename Lanes<double, bytes>::Real;
+    using Bits = typename Lanes<double, bytes>::Bits;
+    alignas(64) double gains[lanes];
+    for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
+        Real gain = {};
+        for (size_t i = lane; i < groups.x.size(); i += lanes) {
+            const Real n = load<Real>(&groups.n[i]), cases = load<Real>(&groups.cases[i]), zero = {};
+            const Real d = intercept + slope * load<Real>(&groups.x[i]), size = d > 0 ? d : -d;
+            const Real against = d > 0 ? n - cases : cases;
+            const Real share = d > 0 ? zero + (1 - caseShare) : zero + caseShare;
+            const Real rarer = natural::powerLessOne<Bits, Real>(-size) * share;
+            gain -= against * size + n * natural::logarithmOfOnePlus<Bits>(rarer);
+        }
+        store<Real>(gains + lane, gain);
+    }
+    double total = 0;
+    for (const double gain : gains)
+        total += gain;
+    return total;
+}
+
+// Without branches, which nobody could foresee.
+template <size_t bytes>
+MORVEL_INLINE void describe(const DosageGroups &groups, GroupTotals &totals)
+{
+    using Real = typename Lanes<double, bytes>::Real;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const Real zero = {}, none = zero + infinity;
+    alignas(64) double parts[7][lanes];
+    for (size_t lane = 0; lane < lanes; lane += bytes / sizeof(double)) {
+        Real n = zero, cases = zero, sumX = zero;
+        Real leastCase = none, mostCase = -none, leastControl = none, mostControl = -none;
+        for (size_t i = lane; i < groups.x.size(); i += lanes) {
+            const Real x = load<Real>(&groups.x[i]), all = load<Real>(&groups.n[i]);
+            const Real affected = load<Real>(&groups.cases[i]);
+            n += all;
+            cases += affected;
+            sumX += all * x;
+            const Real lowCase = affected > 0 ? x : none, highCase = affected > 0 ? x : -none;
+            const Real lowControl = affected < all ? x : none, highControl = affected < all ? x : -none;
+            leastCase = lowCase < leastCase ? lowCase : leastCase;
+            mostCase = highCase > mostCase ? highCase : mostCase;
+            leastControl = lowControl < leastControl ? lowControl : leastControl;
+            mostControl = highControl > mostControl ? highControl : mostControl;
+        }
+        const Real all[] = {n, cases, sumX, leastCase, mostCase, leastControl, mostControl};
+        for (size_t part = 0; part < std::size(all); ++part)
+            store<Real>(parts[part] + lane, all[part]);
+    }
+    totals = {};
+    for (size_t lane = 0; lane < lanes; ++lane) {
+        totals.n += parts[0][lane];
+        totals.cases += parts[1][lane];
+        totals.sumX += parts[2][lane];
+        totals.leastCase = std::min(totals.leastCase, parts[3][lane]);
+        totals.mostCase = std::max(totals.mostCase, parts[4][lane]);
+        totals.leastControl = std::min(totals.leastControl, parts[5][lane]);
+        totals.mostControl = std::max(totals.mostControl, parts[6][lane]);
+    }
+}
+
 #define MORVEL_KERNELS(name, bytes, target)                                                                            \
+    target static double sumGains##name(const DosageGroups &groups, double intercept, double slope, double caseShare)  \
+    {                                                                                                                  \
+        return sumGains<bytes>(groups, intercept, slope, caseShare);                                                   \
+    }                                                                                                                  \
+    target static void describe##name(const DosageGroups &groups, GroupTotals &totals)                                 \
+    {                                                                                                                  \
+        describe<bytes>(groups, totals);                                                                               \
+    }                                                                                                                  \
     target static void sumUp##name(const DosageGroups &groups, double intercept, double slope, const double *variance, \
                                    LogisticSums &sums)                                                                 \
     {                                                                                                                  \
@@ -91,7 +166,7 @@ MORVEL_INLINE void sumUp(const DosageGroups &groups, double intercept, double sl
     }
 MORVEL_FOR_PROCESSORS(MORVEL_KERNELS)
 
-#define MORVEL_ROW(name, bytes, target) {#name, supports##name, sumUp##name},
+#define MORVEL_ROW(name, bytes, target) {#name, supports##name, describe##name, sumUp##name, sumGains##name},
 static const LogisticKernels kernels[] = {MORVEL_FOR_PROCESSORS(MORVEL_ROW)};
 
 std::span<const LogisticKernels> LogisticKernels::all()
@@ -154,71 +229,40 @@ static bool settle(const DosageGroups &groups, bool isFirth, int steps, double r
 
 LogisticFit fitLogistic(DosageGroups &groups)
 {
-    double n = 0, cases = 0, sumX = 0;
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    double leastCase = infinity, mostCase = -infinity, leastControl = infinity, mostControl = -infinity;
-    for (size_t i = 0; i < groups.x.size(); ++i) {
-        const double x = groups.x[i];
-        n += groups.n[i];
-        cases += groups.cases[i];
-        sumX += groups.n[i] * x;
-        if (groups.cases[i] > 0) {
-            leastCase = std::min(leastCase, x);
-            mostCase = std::max(mostCase, x);
-        }
-        if (groups.cases[i] < groups.n[i]) {
-            leastControl = std::min(leastControl, x);
-            mostControl = std::max(mostControl, x);
-        }
-    }
-    LogisticFit result;
-    const double range = std::max(mostCase, mostControl) - std::min(leastCase, leastControl);
-    if (n < 3 || cases == 0 || cases == n || !(range > 0 && range < infinity))
-        return result;
-
-    const double mean = sumX / n;
-    for (double &x : groups.x)
-        x -= mean;
     while (groups.x.size() % lanes != 0)
         groups.add(0, 0, 0);
-    const LogisticEstimate start = {naturalLogarithm(cases / (n - cases))};
+    LogisticFit result;
+    const GroupTotals &of = result.totals;
+    kernelsInUse<LogisticKernels>->describe(groups, result.totals);
+    const double range = std::max(of.mostCase, of.mostControl) - std::min(of.leastCase, of.leastControl);
+    if (of.n < 3 || of.cases == 0 || of.cases == of.n || !(range > 0 && range < HUGE_VAL))
+        return result;
+
+    const double mean = of.sumX / of.n;
+    for (double &x : groups.x)
+        x -= mean;
+    const LogisticEstimate start = {naturalLogarithm(of.cases / (of.n - of.cases))};
     LogisticEstimate estimate = start;
-    result.isFirth
-        = mostControl <= leastCase || mostCase <= leastControl || !settle(groups, false, 25, range, estimate);
+    result.isFirth = of.mostControl <= of.leastCase || of.mostCase <= of.leastControl
+                     || !settle(groups, false, 25, range, estimate);
     if (result.isFirth) {
         estimate = start;
         if (!settle(groups, true, 1000, range, estimate))
             return result;
     }
-    for (double &x : groups.x)
-        x += mean;
     result.fit.slope = estimate.slope;
     result.fit.error = estimate.error;
     result.fit.t = std::fabs(estimate.slope) / estimate.error;
-    result.intercept = estimate.intercept - estimate.slope * mean;
+    result.intercept = estimate.intercept;
     return result;
 }
 
-// As the sum of what each group's likelihood gains over that of the mean odds, so that small ones keep their digits:
-// with d the logarithm of the group's odds over the mean ones and p the probability at these, that is cases d - n ln(1
-// + p (e^d - 1)). Where d is positive, cases and controls change places.
 double logisticR2(const DosageGroups &groups, const LogisticFit &fit)
 {
-    double n = 0, cases = 0;
-    for (size_t i = 0; i < groups.x.size(); ++i) {
-        n += groups.n[i];
-        cases += groups.cases[i];
-    }
-    const double controls = n - cases;
+    const double n = fit.totals.n, cases = fit.totals.cases, controls = n - cases;
     const double null = cases * naturalLogarithm(cases / n) + controls * naturalLogarithm(controls / n);
-    const double base = fit.intercept - naturalLogarithm(cases / controls);
-    double gain = 0;
-    for (size_t i = 0; i < groups.x.size(); ++i) {
-        const double d = base + fit.fit.slope * groups.x[i];
-        const double against = d > 0 ? groups.n[i] - groups.cases[i] : groups.cases[i];
-        const double rarer = powerLessOne(-std::fabs(d)) * ((d > 0 ? controls : cases) / n);
-        gain -= against * std::fabs(d) + groups.n[i] * logarithmOfOnePlus(rarer);
-    }
+    const double gain = kernelsInUse<LogisticKernels>->sumGains(
+        groups, fit.intercept - naturalLogarithm(cases / controls), fit.fit.slope, cases / n);
     const double r2 = gain / -null;
     // Roundings are no fit.
     return std::fabs(r2) < 1e-15 ? 0 : r2;

@@ -24,10 +24,25 @@ void Analysis::tell(size_t trait, const MarkerBlock &block, size_t marker, const
         sink.take(trait, marker, pair);
 }
 
-// The effect allele's part of the alleles, of dosages that were summed up.
-static double frequencyOf(double sum, size_t n)
+namespace {
+// A sum of dosages, and by how much it may be off, whatever its order.
+struct DosageSum {
+    DosageSum(double total, double count, double size) : sum(total), error(4 * count * count * size * 0x1p-53) {}
+
+    // The nearest whole thousandths, and whether the sum may be these: then it is taken for them.
+    double thousandths() const { return std::nearbyint(1000 * sum); }
+    bool isWhole() const { return error < 1e-6 && std::fabs(1000 * sum - thousandths()) <= 1000 * error; }
+
+    double sum, error;
+};
+}  // namespace
+
+// The effect allele's part of the alleles.
+static double frequencyOf(const DosageSum &dosages, size_t n)
 {
-    return n > 0 ? sum / double(2 * n) : noValue;
+    if (n == 0)
+        return noValue;
+    return dosages.isWhole() ? dosages.thousandths() / (2000 * double(n)) : dosages.sum / (2 * double(n));
 }
 
 namespace {
@@ -45,7 +60,8 @@ private:
     void leaveOutMissing(size_t trait, const MarkerBlock &block, PairSums &sums) const;
     void scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink);
     TraitFit fitPair(size_t trait, const MarkerBlock &block, size_t marker);
-    double frequencyOf(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const;
+    double sumFrequency(size_t trait, const MarkerBlock &block, size_t marker) const;
+    double findFrequency(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const;
     std::optional<TraitFit> fitNearly(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums,
                                       double product) const;
     void tellWanted(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums, double product,
@@ -108,33 +124,37 @@ TraitFit LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t ma
     m_points.xCentre = block.mean[marker];
     m_points.xSize = block.size[marker];
     m_points.ySize = y.size;
-    double sum = 0;
     for (size_t i = 0; i < m_individuals; ++i) {
-        if (!y.isPresent(i) || std::isnan(dosages[i]))
-            continue;
-        sum += dosages[i];
-        m_points.add(block.x(marker, i), valueOf(trait, i), y.restOf(i));
+        if (y.isPresent(i) && !std::isnan(dosages[i]))
+            m_points.add(block.x(marker, i), valueOf(trait, i), y.restOf(i));
     }
     const size_t n = m_points.x.size();
-    return {fitExactly(m_points), double(n) - 2, n, ::frequencyOf(sum, n), "linear"};
+    return {fitExactly(m_points), double(n) - 2, n, sumFrequency(trait, block, marker), "linear"};
 }
 
-// By the sums where they leave no doubt of its digits, else dosage by dosage.
-double LineAnalysis::frequencyOf(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const
+double LineAnalysis::sumFrequency(size_t trait, const MarkerBlock &block, size_t marker) const
 {
-    const CentredValues &y = m_traits[trait]->y;
-    const double n = sums.n[marker], all = double(m_individuals);
-    const double nearSum = sums.x[marker] + n * block.mean[marker];
-    const double error = 4 * all * (all * block.size[marker]) * 0x1p-53;  // of sums of so many
-    const double near = ::frequencyOf(nearSum, size_t(n));
-    if (!block.isCoded() && text::hasSureText(near, error / std::fabs(nearSum)))
-        return near;
-    double sum = 0;
+    const double *const dosages = block.dosages(marker);
+    double sum = 0, size = 0;
+    size_t n = 0;
     for (size_t i = 0; i < m_individuals; ++i) {
-        if (y.isPresent(i) && !std::isnan(block.dosages(marker)[i]))
-            sum += block.dosages(marker)[i];
+        if (!m_traits[trait]->y.isPresent(i) || std::isnan(dosages[i]))
+            continue;
+        ++n;
+        sum += dosages[i];
+        size = std::max(size, std::fabs(dosages[i]));
     }
-    return ::frequencyOf(sum, size_t(n));
+    return frequencyOf({sum, double(n), size}, n);
+}
+
+// By the sums where they leave no doubt of its digits.
+double LineAnalysis::findFrequency(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const
+{
+    const double n = sums.n[marker];
+    const DosageSum near(sums.x[marker] + n * block.mean[marker], double(m_individuals), block.size[marker]);
+    const double frequency = frequencyOf(near, size_t(n));
+    const bool isSure = near.isWhole() || text::hasSureText(frequency, near.error / std::fabs(near.sum));
+    return isSure && !block.isCoded() ? frequency : sumFrequency(trait, block, marker);
 }
 
 // What the roundings can have done to sums over N individuals (Higham, Accuracy and Stability of Numerical Algorithms,
@@ -172,8 +192,8 @@ std::optional<TraitFit> LineAnalysis::fitNearly(size_t trait, const MarkerBlock 
         return std::nullopt;
     const double deviation = std::sqrt(unexplained / (n - 2)) / Sxx;
     const double squaredT = (n - 2) * (Sxy * Sxy) / unexplained;
-    return TraitFit{{slope, deviation, r2, std::sqrt(squaredT)}, n - 2,    size_t(n),
-                    frequencyOf(trait, block, marker, sums),     "linear", error};
+    const double frequency = findFrequency(trait, block, marker, sums);
+    return TraitFit{{slope, deviation, r2, std::sqrt(squaredT)}, n - 2, size_t(n), frequency, "linear", error};
 }
 
 // A pair that may be a hit. To the median every one adds the same number, whether or not it is formed exactly because
@@ -259,13 +279,10 @@ void LogisticAnalysis::scanPair(size_t trait, const MarkerBlock &block, size_t m
         return;
     if (fit.fit.t >= 0)
         fit.fit.r2 = logisticR2(m_groups, fit);
-    double sum = 0, n = 0;
-    for (size_t k = 0; k < m_groups.x.size(); ++k) {
-        sum += m_groups.x[k] * m_groups.n[k];
-        n += m_groups.n[k];
-    }
-    const TraitFit pair
-        = {fit.fit, freedom, size_t(n), frequencyOf(sum, size_t(n)), fit.isFirth ? "firth" : "logistic"};
+    const GroupTotals &all = fit.totals;
+    const double size = std::max(-std::min(all.leastCase, all.leastControl), std::max(all.mostCase, all.mostControl));
+    const double frequency = frequencyOf({all.sumX, all.n, size}, size_t(all.n));
+    const TraitFit pair = {fit.fit, freedom, size_t(all.n), frequency, fit.isFirth ? "firth" : "logistic"};
     sink.take(trait, marker, pair);
 }
 
@@ -335,7 +352,8 @@ TraitFit BinAnalysis::fitPair(const RegressionTrait &trait, const MarkerBlock &b
         m_points.add(m_sums[k].x[marker] / double(n), trait.binY.empty() ? sumY / double(n) : trait.binY[k], 0);
     }
     const double points = double(m_points.x.size());
-    const double frequency = frequencyOf(sumX + double(all) * block.mean[marker], all);
+    const DosageSum whole(sumX + double(all) * block.mean[marker], double(m_individuals), block.size[marker]);
+    const double frequency = frequencyOf(whole, all);
     return {fitExactly(m_points), points - 2, all, frequency, "bins"};
 }
 
