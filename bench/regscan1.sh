@@ -68,7 +68,7 @@ plink2 --silent --threads 1 --fam cases.fam --import-dosage d20000 noheader form
 compare "20 phenotypes, every pair, plink2" \
     "plink2 --silent --threads 1 --pfile d20000 --pheno p20.plink --glm allow-no-covars --out plink" \
     "$scan -pfile p20 -gfile d20000 -statlimit 1"
-sed 's/^p/c/' p20 | awk '{ for (i = 2; i <= NF; ++i) $i = $i == "NA" ? "NA" : $i > 10 ? 2 : 1 } 1' >p20cases
+awk '{ for (i = 2; i <= NF; ++i) $i = $i == "NA" ? "NA" : $i > 10 ? 2 : 1 } 1' p20 >p20cases
 awk '{ for (i = 2; i <= NF; ++i) value[i] = value[i] "\t" $i; heads = heads "\tc" NR }
     END { print "#FID\tIID" heads; for (i = 2; i <= NF; ++i) print "f" i "\ti" i value[i] }' p20cases >p20cases.plink
 compare "20 of cases, every pair, plink2" \

@@ -13,16 +13,15 @@ static constexpr size_t lanes = 8;
 template <class Bits, class Number>
 MORVEL_INLINE void exponentiate(Number &x)
 {
-    constexpr double perPower = 0x1.71547652b82fep+0;                           // 1 / ln 2
-    constexpr double high = 0x1.62e42fefa3800p-1, low = 0x1.ef35793c76730p-45;  // ln 2
-    constexpr double whole = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
+    constexpr double perPower = 0x1.71547652b82fep+0;  // 1 / ln 2
+    constexpr double whole = 0x1.8p52;                 // adding it leaves a number's whole part in the last bits
     constexpr double factorials[]
         = {1.0 / 479001600, 1.0 / 39916800, 1.0 / 3628800, 1.0 / 362880, 1.0 / 40320, 1.0 / 5040, 1.0 / 720,
            1.0 / 120,       1.0 / 24,       1.0 / 6,       1.0 / 2,      1.0,         1.0};
     Number k = x * perPower + whole;
     const Bits bits = ((Bits)k + 1023) << 52;
     k -= whole;
-    const Number r = (x - k * high) - k * low;
+    const Number r = (x - k * natural::ln2High) - k * natural::ln2Low;
     Number sum = r * (1.0 / 6227020800) + factorials[0];
     for (size_t term = 1; term < std::size(factorials); ++term)
         sum = sum * r + factorials[term];
