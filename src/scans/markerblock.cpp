@@ -31,6 +31,10 @@ void MarkerBlock::centreMarker(size_t marker)
     mean[marker] = of.mean;
     size[marker] = std::max(std::fabs(of.least), std::fabs(of.most));
     isConstant[marker] = !(of.least < of.most);
+    sum[marker] = of.mean * of.n;
+    most[marker] = size[marker];
+    if (m_coding.isCoding())
+        sumDosages(marker);
     missing[marker].clear();
     if (of.n == double(m_individuals))
         return;
@@ -38,6 +42,18 @@ void MarkerBlock::centreMarker(size_t marker)
     for (size_t i = 0; i < m_individuals; ++i) {
         if (std::isnan(dosages(marker)[i]))
             missing[marker].push_back(uint32_t(i));
+    }
+}
+
+void MarkerBlock::sumDosages(size_t marker)
+{
+    sum[marker] = most[marker] = 0;
+    for (size_t i = 0; i < m_individuals; ++i) {
+        const double dosage = dosages(marker)[i];
+        if (std::isnan(dosage))
+            continue;
+        sum[marker] += dosage;
+        most[marker] = std::max(most[marker], std::fabs(dosage));
     }
 }
 

@@ -37,6 +37,7 @@ public:
     double mean[capacity], size[capacity];
     bool isConstant[capacity];
     bool isCoded() const { return m_coding.isCoding(); }  // x are not the dosages themselves
+    double sum[capacity], most[capacity];                 // of these, and their largest absolute value
     bool hasGaps = false;
     std::vector<uint32_t> missing[capacity];  // individuals without a dosage
 
@@ -45,6 +46,7 @@ private:
         double x[groupMarkers];
     };
     void centreMarker(size_t marker);
+    void sumDosages(size_t marker);
 
     size_t m_individuals;
     size_t m_stride;  // individuals and some more, whose dosages are missing

@@ -61,6 +61,7 @@ private:
     void scanTrait(size_t trait, const MarkerBlock &block, const double *products, FitSink &sink);
     TraitFit fitPair(size_t trait, const MarkerBlock &block, size_t marker);
     double sumFrequency(size_t trait, const MarkerBlock &block, size_t marker) const;
+    double sumDosages(size_t trait, const MarkerBlock &block, size_t marker) const;
     double findFrequency(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const;
     std::optional<TraitFit> fitNearly(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums,
                                       double product) const;
@@ -135,26 +136,34 @@ TraitFit LineAnalysis::fitPair(size_t trait, const MarkerBlock &block, size_t ma
 double LineAnalysis::sumFrequency(size_t trait, const MarkerBlock &block, size_t marker) const
 {
     const double *const dosages = block.dosages(marker);
-    double sum = 0, size = 0;
+    double sum = 0;
     size_t n = 0;
     for (size_t i = 0; i < m_individuals; ++i) {
-        if (!m_traits[trait]->y.isPresent(i) || std::isnan(dosages[i]))
-            continue;
-        ++n;
-        sum += dosages[i];
-        size = std::max(size, std::fabs(dosages[i]));
+        const bool isUsed = m_traits[trait]->y.isPresent(i) && !std::isnan(dosages[i]);
+        n += isUsed;
+        sum += isUsed ? dosages[i] : 0;
     }
-    return frequencyOf({sum, double(n), size}, n);
+    return frequencyOf({sum, double(n), block.most[marker]}, n);
 }
 
-// By the sums where they leave no doubt of its digits.
+// The sum of the dosages by that of those who have no value, or of those who have one.
+double LineAnalysis::sumDosages(size_t trait, const MarkerBlock &block, size_t marker) const
+{
+    const CentredValues &y = m_traits[trait]->y;
+    double sum = 0;
+    for (const uint32_t i : y.listed)
+        sum += std::isnan(block.dosages(marker)[i]) ? 0 : block.dosages(marker)[i];
+    return y.areListedMissing ? block.sum[marker] - sum : sum;
+}
+
 double LineAnalysis::findFrequency(size_t trait, const MarkerBlock &block, size_t marker, const PairSums &sums) const
 {
     const double n = sums.n[marker];
-    const DosageSum near(sums.x[marker] + n * block.mean[marker], double(m_individuals), block.size[marker]);
+    const double sum = block.isCoded() ? sumDosages(trait, block, marker) : sums.x[marker] + n * block.mean[marker];
+    const DosageSum near(sum, double(m_individuals), block.most[marker]);
     const double frequency = frequencyOf(near, size_t(n));
     const bool isSure = near.isWhole() || text::hasSureText(frequency, near.error / std::fabs(near.sum));
-    return isSure && !block.isCoded() ? frequency : sumFrequency(trait, block, marker);
+    return isSure ? frequency : sumFrequency(trait, block, marker);
 }
 
 // What the roundings can have done to sums over N individuals (Higham, Accuracy and Stability of Numerical Algorithms,
