@@ -1,5 +1,9 @@
 #include "genotypes/gaps.h"
+#include "genotypes/dosages.h"
+#include "processors/wide.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -13,13 +17,26 @@ static double readAnyDosage(std::string_view word, double na_value)
     return dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
 }
 
+// Returns whether one of them is not short; those are to be read one by one.
+MORVEL_WIDE static bool formShortDosages(const int16_t *numbers, size_t count, double *dosages)
+{
+    int16_t all = 0;
+    for (size_t i = 0; i < count; ++i) {
+        dosages[i] = double(numbers[i]) / 1000;  // as text::thousandthValues has it
+        all |= numbers[i];
+    }
+    return all < 0;
+}
+
 size_t readGappyDosages(std::string_view line, double na_value, std::span<std::string_view> leading,
                         std::span<double> dosages)
 {
     const auto form = [&](const WordNumbers &numbers, size_t first, size_t count) {
+        if (!formShortDosages(numbers.numbers(), count, &dosages[first])) [[likely]]
+            return;
         for (size_t i = 0; i < count; ++i) {
-            const bool isShort = numbers.numbers()[i] >= 0;
-            dosages[first + i] = isShort ? numbers.value(i) : readAnyDosage(numbers.longField(i), na_value);
+            if (numbers.numbers()[i] < 0)
+                dosages[first + i] = readAnyDosage(numbers.longField(i), na_value);
         }
     };
     return readMarker(line, leading, dosages.size(), form);
@@ -39,16 +56,51 @@ static double readTriplet(const WordNumbers &numbers, size_t i)
     const int16_t *const parts = numbers.numbers() + i;
     const size_t thousandths = size_t(parts[1] + 2 * parts[2]);
     const int bits = parts[0] | parts[1] | parts[2];
-    if (bits < 0 || thousandths >= text::thousandthValues.size()) [[unlikely]]
+    if (bits < 0 || thousandths >= text::thousandthValues.size())
         return readAnyTriplet(numbers, i);
     return bits == 0 ? missing : text::thousandthValues[thousandths];
+}
+
+// Stands for three zeros among dosages in thousandths.
+static constexpr uint16_t missingThousandths = otherThousandths + 1;
+
+static constexpr auto dosagesByThousandths = [] {
+    std::array<double, missingThousandths + 1> values = {};
+    for (size_t i = 0; i < otherThousandths; ++i)
+        values[i] = double(i) / 1000;
+    values[missingThousandths] = missing;
+    return values;
+}();
+
+// Tells which are missing. Returns whether one of the numbers is not short, or a dosage not known in thousandths.
+MORVEL_WIDE static bool findMissing(const int16_t *parts, size_t count, uint16_t *thousandths)
+{
+    int16_t all = 0;
+    uint16_t most = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const auto bits = int16_t(parts[3 * i] | parts[3 * i + 1] | parts[3 * i + 2]);
+        all |= bits;
+        most = std::max(most, thousandths[i]);
+        thousandths[i] = bits == 0 ? missingThousandths : thousandths[i];
+    }
+    return all < 0 || most == otherThousandths;
 }
 
 size_t readGappyTriplets(std::string_view line, double, std::span<std::string_view> leading, std::span<double> dosages)
 {
     const auto form = [&](const WordNumbers &numbers, size_t first, size_t count) {
-        for (size_t i = 0; i + 3 <= count; i += 3)
-            dosages[(first + i) / 3] = readTriplet(numbers, i);
+        const size_t triplets = count / 3;
+        uint16_t thousandths[WordNumbers::batchSize / 3];
+        double *const to = &dosages[first / 3];
+        formThousandths(numbers.numbers(), triplets, thousandths);
+        const bool hasOther = findMissing(numbers.numbers(), triplets, thousandths);
+        for (size_t i = 0; i < triplets; ++i)
+            to[i] = dosagesByThousandths[thousandths[i]];
+        for (size_t i = 0; i < triplets && hasOther; ++i) {
+            const int16_t *const parts = numbers.numbers() + 3 * i;
+            if ((parts[0] | parts[1] | parts[2]) < 0 || thousandths[i] == otherThousandths)
+                to[i] = readTriplet(numbers, 3 * i);
+        }
     };
     return readMarker(line, leading, 3 * dosages.size(), form);
 }
