@@ -17,22 +17,11 @@ static double readAnyDosage(std::string_view word, double na_value)
     return dosage == na_value || !std::isfinite(dosage) ? missing : dosage;
 }
 
-// Returns whether one of them is not short; those are to be read one by one.
-MORVEL_WIDE static bool formShortDosages(const int16_t *numbers, size_t count, double *dosages)
-{
-    int16_t all = 0;
-    for (size_t i = 0; i < count; ++i) {
-        dosages[i] = double(numbers[i]) / 1000;  // as text::thousandthValues has it
-        all |= numbers[i];
-    }
-    return all < 0;
-}
-
 size_t readGappyDosages(std::string_view line, double na_value, std::span<std::string_view> leading,
                         std::span<double> dosages)
 {
     const auto form = [&](const WordNumbers &numbers, size_t first, size_t count) {
-        if (!formShortDosages(numbers.numbers(), count, &dosages[first])) [[likely]]
+        if (!numbers.formShortValues(count, &dosages[first])) [[likely]]
             return;
         for (size_t i = 0; i < count; ++i) {
             if (numbers.numbers()[i] < 0)

@@ -77,7 +77,7 @@ void NumberWalker<separator>::takeWindow()
 }
 
 // Returns whether one of them is not short.
-MORVEL_WIDE static bool formShortValues(const int16_t *numbers, size_t count, double *values)
+MORVEL_WIDE static bool divideNumbers(const int16_t *numbers, size_t count, double *values)
 {
     int16_t all = 0;
     for (size_t i = 0; i < count; ++i) {
@@ -88,9 +88,15 @@ MORVEL_WIDE static bool formShortValues(const int16_t *numbers, size_t count, do
 }
 
 template <text::Separator separator>
+bool NumberWalker<separator>::formShortValues(size_t count, double *values) const
+{
+    return divideNumbers(m_numbers, count, values);
+}
+
+template <text::Separator separator>
 void NumberWalker<separator>::formValues(size_t count, double *values) const
 {
-    if (!formShortValues(m_numbers, count, values)) [[likely]]
+    if (!formShortValues(count, values)) [[likely]]
         return;
     for (size_t i = 0; i < count; ++i) {
         if (m_numbers[i] < 0)

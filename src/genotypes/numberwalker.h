@@ -37,6 +37,8 @@ public:
 
     // The first so many of the batch as readDouble() has them.
     void formValues(size_t count, double *values) const;
+    // The same, but for those that are not short, in whose place something stands; returns whether there are any.
+    bool formShortValues(size_t count, double *values) const;
 
 private:
     struct Field {
