@@ -60,17 +60,20 @@ for type in dominant rank bins; do
     compare "1,000 phenotypes, $type" "$scan -pfile p1000 -gfile d20000 -statlimit 1e-4" \
         "$scan -pfile p1000 -gfile d20000 -statlimit 1e-4 -type $type"
 done
+# for_plink FILE: its phenotypes as plink2 reads them.
+for_plink() {
+    awk '{ for (i = 2; i <= NF; ++i) value[i] = value[i] "\t" $i; heads = heads "\tp" NR }
+        END { print "#FID\tIID" heads; for (i = 2; i <= NF; ++i) print "f" i "\ti" i value[i] }' "$1" >"$1.plink"
+}
 head -n 20 p1000 >p20
-awk '{ for (i = 2; i <= NF; ++i) value[i] = value[i] "\t" $i; heads = heads "\tp" NR }
-    END { print "#FID\tIID" heads; for (i = 2; i <= NF; ++i) print "f" i "\ti" i value[i] }' p20 >p20.plink
+for_plink p20
 plink2 --silent --threads 1 --fam cases.fam --import-dosage d20000 noheader format=1 skip0=1 skip1=1 chr-col-num=1 \
     pos-col-num=3 --make-pgen --out d20000
 compare "20 phenotypes, every pair, plink2" \
     "plink2 --silent --threads 1 --pfile d20000 --pheno p20.plink --glm allow-no-covars --out plink" \
     "$scan -pfile p20 -gfile d20000 -statlimit 1"
 awk '{ for (i = 2; i <= NF; ++i) $i = $i == "NA" ? "NA" : $i > 10 ? 2 : 1 } 1' p20 >p20cases
-awk '{ for (i = 2; i <= NF; ++i) value[i] = value[i] "\t" $i; heads = heads "\tc" NR }
-    END { print "#FID\tIID" heads; for (i = 2; i <= NF; ++i) print "f" i "\ti" i value[i] }' p20cases >p20cases.plink
+for_plink p20cases
 compare "20 of cases, every pair, plink2" \
     "plink2 --silent --threads 1 --pfile d20000 --pheno p20cases.plink --glm firth-fallback allow-no-covars --out plink" \
     "$scan -pfile p20cases -gfile d20000 -type logistic -statlimit 1"

@@ -39,15 +39,13 @@ static double readAnyTriplet(const WordNumbers &numbers, size_t i)
     return isMissing || !std::isfinite(parts[0] + dosage) ? missing : dosage;
 }
 
-// Sums of short numbers are formed in thousandths.
-static double readTriplet(const WordNumbers &numbers, size_t i)
+// One whose dosage is above 3, or of numbers that are not short. Sums of short numbers are formed in thousandths.
+static double readOtherTriplet(const WordNumbers &numbers, size_t i, bool areShort)
 {
     const int16_t *const parts = numbers.numbers() + i;
     const size_t thousandths = size_t(parts[1] + 2 * parts[2]);
-    const int bits = parts[0] | parts[1] | parts[2];
-    if (bits < 0 || thousandths >= text::thousandthValues.size())
-        return readAnyTriplet(numbers, i);
-    return bits == 0 ? missing : text::thousandthValues[thousandths];
+    return areShort && thousandths < text::thousandthValues.size() ? text::thousandthValues[thousandths]
+                                                                   : readAnyTriplet(numbers, i);
 }
 
 // Stands for three zeros among dosages in thousandths.
@@ -87,8 +85,9 @@ size_t readGappyTriplets(std::string_view line, double, std::span<std::string_vi
             to[i] = dosagesByThousandths[thousandths[i]];
         for (size_t i = 0; i < triplets && hasOther; ++i) {
             const int16_t *const parts = numbers.numbers() + 3 * i;
-            if ((parts[0] | parts[1] | parts[2]) < 0 || thousandths[i] == otherThousandths)
-                to[i] = readTriplet(numbers, 3 * i);
+            const bool areShort = (parts[0] | parts[1] | parts[2]) >= 0;
+            if (!areShort || thousandths[i] == otherThousandths)
+                to[i] = readOtherTriplet(numbers, 3 * i, areShort);
         }
     };
     return readMarker(line, leading, 3 * dosages.size(), form);

@@ -83,28 +83,52 @@ template <class Bits, class Number>
     return sumUp<Bits>(f, k) + lost;
 }
 
+inline constexpr auto inverseFactorials = [] {
+    std::array<double, 15> inverses;
+    double factorial = 1;
+    for (size_t k = 0; k < inverses.size(); ++k) {
+        inverses[k] = 1 / factorial;
+        factorial *= double(k + 1);
+    }
+    return inverses;
+}();
+
+// x = k ln 2 + r with the least r. Returns 2^k.
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number takePowerApart(const Number &x, Number &r)
+{
+    constexpr double wholes = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
+    const Number shifted = x * 0x1.71547652b82fep+0 + wholes, k = shifted - wholes;  // by 1 / ln 2
+    r = (x - k * ln2High) - k * ln2Low;
+    return __builtin_bit_cast(Number, (__builtin_bit_cast(Bits, shifted) + 1023) << 52);
+}
+
+// The terms of e^r from this one up to that one, over r to the power of the first.
+template <size_t first, size_t last, class Number>
+[[gnu::always_inline]] inline Number sumTerms(const Number &r)
+{
+    Number sum = Number{} + inverseFactorials[last];
+    for (size_t term = last; term-- > first;)
+        sum = sum * r + inverseFactorials[term];
+    return sum;
+}
+
+// e^x for x from -700 to 0, within two units of the last digit.
+template <class Bits, class Number>
+[[gnu::always_inline]] inline Number power(const Number &x)
+{
+    Number r;
+    const Number whole = takePowerApart<Bits>(x, r);
+    return sumTerms<0, 13>(r) * whole;
+}
+
 template <class Bits, class Number>
 [[gnu::always_inline]] inline Number powerLessOne(const Number &x)
 {
-    constexpr auto inverseFactorials = [] {
-        std::array<double, 15> inverses;
-        double factorial = 1;
-        for (size_t k = 0; k < inverses.size(); ++k) {
-            inverses[k] = 1 / factorial;
-            factorial *= double(k + 1);
-        }
-        return inverses;
-    }();
-    constexpr double wholes = 0x1.8p52;  // adding it leaves a number's whole part in the last bits
-    // x = k ln 2 + r, and so e^x - 1 = 2^k (e^r - 1) + (2^k - 1). Below -60 the nearest is -1.
-    const Number reached = x > -60 ? x : Number{} - 60;
-    const Number shifted = reached * 0x1.71547652b82fep+0 + wholes, k = shifted - wholes;
-    const Number r = (reached - k * ln2High) - k * ln2Low;
-    Number sum = Number{} + inverseFactorials.back();
-    for (size_t term = inverseFactorials.size() - 2; term > 1; --term)
-        sum = sum * r + inverseFactorials[term];
-    const Number power = __builtin_bit_cast(Number, (__builtin_bit_cast(Bits, shifted) + 1023) << 52);
-    return power * (r + r * (r * sum)) + (power - 1);
+    Number r;
+    // e^x - 1 = 2^k (e^r - 1) + (2^k - 1). Below -60 the nearest is -1.
+    const Number whole = takePowerApart<Bits, Number>(x > -60 ? x : Number{} - 60, r);
+    return whole * (r + r * (r * sumTerms<2, 14>(r))) + (whole - 1);
 }
 
 }  // namespace natural

@@ -8,26 +8,6 @@
 // The groups go into lanes in turn, whose sums are added at the end: in this order with any instructions.
 static constexpr size_t lanes = 8;
 
-// e to the power of x, from -700 to 0, within two units of the last digit: 2^k e^r, where r is small enough for 13
-// terms of the series.
-template <class Bits, class Number>
-MORVEL_INLINE void exponentiate(Number &x)
-{
-    constexpr double perPower = 0x1.71547652b82fep+0;  // 1 / ln 2
-    constexpr double whole = 0x1.8p52;                 // adding it leaves a number's whole part in the last bits
-    constexpr double factorials[]
-        = {1.0 / 479001600, 1.0 / 39916800, 1.0 / 3628800, 1.0 / 362880, 1.0 / 40320, 1.0 / 5040, 1.0 / 720,
-           1.0 / 120,       1.0 / 24,       1.0 / 6,       1.0 / 2,      1.0,         1.0};
-    Number k = x * perPower + whole;
-    const Bits bits = ((Bits)k + 1023) << 52;
-    k -= whole;
-    const Number r = (x - k * natural::ln2High) - k * natural::ln2Low;
-    Number sum = r * (1.0 / 6227020800) + factorials[0];
-    for (size_t term = 1; term < std::size(factorials); ++term)
-        sum = sum * r + factorials[term];
-    x = sum * (Number)bits;
-}
-
 template <size_t bytes, bool isFirth>
 MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double slope, const double *variance,
                             double (*totals)[lanes])
@@ -41,9 +21,8 @@ MORVEL_INLINE void sumLanes(const DosageGroups &groups, double intercept, double
             const Real x = load<Real>(&groups.x[i]);
             const Real n = load<Real>(&groups.n[i]);
             const Real odds = intercept + slope * x;
-            Real power = odds < 0 ? odds : -odds;
-            power = power > -700 ? power : zero - 700;
-            exponentiate<Bits>(power);
+            const Real against = odds < 0 ? odds : -odds;
+            const Real power = natural::power<Bits, Real>(against > -700 ? against : zero - 700);
             const Real likelier = 1 / (1 + power), other = power * likelier;
             const Real probability = odds < 0 ? other : likelier;
             const Real weight = likelier * other;
