@@ -20,18 +20,20 @@ struct Marks {
 
 // Fields that begin in the first 56 of 64 bytes and are short end within the 64.
 static constexpr ptrdiff_t step = 56;
+static constexpr uint64_t stepBits = (uint64_t(1) << step) - 1;
 
-// Where fields begin among the first 56 bytes; `begins` tells whether one begins at byte 0.
+// Where fields begin among the 64 bytes; `begins` tells whether one begins at byte 0.
 template <Separator separator>
 MORVEL_INLINE uint64_t startsOf(const Marks &marks, uint64_t begins)
 {
-    const uint64_t starts = (marks.separators << 1 | begins) & ((uint64_t(1) << step) - 1);
+    const uint64_t starts = marks.separators << 1 | begins;
     return separator == Separator::Blank ? starts : starts & ~marks.separators;
 }
 
-// True when one of these fields is not short. A field is nothing, or a digit, or a digit, a point and up to three
-// digits.
-MORVEL_INLINE bool hasLongField(const Marks &marks, uint64_t starts)
+// True when one of the fields that begin at `starts`, in the first 56 bytes, is not short: a field is nothing, or a
+// digit, or a digit, a point and up to three digits. Also when one of all that have begun begins by something else,
+// since nothing in byte 55 and a point in byte 56 would be put together.
+MORVEL_INLINE bool hasLongField(const Marks &marks, uint64_t begun, uint64_t starts)
 {
     const uint64_t afterOnes = (starts & marks.digits) << 1;
     const uint64_t tenths = (afterOnes & marks.points) << 1;
@@ -39,7 +41,7 @@ MORVEL_INLINE bool hasLongField(const Marks &marks, uint64_t starts)
     const uint64_t thousandths = (hundredths & marks.digits) << 1;
     const uint64_t ends = (thousandths & marks.digits) << 1;
     const uint64_t neither = ~(marks.digits | marks.separators);
-    return ((starts | tenths | hundredths | thousandths) & neither) | (afterOnes & ~(marks.separators | marks.points))
+    return ((begun | tenths | hundredths | thousandths) & neither) | (afterOnes & ~(marks.separators | marks.points))
            | (ends & ~marks.separators);
 }
 
@@ -65,8 +67,8 @@ MORVEL_INLINE size_t readWindows(const char *&next, const char *end, int16_t *nu
     uint64_t begins = 1;
     while (to < numbers + most && block != stop) {
         const Marks marks = Window::template marks<separator>(block);
-        const uint64_t starts = startsOf<separator>(marks, begins);
-        if (hasLongField(marks, starts)) [[unlikely]]
+        const uint64_t begun = startsOf<separator>(marks, begins), starts = begun & stepBits;
+        if (hasLongField(marks, begun, starts)) [[unlikely]]
             break;
         to = Window::template pack<separator>(block, marks, starts, to);
         begins = marks.separators >> (step - 1) & 1;

@@ -70,3 +70,22 @@ TEST(NumberWalker, ReadsEveryFieldWithAllInstructions)
     }
     EXPECT_EQ(FieldNumbers(std::string_view()).next(), 0u);
 }
+
+TEST(NumberWalker, AnEmptyFieldIsNotTheNumberBehindIt)
+{
+    for (size_t place = 2; place < 130; ++place) {  // of the empty field, among the bytes that are read together
+        std::vector<std::string> fields(place / 2, "1"), all;
+        fields.front() = place % 2 ? "0." : "0";
+        fields.insert(fields.end(), {"", ".25", "0.5", "1"});
+        fields.resize(fields.size() + 64);
+        std::string line;
+        for (const std::string &field : fields) {
+            all.push_back(shown(field));
+            line += field + ' ';
+        }
+        const size_t size = line.size() - 1;
+        line.append(text::LineReader::slack, '5');
+        withEachKernels<ShortNumberKernels>(
+            [&] { EXPECT_EQ(walk<text::Separator::Blank>({line.data(), size}, SIZE_MAX), all) << place; });
+    }
+}
