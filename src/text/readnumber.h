@@ -58,9 +58,8 @@ inline uint64_t eightBytes(const char *from)
 // Takes eight bytes of `field`, whatever its size.
 inline ShortNumber readShortNumber(const char *field, size_t size)
 {
-    constexpr uint64_t all = ~uint64_t(0);
-    static constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff, all, all};
-    if (size > 7) [[unlikely]]
+    static constexpr uint64_t keep[] = {0, 0xff, 0xffff, 0xffffff, 0xffffffff, 0xffffffffff};
+    if (size > 5) [[unlikely]]
         return {0, 1};
     // Against "0.000" every digit becomes its value, the point 0, and so does each digit that is not there.
     const uint64_t digits = (eightBytes(field) ^ 0x3030302e30) & keep[size];

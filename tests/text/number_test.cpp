@@ -176,6 +176,14 @@ TEST(ReadThousandths, AgreesWithReadRealOrDeclines)
     EXPECT_EQ(read, 1u + 4 + 4 + 16 + 64 + 256);
 }
 
+TEST(ReadThousandths, ZeroBytesBehindANumberMakeItNone)
+{
+    const std::string line = std::string("0.125") + std::string(16, '\0');
+    EXPECT_EQ(text::readThousandths(line.data(), 5), 125);
+    for (size_t size = 6; size < 12; ++size)
+        EXPECT_EQ(text::readThousandths(line.data(), size), -1) << size;
+}
+
 TEST(ReadInteger, TakesWholeFieldsOf32Bits)
 {
     const struct {
