@@ -193,7 +193,9 @@ public:
     size_t read(char *to, size_t room) override
     {
         for (;;) {
-            const bool isAtEnd = !m_packed.have(1);
+            // A frame's header goes in whole: the library would take what follows a part of one for a frame by itself
+            // where it looks like one.
+            const bool isAtEnd = !m_packed.have(m_isBetweenFrames ? largestHeader : 1) && m_packed.left.empty();
             if (isAtEnd && m_isBetweenFrames)
                 return 0;
             ZSTD_inBuffer in = {m_packed.left.data(), m_packed.left.size(), 0};
@@ -212,8 +214,10 @@ private:
     struct Free {
         void operator()(ZSTD_DCtx *state) const { ZSTD_freeDCtx(state); }
     };
+    static constexpr size_t largestHeader = 18;
+
     std::unique_ptr<ZSTD_DCtx, Free> m_state;
-    bool m_isBetweenFrames = false;
+    bool m_isBetweenFrames = true;
 };
 }  // namespace
 

@@ -120,6 +120,14 @@ TEST(Compressed, IsReadToItsRightEndOrRefused)
     }
 }
 
+TEST(Compressed, ACutFrameIsNotTakenForAnEmptyOne)
+{
+    // A header of six bytes and an empty block; without the mark it looks like a frame to be skipped.
+    const std::string frame = std::string("\x28\xb5\x2f\xfd") + "\x50\x2a\x4d\x18" + std::string("\2\0\0\0\0\0", 6);
+    const Folder folder;
+    EXPECT_EQ(contentRead(folder, frame, 1 << 16), refused);
+}
+
 TEST(Compressed, IsRefusedWhereverItIsCutOrDamaged)
 {
     const Folder folder;
